@@ -1,0 +1,25 @@
+# fa_options: the flags every target of this project compiles with.
+add_library(fa_options INTERFACE)
+target_compile_features(fa_options INTERFACE cxx_std_20)
+target_include_directories(fa_options INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+if(MSVC)
+    target_compile_options(fa_options INTERFACE /W4 /WX /utf-8)
+else()
+    target_compile_options(fa_options INTERFACE
+        -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fno-math-errno)
+endif()
+find_package(Threads REQUIRED)
+target_link_libraries(fa_options INTERFACE Threads::Threads)
+
+# Applied directory-wide, so that GoogleTest's headers and ours are instrumented alike.
+if(FA_SANITIZE)
+    add_compile_options(-fsanitize=${FA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${FA_SANITIZE})
+endif()
+
+# Third-party libraries, all from the distribution and all header-only (the packaged spdlog and fmt
+# binaries are not instrumented, so sanitizer builds could not trust them).
+add_library(fa_asio INTERFACE)
+target_compile_definitions(fa_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+add_library(fa_spdlog INTERFACE)
+target_compile_definitions(fa_spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
