@@ -1,5 +1,5 @@
-// Recipe database. Any thread; records are copied in and out. False when the recipe is not there (or already is,
-// for QDB_New_...).
+// Recipe database. Any thread; records are copied in and out. False when the recipe is not there (or already
+// is, for QDB_New_...).
 #pragma once
 
 #include <vector>

@@ -2,8 +2,8 @@
 // executable links provides the bodies).
 //
 // Every operation may be called from any thread at once; each read or write of a state is atomic by itself.
-// A returned text stays good until the same thread has read some dozens of further texts: use it or copy it at
-// once. `bool` results are true on success.
+// A returned text stays good until the same thread has read some dozens of further texts: use it or copy it
+// at once. `bool` results are true on success.
 #pragma once
 
 #include "fa/framework/framework_types.h"
@@ -129,7 +129,8 @@ class QSeqCon {
     /// Copies the alarm's text, at most 511 bytes and a NUL.
     bool QAlarm_Get_Text_Full(int index, char* text);
     int QAlarm_Queue_Count();
-    /// Entry `index` of the alarm queue: `*a` is the alarm's index in the alarm list, `*b` the entry's number.
+    /// Entry `index` of the alarm queue: `*a` is the alarm's index in the alarm list, `*b` the entry's
+    /// number.
     bool QAlarm_Queue_Point(int index, int* a, int* b);
 
     /// One framework log line (printf rules).

@@ -1,4 +1,5 @@
-// QSequence: base class of every sequence module; the framework drives a module through its virtual operations.
+// QSequence: base class of every sequence module; the framework drives a module through its virtual
+// operations.
 #pragma once
 
 #include <atomic>

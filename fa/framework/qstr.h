@@ -40,12 +40,13 @@ void QStr_Replace(std::string& text, char mark, char by);
 void QStr_Seperate(const char* text, char* first, char* rest, int size);
 
 /// Splits a text at `mark` into as many fields as there are outputs; the last output is all that is left.
-/// Mark 13 stands for white space (blank, tab, CR, LF): runs of it count once and are trimmed off the ends of the
-/// last output. Missing fields are empty; each output is cut to size - 1 bytes.
+/// Mark 13 stands for white space (blank, tab, CR, LF): runs of it count once and are trimmed off the ends of
+/// the last output. Missing fields are empty; each output is cut to size - 1 bytes.
 void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, int size);
 void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, char* o3, int size);
 void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, char* o3, char* o4, int size);
-void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, char* o3, char* o4, char* o5, int size);
+void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, char* o3, char* o4, char* o5,
+                        int size);
 void QStr_Seperate_Char(const std::string& text, char mark, std::string& o1, std::string& o2, int size);
 void QStr_Seperate_Char(const std::string& text, char mark, std::string& o1, std::string& o2, std::string& o3,
                         int size);

@@ -7,7 +7,8 @@
 #include "fa/secs/secs_item.h"
 
 #if defined(__GNUC__)
-#define FA_PRINTF_FORMAT(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
+#define FA_PRINTF_FORMAT(format_index, first_argument) \
+    __attribute__((format(printf, format_index, first_argument)))
 #else
 #define FA_PRINTF_FORMAT(format_index, first_argument)
 #endif
@@ -52,11 +53,11 @@ void SecsDestroy(void* handle);
 
 /// Sends a primary. Result: 0 and 3 to 100 failed, 1 and 2 sent but no reply is to be awaited, 101 and above
 /// the message id. The body stays the caller's; null or an empty item sends the header alone. Any thread.
-unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function, _SECS_ITEM* body,
-                                  unsigned long reply_expected);
+unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function,
+                                  _SECS_ITEM* body, unsigned long reply_expected);
 /// Sends the secondary that answers primary `msgid`; result as for SecsSendMessageItem. Any thread.
-unsigned long SecsReplyMessageItem(void* handle, unsigned char stream, unsigned char function, _SECS_ITEM* body,
-                                   unsigned long reply_expected, unsigned long msgid);
+unsigned long SecsReplyMessageItem(void* handle, unsigned char stream, unsigned char function,
+                                   _SECS_ITEM* body, unsigned long reply_expected, unsigned long msgid);
 
 /// Builders: each returns a new root owned by the caller.
 _SECS_ITEM* SecsCreateItemList(int expected_count);

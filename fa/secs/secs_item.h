@@ -32,14 +32,14 @@ enum SECS_FORMAT : unsigned char {
 /// A tree built with the SecsCreateItem... functions belongs to whoever built it until SecsDeleteItem;
 /// appending passes a child to its list. A tree loaded into a caller's node belongs to the driver.
 struct _SECS_ITEM {
-    unsigned char format;      ///< one of SECS_FORMAT
-    char value[128];           ///< first element in native byte order; text (NUL-terminated) or bytes of A and B;
-                               ///< zero past the data
-    char* data;                ///< the item's data: whole text or bytes of A and B whatever their length, with a
-                               ///< NUL behind them; for numbers and Booleans the start of `value`
-    std::uint32_t length;      ///< number of data bytes of any item but a list
-    _SECS_ITEM** children;     ///< children of a list, in order
-    std::int32_t count;        ///< number of children; 0 for an empty list and for every item that is no list
+    unsigned char format;  ///< one of SECS_FORMAT
+    char value[128];       ///< first element in native byte order; text (NUL-terminated) or bytes of A and B;
+                           ///< zero past the data
+    char* data;            ///< the item's data: whole text or bytes of A and B whatever their length, with a
+                           ///< NUL behind them; for numbers and Booleans the start of `value`
+    std::uint32_t length;  ///< number of data bytes of any item but a list
+    _SECS_ITEM** children;  ///< children of a list, in order
+    std::int32_t count;     ///< number of children; 0 for an empty list and for every item that is no list
 };
 
 }  // namespace Talwen
