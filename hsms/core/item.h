@@ -12,7 +12,8 @@
 namespace hsms {
 
 /// One item. Elements are held as on the wire (big-endian, one after the other), so any number of elements of
-/// any format, and any bytes at all, go through unchanged. Two items are equal when format, children and bytes are.
+/// any format, and any bytes at all, go through unchanged. Two items are equal when format, children and
+/// bytes are.
 struct Item {
     Format format = Format::list;
     std::vector<Item> children;  ///< list only
@@ -30,7 +31,8 @@ struct Item {
 
     /// Number of elements (of children for a list).
     std::size_t element_count() const;
-    /// Element `index` of a signed or unsigned integer, Boolean or binary item, sign-extended as its format says.
+    /// Element `index` of a signed or unsigned integer, Boolean or binary item, sign-extended as its format
+    /// says.
     std::int64_t integer(std::size_t index) const;
     std::uint64_t unsigned_integer(std::size_t index) const;
     /// Element `index` of an F4 or F8 item.
