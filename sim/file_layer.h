@@ -1,0 +1,24 @@
+// The controller's files below one data folder: "Z:\FA\x" is FOLDER/Z/FA/x. Any thread.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+/// The folder that holds the drives; the current folder at start. Set it while nothing else runs.
+void set_data_folder(const std::filesystem::path& folder);
+std::filesystem::path data_folder();
+
+/// Where a controller path lies: the drive letter (upper case) is a folder of the data folder, '\' and '/'
+/// both separate, ".." climbs no higher than the drive. Empty for a path without a drive letter. Bytes of
+/// names pass unchanged.
+std::filesystem::path map_path(const char* path);
+
+/// Controller paths of the files that QFile_Open gave and nobody has closed yet.
+std::vector<std::string> open_files();
+/// Closes them; what was being written is dropped. Only while the module does not use them any more.
+void close_open_files();
+
+}  // namespace sim
