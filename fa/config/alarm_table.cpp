@@ -1,0 +1,73 @@
+#include "fa/config/alarm_table.h"
+
+#include "fa/module/bc_fa.h"
+
+namespace Talwen {
+
+std::mutex ALID_Mutex;
+std::map<int, ALID_STRU> ALID_List;
+
+namespace {
+
+/// Category (SEMI E5) of an alarm level; `otherwise` for a level that stands for none.
+unsigned char alarm_category(ALARM_LEVEL level, unsigned char otherwise) {
+    switch (level) {
+        case ALARM_WARNING: return 3;  // parameter control warning
+        case ALARM_SERIOUS: return 4;  // parameter control error
+        case ALARM_FATAL: return 5;    // irrecoverable error
+        default: return otherwise;
+    }
+}
+
+}  // namespace
+
+bool BC_FA::QFA_Get_All_ALID_List() {
+    const std::lock_guard lock(ALID_Mutex);
+    const int count = QSystem_Get_Alarm_Count();
+    // Same number: keep the table, and with it the enable flags that the host has set.
+    if (static_cast<int>(ALID_List.size()) == count) return true;
+    ALID_List.clear();
+    unsigned char category = 0;  // an alarm of no known level has that of the alarm before it
+    for (int index = 0; index < count; ++index) {
+        const int alid = QAlarm_Get_ID(index);
+        category = alarm_category(QAlarm_Get_Level(index), category);
+        const auto [place, is_new] = ALID_List.try_emplace(alid);
+        if (!is_new) continue;
+        ALID_STRU& record = place->second;
+        record.ALID = alid;
+        record.ALCD = category;
+        record.index = index;
+        record.enable = true;
+    }
+    return true;
+}
+
+bool BC_FA::QFA_Get_ALID_Stru(int alid, ALID_STRU** out) {
+    const std::lock_guard lock(ALID_Mutex);
+    const auto found = ALID_List.find(alid);
+    if (found == ALID_List.end()) return false;
+    *out = &found->second;
+    return true;
+}
+
+bool BC_FA::QFA_Set_ALID_Enable(int alid, bool enable) {
+    const std::lock_guard lock(ALID_Mutex);
+    const auto found = ALID_List.find(alid);
+    if (found == ALID_List.end()) return false;
+    found->second.enable = enable;
+    return true;
+}
+
+// Addresses the alarms numbered 0 to size - 1, not those in the table, and adds a record for each number that
+// is missing. Deliberate: with alarms numbered otherwise the real ones stay as they are.
+void BC_FA::QFA_Set_All_ALID_Enable(bool enable) {
+    const std::lock_guard lock(ALID_Mutex);
+    const int count = static_cast<int>(ALID_List.size());
+    for (int alid = 0; alid < count; ++alid) {
+        const auto [place, is_new] = ALID_List.try_emplace(alid);
+        if (is_new) place->second.ALID = alid;
+        place->second.enable = enable;
+    }
+}
+
+}  // namespace Talwen

@@ -1,0 +1,105 @@
+#include "fa/config/config_file.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+#include "fa/framework/qanal.h"
+#include "fa/framework/qfile.h"
+#include "fa/framework/qprint.h"
+#include "fa/framework/qstr.h"
+
+namespace Talwen {
+
+namespace {
+
+constexpr char folder[] = "Z:\\FA";
+constexpr char fallback_folder[] = "J:\\Talwen\\Config\\FA";
+
+}  // namespace
+
+std::string Config_Primary_Path(const char* name) {
+    return std::string(folder) + '\\' + name;
+}
+
+std::string Config_Read_Path(const char* name) {
+    std::string path = Config_Primary_Path(name);
+    if (!QFile_Check_File_Exist(path.c_str())) path = std::string(fallback_folder) + '\\' + name;
+    return path;
+}
+
+Config_Lines::Config_Lines(std::string path)
+    : path_(std::move(path)), file_(QFile_Open(path_.c_str(), "r")) {}
+
+Config_Lines::~Config_Lines() {
+    if (file_ != nullptr) QFile_Close(file_);
+}
+
+bool Config_Lines::next() {
+    // The call that reports the end of the file may still have read a line.
+    while (more_) {
+        line_.fill('\0');
+        int length = 0;
+        more_ = QAnal_Get_Line_String_From_File(file_, line_.data(), &length);
+        ++number_;
+        if (length > 0) return true;
+    }
+    return false;
+}
+
+std::string Config_Lines::place(const char* loader, int code_line) const {
+    return "[文件行:" + path_ + ':' + std::to_string(number_) + "][代码行:" + loader + ':' +
+           std::to_string(code_line) + ']';
+}
+
+void Config_Close::operator()(std::FILE* file) const {
+    QFile_Close(file);
+}
+
+bool Config_Make_Folder(const QSequence& fa) {
+    if (QFile_Create_Folder(folder)) return true;
+    QPrint_Red(fa.Print_Tag, "文件夹:\"%s\" 创建失败![%s]", folder, QStr_Get_SysErrMsg());
+    return false;
+}
+
+Config_Output Config_Create(const QSequence& fa, const char* name, const char* failed) {
+    if (!Config_Make_Folder(fa)) return nullptr;
+    const std::string path = Config_Primary_Path(name);
+    Config_Output file(QFile_Open(path.c_str(), "w+"));
+    if (!file) QPrint_Red(fa.Print_Tag, failed, path.c_str());
+    return file;
+}
+
+void Config_Split(const char* text, char mark, std::initializer_list<std::string*> fields) {
+    constexpr int size = 1024;
+    std::string all = text;
+    std::string rest;
+    const auto last = fields.end() - 1;
+    for (auto field = fields.begin(); field != last; ++field) {
+        QStr_Seperate_Char(all, mark, **field, rest, size);
+        all.swap(rest);
+    }
+    **last = std::move(all);
+}
+
+void Config_Cut(std::string& field, std::size_t limit) {
+    if (field.size() > limit) field.resize(limit);
+}
+
+void Config_Clean(std::string& text) {
+    QStr_Replace(text, '\r', ' ');
+    QStr_Remove(text, '"');
+}
+
+int Config_Int(const std::string& text) {
+    using Limits = std::numeric_limits<int>;
+    return static_cast<int>(
+        std::clamp<long>(std::strtol(text.c_str(), nullptr, 10), Limits::min(), Limits::max()));
+}
+
+double Config_Real(const std::string& text) {
+    return std::strtod(text.c_str(), nullptr);
+}
+
+}  // namespace Talwen

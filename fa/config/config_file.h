@@ -1,0 +1,82 @@
+// What the loaders and writers of the configuration files share: where a file lies, its lines, its fields,
+// its numbers. Every loader runs on the framework thread before the module's threads start.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include "fa/framework/qsequence.h"
+
+namespace Talwen {
+
+/// The splitter's mark for white space.
+inline constexpr char Config_White_Space = 13;
+
+/// "Z:\FA\name", where every file is written.
+std::string Config_Primary_Path(const char* name);
+/// Where a file is read: the primary path or, when nothing is there, "J:\Talwen\Config\FA\name" (which is not
+/// tested).
+std::string Config_Read_Path(const char* name);
+
+/// The lines of one file, read one by one. Closes the file at its end of life unless told otherwise.
+class Config_Lines {
+  public:
+    /// Opens the file; see opened().
+    explicit Config_Lines(std::string path);
+    ~Config_Lines();
+    Config_Lines(const Config_Lines&) = delete;
+    Config_Lines& operator=(const Config_Lines&) = delete;
+
+    bool opened() const { return file_ != nullptr; }
+    /// Goes to the next line that holds something; false when there is none.
+    bool next();
+    /// The line does not fit the buffer: more than 1023 bytes. Its text() must not be used.
+    bool too_long() const { return line_.back() != '\0'; }
+    const char* text() const { return line_.data(); }
+    /// The file's path.
+    const char* path() const { return path_.c_str(); }
+    /// Counts all lines, from 1.
+    int number() const { return number_; }
+    /// Where a defect was found: "[文件行:path:line][代码行:loader:code_line]".
+    std::string place(const char* loader, int code_line) const;
+    /// The file will not be closed.
+    void leave_open() { file_ = nullptr; }
+
+  private:
+    std::string path_;
+    std::FILE* file_;
+    std::array<char, 1024> line_{};
+    bool more_ = true;
+    int number_ = 0;
+};
+
+struct Config_Close {
+    void operator()(std::FILE* file) const;
+};
+/// A file open for writing; it takes its name when it is closed.
+using Config_Output = std::unique_ptr<std::FILE, Config_Close>;
+
+/// Makes the folder "Z:\FA"; reports on the console when it cannot.
+bool Config_Make_Folder(const QSequence& fa);
+/// Makes the folder and begins the file anew. On failure reports on the console, for the file by `failed`
+/// (a format with %s for its path), and gives null.
+Config_Output Config_Create(const QSequence& fa, const char* name, const char* failed);
+
+/// Splits `text` at `mark` (Config_White_Space or a character) into the fields; the last one is all that is
+/// left. Missing fields are empty. Each field is cut to 1023 bytes.
+void Config_Split(const char* text, char mark, std::initializer_list<std::string*> fields);
+/// Cuts a field to so many bytes.
+void Config_Cut(std::string& field, std::size_t limit);
+/// Free text as the tables keep it: CR becomes a blank, double quotes go.
+void Config_Clean(std::string& text);
+
+/// The number a text begins with, as atoi and atof read it; 0 without one. An integer beyond int is the
+/// nearest int.
+int Config_Int(const std::string& text);
+double Config_Real(const std::string& text);
+
+}  // namespace Talwen
