@@ -53,22 +53,32 @@ std::string Config_Lines::place(const char* loader, int code_line) const {
            std::to_string(code_line) + ']';
 }
 
-void Config_Close::operator()(std::FILE* file) const {
-    QFile_Close(file);
-}
-
 bool Config_Make_Folder(const QSequence& fa) {
     if (QFile_Create_Folder(folder)) return true;
     QPrint_Red(fa.Print_Tag, "文件夹:\"%s\" 创建失败![%s]", folder, QStr_Get_SysErrMsg());
     return false;
 }
 
-Config_Output Config_Create(const QSequence& fa, const char* name, const char* failed) {
-    if (!Config_Make_Folder(fa)) return nullptr;
-    const std::string path = Config_Primary_Path(name);
-    Config_Output file(QFile_Open(path.c_str(), "w+"));
-    if (!file) QPrint_Red(fa.Print_Tag, failed, path.c_str());
-    return file;
+Config_Output::Config_Output(const QSequence& fa, const char* name, const char* failed)
+    : fa_(fa), path_(Config_Primary_Path(name)), failed_(failed), file_(nullptr) {
+    if (!Config_Make_Folder(fa)) return;
+    file_ = QFile_Open(path_.c_str(), "w+");
+    if (file_ == nullptr) report();
+}
+
+Config_Output::~Config_Output() {
+    if (file_ != nullptr) QFile_Close(file_);
+}
+
+bool Config_Output::close() {
+    const bool written = QFile_Close(file_) == 0;
+    file_ = nullptr;
+    if (!written) report();
+    return written;
+}
+
+void Config_Output::report() const {
+    QPrint_Red(fa_.Print_Tag, failed_, path_.c_str());
 }
 
 void Config_Split(const char* text, char mark, std::initializer_list<std::string*> fields) {

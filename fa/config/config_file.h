@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <initializer_list>
-#include <memory>
 #include <string>
 
 #include "fa/framework/qsequence.h"
@@ -54,17 +53,32 @@ class Config_Lines {
     int number_ = 0;
 };
 
-struct Config_Close {
-    void operator()(std::FILE* file) const;
-};
-/// A file open for writing; it takes its name when it is closed.
-using Config_Output = std::unique_ptr<std::FILE, Config_Close>;
-
 /// Makes the folder "Z:\FA"; reports on the console when it cannot.
 bool Config_Make_Folder(const QSequence& fa);
-/// Makes the folder and begins the file anew. On failure reports on the console, for the file by `failed`
-/// (a format with %s for its path), and gives null.
-Config_Output Config_Create(const QSequence& fa, const char* name, const char* failed);
+
+/// A file that is written anew. It takes its name when it is closed, as a whole.
+class Config_Output {
+  public:
+    /// Makes the folder and opens the file; see opened(). `failed` is the console's message when that or
+    /// close() fails (a format with %s for the path).
+    Config_Output(const QSequence& fa, const char* name, const char* failed);
+    ~Config_Output();
+    Config_Output(const Config_Output&) = delete;
+    Config_Output& operator=(const Config_Output&) = delete;
+
+    bool opened() const { return file_ != nullptr; }
+    std::FILE* file() const { return file_; }
+    /// True when everything written has reached the file.
+    bool close();
+
+  private:
+    void report() const;
+
+    const QSequence& fa_;
+    std::string path_;
+    const char* failed_;
+    std::FILE* file_;
+};
 
 /// Splits `text` at `mark` (Config_White_Space or a character) into the fields; the last one is all that is
 /// left. Missing fields are empty. Each field is cut to 1023 bytes.

@@ -220,14 +220,14 @@ bool BC_FA::FILE_SYSTEM_SETUP() {
 }
 
 bool BC_FA::FILE_SAVE_SYSTEM_SETUP() {
-    const Config_Output file = Config_Create(*this, settings_file, "[%s] 文件保存失败!");
-    if (!file) return false;
+    Config_Output out(*this, settings_file, "[%s] 文件保存失败!");
+    if (!out.opened()) return false;
     QPrint_Green(Print_Tag, "Local Port:%d ", QFA_Get_Local_Port());  // in both layouts, blank included
     if (Comm_New_Version)
-        write(*this, file.get(), newer_layout);
+        write(*this, out.file(), newer_layout);
     else
-        write(*this, file.get(), older_layout);
-    return true;
+        write(*this, out.file(), older_layout);
+    return out.close();
 }
 
 }  // namespace Talwen

@@ -221,15 +221,15 @@ bool load(BC_FA& fa, const Variable_File& file, std::map<int, Record>& table) {
 
 template <class Record>
 bool save(BC_FA& fa, const Variable_File& file, const std::map<int, Record>& table) {
-    const Config_Output out = Config_Create(fa, file.name, file.save_failed);
-    if (!out) return false;
+    Config_Output out(fa, file.name, file.save_failed);
+    if (!out.opened()) return false;
     const std::string dashes = file.dash_lines ? '#' + std::string(113, '-') + '\n' : "";
     const auto& t = file.titles;
-    std::fputs(dashes.c_str(), out.get());
-    std::fprintf(out.get(), file.head, t[0], t[1], t[2], t[3], t[4], t[5], t[6]);
-    std::fputs(dashes.c_str(), out.get());
-    for (const auto& [id, record] : table) file.write_row(out.get(), record);
-    return true;
+    std::fputs(dashes.c_str(), out.file());
+    std::fprintf(out.file(), file.head, t[0], t[1], t[2], t[3], t[4], t[5], t[6]);
+    std::fputs(dashes.c_str(), out.file());
+    for (const auto& [id, record] : table) file.write_row(out.file(), record);
+    return out.close();
 }
 
 }  // namespace
