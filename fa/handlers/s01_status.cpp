@@ -1,0 +1,179 @@
+// Stream 1: selected status, status namelist, alarm queue (SEMI E5).
+#include <vector>
+
+#include "fa/config/alarm_table.h"
+#include "fa/config/variable_tables.h"
+#include "fa/handlers/handler_support.h"
+#include "fa/module/bc_fa.h"
+#include "fa/secs/secs_driver.h"
+
+namespace Talwen {
+
+namespace {
+
+/// The SVIDs that a request names, all of the table's for an empty list; false at the first that is no
+/// identifier.
+bool requested_svids(const _SECS_ITEM& list, std::vector<int>& svids) {
+    svids.resize(static_cast<std::size_t>(list.count > 0 ? list.count : 0));
+    for (std::size_t i = 0; i < svids.size(); ++i)
+        if (!Read_Identifier(*list.children[i], &svids[i])) return false;
+    if (!svids.empty()) return true;
+    svids.reserve(SVID_List.size());
+    for (const auto& [svid, record] : SVID_List) svids.push_back(svid);
+    return true;
+}
+
+bool in_range(int index, int count) {
+    return index >= 0 && index < count;
+}
+
+/// A digital value in the record's integer format; I4 for every other.
+_SECS_ITEM* digital_item(unsigned char format, int value) {
+    switch (format) {
+        case SECS_FORMAT_U1: return SecsCreateItemU1(static_cast<unsigned char>(value));
+        case SECS_FORMAT_U2: return SecsCreateItemU2(static_cast<unsigned short>(value));
+        case SECS_FORMAT_U4: return SecsCreateItemU4(static_cast<unsigned int>(value));
+        case SECS_FORMAT_I1: return SecsCreateItemI1(static_cast<char>(value));
+        case SECS_FORMAT_I2: return SecsCreateItemI2(static_cast<short>(value));
+        default: return SecsCreateItemI4(value);
+    }
+}
+
+_SECS_ITEM* analog_item(unsigned char format, double value) {
+    return format == SECS_FORMAT_F4 ? SecsCreateItemF4(static_cast<float>(value)) : SecsCreateItemF8(value);
+}
+
+/// One SV of S1F4.
+_SECS_ITEM* status_value(BC_FA& fa, int svid) {
+    SVID_STRU* record = nullptr;
+    if (!fa.QFA_Get_SVID_Stru(svid, &record)) {
+        OnlineLog("<SVID>:%d , 未识别.[代码行:%s:%d]", svid, FA_CODE_LINE("reply_S01F03"));
+        return Placeholder_Item();
+    }
+    const int point = record->point;
+    switch (record->io_type) {
+        case IO_DIGITAL:
+            if (in_range(point, fa.QSystem_Get_Digital_Count()))
+                return digital_item(record->format, fa.QDigital_Read(point));
+            OnlineLog("<SVID> [DIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
+                      fa.QSystem_Get_Digital_Count() - 1, FA_CODE_LINE("reply_S01F03"));
+            break;
+        case IO_ANALOG:
+            if (in_range(point, fa.QSystem_Get_Analog_Count()))
+                return analog_item(record->format, fa.QAnalog_Read(point));
+            OnlineLog("<SVID> [AIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
+                      fa.QSystem_Get_Analog_Count() - 1, FA_CODE_LINE("reply_S01F03"));
+            break;
+        case IO_STRING:
+            if (in_range(point, fa.QSystem_Get_String_Count()))
+                return SecsCreateItemAscii(fa.QString_Read(point));
+            OnlineLog("<SVID> [SIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
+                      fa.QSystem_Get_String_Count() - 1, FA_CODE_LINE("reply_S01F03"));
+            break;
+        default:
+            OnlineLog("<SVID>:%d , IOType:%d 未识别.[代码行:%s:%d]", svid, record->io_type,
+                      FA_CODE_LINE("reply_S01F03"));
+            break;
+    }
+    return Placeholder_Item();
+}
+
+struct Name_And_Unit {
+    const char* name = "-";
+    const char* unit = "-";
+};
+
+/// Name and unit of a variable's point. The bounds of all three kinds are those of the digital points, and
+/// the unit of an analog point is the digital point's of the same index; hosts are configured against what
+/// this gives, while the log shows the bound of the right kind. Do not straighten either.
+Name_And_Unit point_name_and_unit(BC_FA& fa, int svid, const SVID_STRU& record) {
+    const int point = record.point;
+    const bool inside = in_range(point, fa.QSystem_Get_Digital_Count());
+    switch (record.io_type) {
+        case IO_DIGITAL:
+            if (inside) return {fa.QDigital_Get_Name(point), fa.QDigital_Get_Unit(point)};
+            OnlineLog("SVID [DIO:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
+                      fa.QSystem_Get_Digital_Count() - 1, FA_CODE_LINE("reply_S01F11"));
+            break;
+        case IO_ANALOG:
+            if (inside) return {fa.QAnalog_Get_Name(point), fa.QDigital_Get_Unit(point)};
+            OnlineLog("<SVID> [AIO:%d]超限错误 , 范围[0,%d]. [代码行:%s:%d]", point,
+                      fa.QSystem_Get_Analog_Count() - 1, FA_CODE_LINE("reply_S01F11"));
+            break;
+        case IO_STRING:
+            if (inside) return {fa.QString_Get_Name(point), "-"};
+            OnlineLog("<SVID> [SIO:%d]超限错误 , 范围[0,%d]. [代码行:%s:%d]", point,
+                      fa.QSystem_Get_String_Count() - 1, FA_CODE_LINE("reply_S01F11"));
+            break;
+        default:
+            OnlineLog("<SVID>:%d  , IO Type %d 未识别. [代码行:%s:%d]", svid, record.io_type,
+                      FA_CODE_LINE("reply_S01F11"));
+            break;
+    }
+    return {};
+}
+
+/// One L[3] of S1F12.
+_SECS_ITEM* namelist_entry(BC_FA& fa, int svid) {
+    Name_And_Unit text;
+    SVID_STRU* record = nullptr;
+    if (fa.QFA_Get_SVID_Stru(svid, &record))
+        text = point_name_and_unit(fa, svid, *record);
+    else
+        OnlineLog("<SVID>:%d 未识别.[代码行:%s:%d]", svid, FA_CODE_LINE("reply_S01F11"));
+    _SECS_ITEM* entry = SecsCreateItemList(3);
+    SecsListItemAppend(entry, SecsCreateItemU4(static_cast<unsigned int>(svid)));
+    SecsListItemAppend(entry, SecsCreateItemAscii(text.name));
+    SecsListItemAppend(entry, SecsCreateItemAscii(text.unit));
+    return entry;
+}
+
+}  // namespace
+
+unsigned long BC_FA::reply_S01F03(void* handle, _SECS_ITEM* item, unsigned long msgid) {
+    if (item->format != SECS_FORMAT_L) {
+        OnlineLog("消息头格式错误 , 必须是 L.[代码行:%s:%d]", FA_CODE_LINE("reply_S01F03"));
+        return Format_Error;
+    }
+    std::vector<int> svids;
+    if (!requested_svids(*item, svids)) {
+        OnlineLog("<SVID> 格式错误 , 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S01F03"));
+        return Format_Error;
+    }
+    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(svids.size()));
+    for (const int svid : svids) SecsListItemAppend(root, status_value(*this, svid));
+    return Reply_And_Log(handle, 1, 4, root, msgid);
+}
+
+unsigned long BC_FA::reply_S01F11(void* handle, _SECS_ITEM* item, unsigned long msgid) {
+    std::vector<int> svids;
+    if (!requested_svids(*item, svids)) {
+        OnlineLog("<SVID> 格式错误, 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S01F11"));
+        return Format_Error;
+    }
+    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(svids.size()));
+    for (const int svid : svids) SecsListItemAppend(root, namelist_entry(*this, svid));
+    return Reply_And_Log(handle, 1, 12, root, msgid);
+}
+
+unsigned long BC_FA::reply_S01F75(void* handle, _SECS_ITEM* /*item*/, unsigned long msgid) {
+    _SECS_ITEM* root = SecsCreateItemList(0);
+    for (int i = 0; i < QAlarm_Queue_Count(); ++i) {
+        int point = 0;
+        int rec = 0;
+        ALID_STRU* record = nullptr;
+        if (!QAlarm_Queue_Point(i, &point, &rec)) continue;
+        if (!QFA_Get_ALID_Stru(QAlarm_Get_ID(point), &record) || !record->enable) continue;
+        char text[512] = "";
+        QAlarm_Get_Text_Full(record->index, text);
+        _SECS_ITEM* entry = SecsCreateItemList(4);
+        SecsListItemAppend(entry, Acknowledge_Item(record->ALCD));
+        SecsListItemAppend(entry, SecsCreateItemU4(static_cast<unsigned int>(record->ALID)));
+        SecsListItemAppend(entry, SecsCreateItemAscii(text));
+        SecsListItemAppend(entry, SecsCreateItemAscii(QAlarm_Get_Post_Time(record->index)));
+        SecsListItemAppend(root, entry);
+    }
+    return Reply_And_Log(handle, 1, 76, root, msgid);
+}
+
+}  // namespace Talwen

@@ -1,0 +1,44 @@
+// What no handler of its own takes, and function 0 (abort) of every stream.
+#include "fa/handlers/handler_support.h"
+#include "fa/module/bc_fa.h"
+#include "fa/secs/link_names.h"
+
+namespace Talwen {
+
+namespace {
+constexpr unsigned long not_handled = static_cast<unsigned long>(-5L);
+}
+
+_SECS_ITEM* BC_FA::send_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
+                               void* /*param*/) {
+    return nullptr;
+}
+
+unsigned long BC_FA::recv_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
+                                 _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
+    return not_handled;
+}
+
+// An unknown primary is met with silence, neither an abort nor an S9 message: the host's T3 tells it.
+unsigned long BC_FA::reply_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
+                                  _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
+    return not_handled;
+}
+
+// The host aborts: for stream 1 that takes the equipment off-line, without an event and without
+// Control_State.
+unsigned long BC_FA::recv_SxxF00(void* /*handle*/, unsigned char stream, unsigned char /*function*/,
+                                 _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
+    if (stream == 1) {
+        QFA_Set_CtrlMD(FA_Ctrl_OffLine);
+        QIO_Set_GEM_Online_Status(0);
+    }
+    return 1;
+}
+
+unsigned long BC_FA::reply_SxxF00(void* handle, unsigned char stream, unsigned char /*function*/,
+                                  _SECS_ITEM* /*item*/, unsigned long msgid) {
+    return Reply_And_Log(handle, stream, 0, nullptr, msgid);
+}
+
+}  // namespace Talwen

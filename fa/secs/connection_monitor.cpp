@@ -1,0 +1,216 @@
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "fa/framework/qprint.h"
+#include "fa/framework/qtime.h"
+#include "fa/module/bc_fa.h"
+#include "fa/module/module_state.h"
+#include "fa/module/module_threads.h"
+#include "fa/secs/dispatch.h"
+#include "fa/secs/link_names.h"
+#include "fa/secs/message_queue.h"
+#include "fa/secs/secs_driver.h"
+
+namespace Talwen {
+
+namespace {
+
+constexpr unsigned int disabled_poll_ms = 100;
+constexpr unsigned int idle_poll_ms = 15;
+constexpr unsigned int not_ready_poll_ms = 1000;
+
+// Only the main monitor touches these two.
+__secs_sets Secs_Settings{};
+void* Secs_Handle = nullptr;
+
+/// The link settings of one pass, read from the authoritative side and written to the other.
+struct Link_Settings {
+    std::string ip;
+    int port = 0;
+    int device = 0;
+    int mode = 0;
+    bool link_test = false;
+    bool enable = false;
+};
+
+Link_Settings mirror_from_gem(BC_FA& fa) {
+    Link_Settings s{fa.QIO_Get_GEM_Comm_IP(),
+                    fa.QIO_Get_GEM_Comm_Port(),
+                    fa.QIO_Get_GEM_Device_ID(),
+                    fa.QIO_Get_GEM_Comm_Try(),
+                    fa.QIO_Get_GEM_LinkTest_Enable() != 0,
+                    fa.QIO_Get_GEM_Init_CommState() != 1};
+    fa.QFA_Set_Remote_IP(s.ip.c_str());
+    fa.QFA_Set_Remote_Port(s.port);
+    fa.QFA_Set_Local_Port(s.port);
+    fa.QFA_Set_Device_ID(s.device);
+    fa.QFA_Set_ConnMD(s.mode);
+    fa.QFA_Set_LinkTest(s.link_test ? 1 : 0);
+    fa.QFA_Set_Enable(s.enable ? 1 : 0);
+    return s;
+}
+
+Link_Settings mirror_from_fa(BC_FA& fa) {
+    Link_Settings s{fa.QFA_Get_Remote_IP(), fa.QFA_Get_Remote_Port(),   fa.QFA_Get_Device_ID(),
+                    fa.QFA_Get_ConnMD(),    fa.QFA_Get_LinkTest() != 0, fa.QFA_Get_Enable() != 0};
+    fa.QIO_Set_GEM_Comm_IP(s.ip.c_str());
+    fa.QIO_Set_GEM_Comm_Port(s.port);
+    fa.QIO_Set_GEM_Device_ID(s.device);
+    fa.QIO_Set_GEM_Comm_Try(s.mode);
+    fa.QIO_Set_GEM_LinkTest_Enable(s.link_test ? 1 : 0);
+    fa.QIO_Set_GEM_Init_CommState(s.enable ? 0 : 1);
+    return s;
+}
+
+/// With the newer settings a start state of 0 switches communication on again at every pass, whatever had
+/// switched it off. Meant so: the start state is the equipment's word, the switch only its echo.
+void rederive_enable(BC_FA& fa) {
+    const int start_state = fa.QIO_Get_GEM_Init_CommState();
+    if (start_state != 0 && start_state != 1) return;
+    fa.QIO_Set_GEM_Comm_Enable(1 - start_state);
+    fa.QFA_Set_Enable(1 - start_state);
+}
+
+/// True when communication is switched on, on the authoritative side.
+bool comm_enabled(BC_FA& fa) {
+    return (Comm_New_Version ? fa.QIO_Get_GEM_Comm_Enable() : fa.QFA_Get_Enable()) != 0;
+}
+
+bool link_up(BC_FA& fa) {
+    return (Comm_New_Version ? fa.QIO_Get_GEM_Comm_Status() : fa.QFA_Get_LinkMD()) != 0;
+}
+
+/// The side that follows takes the switched-off state over.
+void follow_disabled(BC_FA& fa) {
+    if (Comm_New_Version)
+        fa.QFA_Set_Enable(0);
+    else
+        fa.QIO_Set_GEM_Comm_Enable(0);
+    fa.QFA_Set_LinkMD(FA_Link_Disabled);
+}
+
+std::uint32_t milliseconds(int seconds, std::uint32_t when_zero) {
+    const auto ms = static_cast<std::uint32_t>(seconds) * 1000U;
+    return ms == 0 ? when_zero : ms;
+}
+
+void fill_settings(BC_FA& fa, const Link_Settings& from) {
+    Secs_Settings = {};
+    Secs_Settings.t0 = milliseconds(fa.QFA_Get_T0(), 60000);
+    Secs_Settings.t3 = milliseconds(fa.QFA_Get_T3(), 5000);
+    Secs_Settings.t5 = milliseconds(fa.QFA_Get_T5(), 10000);
+    Secs_Settings.t6 = milliseconds(fa.QFA_Get_T6(), 5000);
+    Secs_Settings.t7 = milliseconds(fa.QFA_Get_T7(), 10000);
+    Secs_Settings.t8 = milliseconds(fa.QFA_Get_T8(), 5000);
+    std::snprintf(Secs_Settings.ip, sizeof Secs_Settings.ip, "%s", from.ip.c_str());
+    Secs_Settings.port = static_cast<std::uint16_t>(from.port);
+    Secs_Settings.device_id = static_cast<std::uint16_t>(from.device);
+    Secs_Settings.conn_mode = from.mode;
+    Secs_Settings.link_test = from.link_test ? 1 : 0;
+    Secs_Settings.on_select = OnSelect;
+    Secs_Settings.on_deselect = OnDeselect;
+    Secs_Settings.on_close = OnClose;
+    Secs_Settings.on_recv = OnRecvMessageBuffer;
+    Secs_Settings.on_error = OnError;
+    Set_Link_Device_Id(Secs_Settings.device_id);
+}
+
+void destroy_link() {
+    SecsDisconnect(Secs_Handle);
+    SecsDestroy(Secs_Handle);
+    Secs_Handle = nullptr;
+    Link_Is_Gone();
+}
+
+/// Sends what is queued, one message at a time, until the queue is empty or something else is to be done.
+void send_queue(BC_FA& fa) {
+    while (!Module_Stopping(fa)) {
+        if (!comm_enabled(fa)) {
+            QFA_Message_Clear();
+            Reconnect = false;
+            return;
+        }
+        if (!link_up(fa)) {
+            QFA_Message_Purge_Unspooled();
+            QTime_MSleep(not_ready_poll_ms);
+            if (Reconnect) return;
+            continue;
+        }
+        FA_Message entry;
+        if (!QFA_Message_PopFront(&entry)) return;
+        QPrint_Cyan(fa.Print_Tag, "准备发送:S%d,F%d", entry.stream, entry.function);
+        const unsigned long msgid = QFA_Message_Send(Secs_Handle, &entry);
+        QFA_Wait_Reply(entry.stream, entry.function, msgid, Secs_Settings.t7);
+        // Sent, timed out or failed: it is not sent again.
+        QFA_Message_RemoveFront();
+    }
+}
+
+/// Keeps one handle until it is to be torn down or the module ends.
+void run_connection(BC_FA& fa) {
+    while (!Module_Stopping(fa)) {
+        const bool enabled = comm_enabled(fa);
+        if (!enabled) follow_disabled(fa);
+        if (!enabled || Reconnect) {
+            destroy_link();
+            Reconnect = false;
+            return;
+        }
+        QTime_MSleep(idle_poll_ms);
+        send_queue(fa);
+    }
+}
+
+/// One connection attempt and the life of its link.
+void one_pass(BC_FA& fa) {
+    const Link_Settings settings = Comm_New_Version ? mirror_from_gem(fa) : mirror_from_fa(fa);
+    if (Comm_New_Version) rederive_enable(fa);
+    if (!comm_enabled(fa)) {
+        follow_disabled(fa);
+        QTime_MSleep(disabled_poll_ms);
+        return;
+    }
+    QPrint_Cyan(fa.Print_Tag, "DeviceID:%d", settings.device);
+    fa.QFA_Set_LinkMD(FA_Link_Disconn);
+    fa.QIO_Set_GEM_Comm_Status(0);
+    fa.QIO_Set_GEM_Comm_Status2(0);
+    fill_settings(fa, settings);
+    if (Secs_Handle != nullptr) destroy_link();  // an exception ended the pass before this one
+    Secs_Handle = SecsCreate(&Secs_Settings);
+    if (Secs_Handle == nullptr) {
+        QPrint_Red(fa.Print_Tag, "SecsCreate failed... ...");
+        OnlineLog("SecsCreate failed... ...");
+        Sleep_Unless_Stopping(fa, Secs_Settings.t5);
+        return;
+    }
+    QPrint_Yellow(fa.Print_Tag, "COMM_IP:%s , COMM_PORT:%d", Secs_Settings.ip, settings.port);
+    SecsConnect(Secs_Handle, Secs_Settings.ip, Secs_Settings.port);
+    QFA_Message_Purge_Unspooled();
+    run_connection(fa);
+}
+
+}  // namespace
+
+void BC_FA::Thread_FA_Main_Monitor() {
+    Main_Monitor_Running = true;
+    QFA_Message_Queue_Init();
+    QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 启动... ...");
+    while (!Module_Stopping(*this)) {
+        try {
+            one_pass(*this);
+        } catch (const std::runtime_error& error) {
+            QPrint_Red(Print_Tag, "%s , 捕捉到异常:%s.", "Talwen::BC_FA::Thread_FA_Main_Monitor",
+                       error.what());
+        }
+    }
+    QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 退出... ...");
+    Main_Monitor_Running = false;
+    QFA_Message_Queue_Release();
+    destroy_link();
+}
+
+}  // namespace Talwen

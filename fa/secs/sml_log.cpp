@@ -1,0 +1,173 @@
+#include "fa/secs/sml_log.h"
+
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+#include "fa/module/bc_fa.h"
+#include "fa/module/module_state.h"
+#include "fa/secs/secs_driver.h"
+
+// Every message passes here twice on its way, so lines are built with to_chars in place, not with printf.
+
+namespace Talwen {
+
+namespace {
+
+constexpr int root_depth = 2;
+
+void indent(std::string& text, int depth) {
+    text.append(static_cast<std::size_t>(depth) * 4, ' ');
+}
+
+template <class Number>
+void append_number(std::string& text, Number value) {
+    std::array<char, 24> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    text.append(digits.data(), end);
+}
+
+/// As printf's %g.
+void append_real(std::string& text, double value) {
+    std::array<char, 32> digits;
+    const auto end =
+        std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::general, 6).ptr;
+    text.append(digits.data(), end);
+}
+
+template <class Element>
+Element first_element(const _SECS_ITEM& item) {
+    Element value;
+    std::memcpy(&value, item.value, sizeof value);
+    return value;
+}
+
+/// "<U4[1] 7>": always one element, the first, whatever the item holds.
+template <class Element, class Shown = Element>
+void append_integer(std::string& text, std::string_view tag, const _SECS_ITEM& item) {
+    text.append(tag);
+    append_number(text, static_cast<Shown>(first_element<Element>(item)));
+    text += ">\n";
+}
+
+template <class Element>
+void append_float(std::string& text, std::string_view tag, const _SECS_ITEM& item) {
+    text.append(tag);
+    append_real(text, static_cast<double>(first_element<Element>(item)));
+    text += ">\n";
+}
+
+void append_binary(std::string& text, const _SECS_ITEM& item) {
+    text += "<B[";
+    append_number(text, item.length);
+    text += ']';
+    const char* bytes = item.data != nullptr ? item.data : item.value;
+    for (std::uint32_t i = 0; i < item.length; ++i) {
+        text += ' ';
+        append_number(text, static_cast<int>(static_cast<signed char>(bytes[i])));
+    }
+    text += ">\n";
+}
+
+void append_text(std::string& text, const _SECS_ITEM& item) {
+    text += "<A[";
+    append_number(text, item.length);
+    text += "] \"";
+    text += item.data != nullptr ? item.data : item.value;  // up to its first NUL, as %s
+    text += "\">\n";
+}
+
+/// The line of an item that is no list; nothing for a byte that is no format.
+void append_line(std::string& text, const _SECS_ITEM& item, int depth) {
+    const std::size_t start = text.size();
+    indent(text, depth);
+    switch (item.format) {
+        case SECS_FORMAT_B: append_binary(text, item); break;
+        case SECS_FORMAT_BOOLEAN:
+            text += item.value[0] != 0 ? "<Bool[1] True>\n" : "<Bool[1] False>\n";
+            break;
+        case SECS_FORMAT_A:
+        case SECS_FORMAT_J:
+        case SECS_FORMAT_C2: append_text(text, item); break;
+        case SECS_FORMAT_I8: append_integer<std::int64_t>(text, "<I8[1] ", item); break;
+        case SECS_FORMAT_I1: append_integer<std::int8_t, int>(text, "<I1[1] ", item); break;
+        case SECS_FORMAT_I2: append_integer<std::int16_t>(text, "<I2[1] ", item); break;
+        case SECS_FORMAT_I4: append_integer<std::int32_t>(text, "<I4[1] ", item); break;
+        case SECS_FORMAT_F8: append_float<double>(text, "<F8[1] ", item); break;
+        case SECS_FORMAT_F4: append_float<float>(text, "<F4[1] ", item); break;
+        case SECS_FORMAT_U8: append_integer<std::uint64_t>(text, "<U8[1] ", item); break;
+        case SECS_FORMAT_U1: append_integer<std::uint8_t, unsigned>(text, "<U1[1] ", item); break;
+        case SECS_FORMAT_U2: append_integer<std::uint16_t>(text, "<U2[1] ", item); break;
+        case SECS_FORMAT_U4: append_integer<std::uint32_t>(text, "<U4[1] ", item); break;
+        default: text.resize(start); break;
+    }
+}
+
+/// An item at its depth, its children below it, and the closing line of a list.
+void append_item(std::string& text, const _SECS_ITEM& item, int depth) {
+    const bool is_list = item.count > 0 || item.format == SECS_FORMAT_L;
+    if (!is_list) {
+        append_line(text, item, depth);
+        return;
+    }
+    indent(text, depth);
+    text += "<L[";
+    append_number(text, item.count);
+    text += "]\n";
+    for (std::int32_t i = 0; i < item.count; ++i) {
+        const _SECS_ITEM& child = *item.children[i];
+        if (child.format == SECS_FORMAT_L)
+            append_item(text, child, depth + 1);
+        else
+            append_line(text, child, depth + 1);
+    }
+    indent(text, depth);
+    text += ">\n";
+}
+
+void append_header(std::string& text, unsigned stream, unsigned function, unsigned long msgid,
+                   int direction) {
+    // The blank behind the first title stands in the log of every installed system; it stays.
+    constexpr std::string_view titles[2][2] = {{"Receive Secondary Message", "Receive Primary Message "},
+                                               {"Send Secondary Message", "Send Primary Message"}};
+    constexpr std::size_t title_width = 40;
+    const std::string_view title = titles[direction == 0 ? 0 : 1][function & 1U];
+    BC_FA* module = FA_Instance;
+    text += title;
+    text.append(title_width - title.size(), ' ');
+    text += '[';
+    append_number(text, static_cast<long>(msgid));
+    text += ',';
+    append_number(text, module != nullptr ? module->QFA_Get_Device_ID() : 0);
+    text += "]\n    'S";
+    append_number(text, stream);
+    text += 'F';
+    append_number(text, function);
+    text += "'\n";
+}
+
+}  // namespace
+
+void Item_Dump(void* /*handle*/, unsigned char stream, unsigned char function, _SECS_ITEM* item,
+               unsigned long msgid, int direction, int depth, std::string& text) {
+    if (depth == 0) {
+        append_header(text, stream, function, msgid, direction);
+        depth = root_depth;
+    }
+    if (item == nullptr) return;
+    append_item(text, *item, depth);
+    if (depth == root_depth) text += '.';
+}
+
+void QFA_Message_Print_SML(void* handle, unsigned char stream, unsigned char function, _SECS_ITEM* item,
+                           unsigned long msgid, int direction) {
+    thread_local std::string sml_text;
+    sml_text.clear();
+    Item_Dump(handle, stream, function, item, msgid, direction, 0, sml_text);
+    OnlineLog(sml_text);
+    constexpr std::size_t kept = 256 * 1024;  // a huge message once must not pin its text for ever
+    if (sml_text.capacity() > kept) std::string().swap(sml_text);
+}
+
+}  // namespace Talwen
