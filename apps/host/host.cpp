@@ -1,0 +1,256 @@
+#include "apps/host/host.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "apps/host/auto_reply.h"
+#include "hsms/core/item_codec.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t most_kept = 10000;  // messages that nobody takes; the oldest go first
+
+std::string name_of(const sml::Message& message) {
+    return "S" + std::to_string(message.stream) + "F" + std::to_string(message.function);
+}
+
+bool is_primary(const sml::Message& message) {
+    return message.function % 2 == 1;
+}
+
+Received decode(const hsms::Header& header, const std::string& body) {
+    Received received{{header.stream(), header.function(), header.wbit(), std::nullopt}, ""};
+    if (body.empty()) return received;
+    hsms::Item item;
+    if (const hsms::DecodeResult result = hsms::decode_item(body, item))
+        received.message.body = std::move(item);
+    else
+        received.defect = "body of " + std::to_string(body.size()) + " bytes: " + hsms::describe(result);
+    return received;
+}
+
+std::optional<Received> take(std::deque<Received>& queue, std::uint8_t stream, std::uint8_t function) {
+    const auto found = std::find_if(queue.begin(), queue.end(), [&](const Received& received) {
+        return received.message.stream == stream && received.message.function == function;
+    });
+    if (found == queue.end()) return std::nullopt;
+    Received taken = std::move(*found);
+    queue.erase(found);
+    return taken;
+}
+
+template <class Queue, class Entry>
+void keep(Queue& queue, Entry entry) {
+    if (queue.size() == most_kept) queue.pop_front();
+    queue.push_back(std::move(entry));
+}
+
+}  // namespace
+
+Host::Host(hsms::LinkOptions options, bool automatic, Printer& printer)
+    : printer_(printer),
+      automatic_(automatic),
+      link_(
+          [&] {
+              options.log = [&printer](std::string_view line) { printer.about(line); };
+              return std::move(options);
+          }(),
+          {
+              .on_selected = [this] { on_selected(); },
+              .on_deselected = [this] { on_closed("deselected"); },
+              .on_closed = [this] { on_closed("closed"); },
+              .on_message = [this](const hsms::Header& header,
+                                   std::string&& body) { on_message(header, body); },
+              .on_reply_timeout = [this](std::uint32_t id) { on_reply_timeout(id); },
+          }) {}
+
+Host::~Host() {
+    link_.stop();
+}
+
+template <class Condition>
+bool Host::wait(Lock& lock, Milliseconds limit, Condition condition) {
+    return changed_.wait_for(lock, limit, condition);
+}
+
+bool Host::wait_selected(Milliseconds limit) {
+    Lock lock(mutex_);
+    if (!wait(lock, limit, [&] { return selected_; })) return false;
+    lost_ = false;
+    return true;
+}
+
+bool Host::wait_closed(Milliseconds limit) {
+    Lock lock(mutex_);
+    return wait(lock, limit, [&] { return lost_; });
+}
+
+bool Host::usable() const {
+    const Lock lock(mutex_);
+    return selected_ && !lost_;
+}
+
+bool Host::reconnect(Milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    {
+        Lock lock(mutex_);
+        const std::uint64_t before = closes_;
+        if (selected_) {
+            link_.separate();
+            if (!wait(lock, limit, [&] { return closes_ != before; })) return false;
+        }
+    }
+    forget();
+    const auto left = deadline - std::chrono::steady_clock::now();
+    return wait_selected(std::chrono::duration_cast<Milliseconds>(left));
+}
+
+Host::Sent Host::send(const sml::Message& message) {
+    std::string body;
+    if (message.body && !hsms::encode_item(*message.body, body))
+        return {0, "the body is too large to be sent"};
+    const Lock lock(mutex_);
+    if (!is_primary(message)) return send_reply(message, body);
+    const std::uint32_t id = link_.send(message.stream, message.function, message.wbit, body);
+    if (id == 0) return {0, "the link is not selected"};
+    printer_.message(Direction::sent, message);
+    std::erase_if(outcomes_, [](const auto& entry) { return entry.second != Outcome::pending; });
+    if (message.wbit) outcomes_[id] = Outcome::pending;
+    return {id, ""};
+}
+
+Host::Sent Host::send_reply(const sml::Message& message, const std::string& body) {
+    const auto primary = std::find_if(unanswered_.begin(), unanswered_.end(), [&](const Unanswered& open) {
+        return open.stream == message.stream &&
+               (message.function == 0 || open.function + 1 == message.function);
+    });
+    if (primary == unanswered_.end()) return {0, "no primary is waiting for " + name_of(message)};
+    const std::uint32_t id = primary->id;
+    if (!link_.reply(message.stream, message.function, body, id)) return {0, "the link is not selected"};
+    unanswered_.erase(primary);
+    printer_.message(Direction::sent, message);
+    return {id, ""};
+}
+
+bool Host::reply_pending() const {
+    return std::any_of(outcomes_.begin(), outcomes_.end(),
+                       [](const auto& entry) { return entry.second == Outcome::pending; });
+}
+
+Outcome Host::wait_outcome(std::uint32_t id) {
+    Lock lock(mutex_);
+    const auto outcome = [&] {
+        const auto found = outcomes_.find(id);
+        return found == outcomes_.end() ? Outcome::lost : found->second;
+    };
+    changed_.wait(lock, [&] { return outcome() != Outcome::pending; });
+    return outcome();
+}
+
+void Host::wait_idle() {
+    Lock lock(mutex_);
+    changed_.wait(lock, [&] { return !reply_pending(); });
+}
+
+void Host::drop_replies() {
+    const Lock lock(mutex_);
+    replies_.clear();
+}
+
+void Host::forget() {
+    const Lock lock(mutex_);
+    replies_.clear();
+    primaries_.clear();
+}
+
+std::optional<Received> Host::take_reply(std::uint8_t stream, std::uint8_t function, Milliseconds limit) {
+    Lock lock(mutex_);
+    std::optional<Received> taken;
+    wait(lock, limit, [&] {
+        taken = take(replies_, stream, function);
+        return taken || !reply_pending();
+    });
+    if (!taken && !replies_.empty()) {
+        taken = std::move(replies_.front());
+        replies_.pop_front();
+    }
+    return taken;
+}
+
+std::optional<Received> Host::take_primary(std::uint8_t stream, std::uint8_t function, Milliseconds limit) {
+    Lock lock(mutex_);
+    std::optional<Received> taken;
+    wait(lock, limit, [&] {
+        taken = take(primaries_, stream, function);
+        return taken || lost_;
+    });
+    return taken;
+}
+
+void Host::on_selected() {
+    const Lock lock(mutex_);
+    printer_.about("selected");
+    selected_ = true;
+    changed_.notify_all();
+}
+
+void Host::on_closed(const char* how) {
+    const Lock lock(mutex_);
+    if (!selected_) return;  // a connection that never came to be selected, or is deselected already
+    printer_.about(how);
+    selected_ = false;
+    lost_ = true;
+    ++closes_;
+    unanswered_.clear();
+    for (auto& [id, outcome] : outcomes_)
+        if (outcome == Outcome::pending) outcome = Outcome::lost;
+    changed_.notify_all();
+}
+
+void Host::on_message(const hsms::Header& header, const std::string& body) {
+    Received received = decode(header, body);
+    const Lock lock(mutex_);
+    printer_.message(Direction::received, received.message, received.defect);
+    if (is_primary(received.message))
+        on_primary(header, std::move(received));
+    else
+        on_reply(header, std::move(received));
+    changed_.notify_all();
+}
+
+void Host::on_reply(const hsms::Header& header, Received received) {
+    const auto primary = outcomes_.find(header.system);
+    if (primary == outcomes_.end() || primary->second != Outcome::pending) {
+        printer_.about(name_of(received.message) + " answers nothing that is open");
+        return;
+    }
+    primary->second = Outcome::replied;
+    keep(replies_, std::move(received));
+}
+
+void Host::on_primary(const hsms::Header& header, Received received) {
+    const sml::Message& primary = received.message;
+    const std::optional<sml::Message> answer =
+        automatic_ && received.defect.empty() ? automatic_reply(primary, clock_text()) : std::nullopt;
+    if (answer) {
+        std::string body;
+        if (answer->body) hsms::encode_item(*answer->body, body);
+        if (link_.reply(answer->stream, answer->function, body, header.system))
+            printer_.message(Direction::sent, *answer, "automatic");
+    } else if (primary.wbit) {
+        keep(unanswered_, Unanswered{primary.stream, primary.function, header.system});
+    }
+    keep(primaries_, std::move(received));
+}
+
+void Host::on_reply_timeout(std::uint32_t id) {
+    const Lock lock(mutex_);
+    const auto primary = outcomes_.find(id);
+    if (primary == outcomes_.end() || primary->second != Outcome::pending) return;
+    printer_.about("no reply within T3 (message " + std::to_string(id) + ")");
+    primary->second = Outcome::timed_out;
+    changed_.notify_all();
+}
+
+}  // namespace host

@@ -1,0 +1,110 @@
+// The host's end of one link: what was received and not yet taken, what was sent and not yet answered.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/host/printer.h"
+#include "hsms/link/link.h"
+#include "sml/message.h"
+
+namespace host {
+
+using Milliseconds = std::chrono::milliseconds;
+
+struct Received {
+    sml::Message message;
+    std::string defect;  ///< not empty: the body is no SECS-II item, and the message is shown without it
+};
+
+/// How a primary that asked for a reply fared.
+enum class Outcome : std::uint8_t { pending, replied, timed_out, lost };
+
+/// All functions may be called from any thread; those named wait_ or take_ block up to their time limit.
+/// Messages in both directions are printed as they pass.
+class Host {
+  public:
+    /// `options` without log sink. Primaries are answered by automatic_reply() when `automatic`. The printer
+    /// outlives the host.
+    Host(hsms::LinkOptions options, bool automatic, Printer& printer);
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    bool start() { return link_.start(); }
+    void stop() { link_.stop(); }
+    std::uint16_t port() const { return link_.port(); }
+
+    /// True once selected; a close that went before is then forgiven.
+    bool wait_selected(Milliseconds limit);
+    /// True once the link was closed since the last wait_selected() that was true.
+    bool wait_closed(Milliseconds limit);
+    /// Selected, and not closed since the last wait_selected().
+    bool usable() const;
+    /// Closes the link if need be, forgets what was received and waits until it is selected again.
+    bool reconnect(Milliseconds limit);
+
+    struct Sent {
+        std::uint32_t id = 0;
+        std::string error;  ///< not empty: not sent, and why
+    };
+    /// Sends a primary, or a secondary in answer to the oldest unanswered primary of its kind.
+    Sent send(const sml::Message& message);
+    /// Waits while the reply to primary `id` is pending (T3 ends that, not a limit here).
+    Outcome wait_outcome(std::uint32_t id);
+    /// Waits until no reply is pending.
+    void wait_idle();
+
+    /// Drops the replies that were not taken.
+    void drop_replies();
+    /// Drops replies and primaries that were not taken.
+    void forget();
+
+    /// The oldest reply of this kind. When there is none and none is pending: the oldest of the others, if
+    /// any.
+    std::optional<Received> take_reply(std::uint8_t stream, std::uint8_t function, Milliseconds limit);
+    /// The oldest primary of this kind; waits for it, up to the limit or the end of the link.
+    std::optional<Received> take_primary(std::uint8_t stream, std::uint8_t function, Milliseconds limit);
+
+  private:
+    struct Unanswered {
+        std::uint8_t stream;
+        std::uint8_t function;
+        std::uint32_t id;
+    };
+    using Lock = std::unique_lock<std::mutex>;
+
+    void on_selected();
+    void on_closed(const char* how);
+    void on_message(const hsms::Header& header, const std::string& body);
+    void on_reply(const hsms::Header& header, Received received);
+    void on_primary(const hsms::Header& header, Received received);
+    void on_reply_timeout(std::uint32_t id);
+
+    Sent send_reply(const sml::Message& message, const std::string& body);
+    bool reply_pending() const;
+    template <class Condition>
+    bool wait(Lock& lock, Milliseconds limit, Condition condition);
+
+    Printer& printer_;
+    const bool automatic_;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    bool selected_ = false;
+    bool lost_ = false;  // closed since the last wait_selected()
+    std::uint64_t closes_ = 0;
+    std::deque<Received> primaries_;
+    std::deque<Received> replies_;
+    std::deque<Unanswered> unanswered_;
+    std::map<std::uint32_t, Outcome> outcomes_;  // of primaries with W; settled ones go with the next send
+    hsms::Link link_;                            // last: its callbacks use what stands above
+};
+
+}  // namespace host
