@@ -1,0 +1,394 @@
+#include "hsms/link/connection.h"
+
+#include <array>
+#include <asio/buffer.hpp>
+#include <asio/post.hpp>
+#include <utility>
+
+namespace hsms {
+namespace {
+
+using asio::ip::tcp;
+
+// How long a connection that was ended from this side may take to hand over what was sent.
+constexpr Milliseconds linger_time{500};
+constexpr std::size_t read_size = std::size_t{256} << 10U;
+// Reads made in a row before other work of the I/O thread gets its turn.
+constexpr int reads_per_turn = 16;
+// What a drain takes in at the most.
+constexpr std::size_t drain_limit = std::size_t{16} << 20U;
+// A send buffer that has grown beyond this is given back once it is empty.
+constexpr std::size_t kept_buffer = std::size_t{1} << 20U;
+
+Time now() {
+    return std::chrono::steady_clock::now();
+}
+
+/// One per I/O thread.
+std::array<char, read_size>& read_buffer() {
+    thread_local const auto buffer = std::make_unique<std::array<char, read_size>>();
+    return *buffer;
+}
+
+bool would_block(const asio::error_code& error) {
+    return error == asio::error::would_block || error == asio::error::try_again;
+}
+
+std::string peer_text(const tcp::socket& socket) {
+    asio::error_code error;
+    const tcp::endpoint endpoint = socket.remote_endpoint(error);
+    return error ? std::string("unknown") : endpoint.address().to_string();
+}
+
+}  // namespace
+
+Connection::Connection(asio::io_context& io, tcp::socket socket, const LinkOptions& options,
+                       std::uint32_t first_id, std::shared_ptr<CallbackLane> lane)
+    : io_(io),
+      socket_(std::move(socket)),
+      timer_(io),
+      linger_timer_(io),
+      max_send_buffer_(options.max_send_buffer),
+      lane_(std::move(lane)),
+      peer_(peer_text(socket_)),
+      framer_(options.max_message_length),
+      session_(options.session, first_id) {}
+
+void Connection::start(ConnectionEvents events) {
+    events_ = std::move(events);
+    asio::error_code ignored;
+    socket_.set_option(tcp::no_delay(true), ignored);
+    // Set before anyone else knows the socket: from here on its state is only read until it is closed.
+    socket_.non_blocking(true, ignored);
+    up_ = true;
+    Actions actions;
+    {
+        const Lock lock(mutex_);
+        writable_ = true;
+        actions = session_.connected(now());
+    }
+    perform(actions, nullptr);
+    wait_readable();
+}
+
+// ---- receiving
+
+void Connection::wait_readable() {
+    if (!socket_.is_open()) return;
+    socket_.async_wait(tcp::socket::wait_read, [self = shared_from_this()](const asio::error_code& error) {
+        if (!error) self->on_readable();
+    });
+}
+
+void Connection::on_readable() {
+    std::size_t taken = read_buffer().size();
+    for (int reads = 0; reads < reads_per_turn && taken == read_buffer().size(); ++reads)
+        if (reading_held_ || !read_some(taken)) return;
+    if (!reading_held_) wait_readable();
+}
+
+/// One read. False when the connection ended; `taken` is below the buffer's size when there is no more for
+/// now.
+bool Connection::read_some(std::size_t& taken) {
+    asio::error_code error;
+    auto& buffer = read_buffer();
+    taken = socket_.read_some(asio::buffer(buffer), error);
+    if (would_block(error)) {
+        taken = 0;
+        return true;
+    }
+    if (error) {
+        go_down(error == asio::error::eof ? "closed by the peer" : error.message());
+        close_socket();
+        return false;
+    }
+    if (up_) take_in({buffer.data(), taken});
+    return socket_.is_open();
+}
+
+void Connection::drain() {
+    std::size_t taken = 0;
+    std::size_t total = 0;
+    do {
+        if (!read_some(taken)) return;
+        total += taken;
+    } while (taken > 0 && total < drain_limit);
+}
+
+void Connection::take_in(std::string_view bytes) {
+    Message message;
+    for (;;) {
+        const Framer::Result result = framer_.next(bytes, message);
+        if (result == Framer::Result::need_more) break;
+        if (result == Framer::Result::bad_length)
+            return fail("impossible message length " + std::to_string(framer_.announced_length()));
+        handle(message);
+        if (!up_) return;
+    }
+    const bool inside = framer_.inside_message();
+    if (inside || inside_message_) {
+        {
+            const Lock lock(mutex_);
+            session_.inside_message(inside, now());
+        }
+        inside_message_ = inside;
+        arm_timer();
+    }
+}
+
+void Connection::handle(Message& message) {
+    Actions actions;
+    {
+        const Lock lock(mutex_);
+        actions = session_.received(message.header, message.body.size(), now());
+    }
+    perform(actions, &message);
+}
+
+void Connection::perform(Actions& actions, Message* message) {
+    bool sent = true;
+    if (!actions.send.empty()) {
+        const Lock lock(mutex_);
+        for (const Header& header : actions.send) sent = write(header, {}) && sent;
+    }
+    if (!actions.note.empty()) events_.log(actions.note);
+    if (actions.selected) {
+        events_.state_changed(SessionState::selected);
+        lane_->push({LaneEvent::Kind::selected, {}, {}});
+    }
+    if (actions.deselected) {
+        events_.state_changed(SessionState::not_selected);
+        lane_->push({LaneEvent::Kind::deselected, {}, {}});
+    }
+    for (const std::uint32_t id : actions.reply_timeouts) {
+        Header header;
+        header.system = id;
+        lane_->push({LaneEvent::Kind::reply_timeout, header, {}});
+    }
+    if (actions.deliver && message != nullptr &&
+        !lane_->push({LaneEvent::Kind::message, message->header, std::move(message->body)})) {
+        reading_held_ = true;
+        const Lock lock(mutex_);
+        session_.hold(true, now());
+    }
+    if (!actions.close.empty()) return fail(actions.close);
+    if (sent) arm_timer();
+}
+
+void Connection::resume() {
+    if (!reading_held_ || lane_->full()) return;
+    reading_held_ = false;
+    {
+        const Lock lock(mutex_);
+        session_.hold(false, now());
+    }
+    arm_timer();
+    wait_readable();
+}
+
+// ---- sending
+
+std::uint32_t Connection::send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body) {
+    const Lock lock(mutex_);
+    if (!writable_) return 0;
+    const auto header = session_.send_primary(stream, function, wbit, now());
+    if (!header || !write(*header, body)) return 0;
+    if (needs_arming()) asio::post(io_, [self = shared_from_this()] { self->arm_timer(); });
+    return header->system;
+}
+
+bool Connection::reply(std::uint8_t stream, std::uint8_t function, std::string_view body,
+                       std::uint32_t system) {
+    const Lock lock(mutex_);
+    if (!writable_) return false;
+    const auto header = session_.send_reply(stream, function, system);
+    return header && write(*header, body);
+}
+
+void Connection::deselect() {
+    const Lock lock(mutex_);
+    post_perform(session_.request_deselect(now()));
+}
+
+void Connection::linktest() {
+    const Lock lock(mutex_);
+    post_perform(session_.request_linktest(now()));
+}
+
+void Connection::post_perform(Actions actions) {
+    asio::post(io_, [self = shared_from_this(), actions = std::move(actions)]() mutable {
+        if (self->up_) self->perform(actions, nullptr);
+    });
+}
+
+std::uint32_t Connection::next_id() const {
+    const Lock lock(mutex_);
+    return session_.next_id();
+}
+
+/// Under the mutex. Writes what the socket takes now and keeps the rest; false when the connection is lost.
+bool Connection::write(const Header& header, std::string_view body) {
+    if (!writable_) return false;
+    const HeaderBytes head = encode_header(header, body.size());
+    const std::size_t waiting = unsent_.size() - unsent_begin_;
+    std::size_t sent = 0;
+    if (waiting == 0) {
+        const std::array<asio::const_buffer, 2> buffers{asio::buffer(head),
+                                                        asio::buffer(body.data(), body.size())};
+        asio::error_code error;
+        sent = socket_.write_some(buffers, error);
+        if (error && !would_block(error)) {
+            writable_ = false;  // the reading side meets the same error behind what the peer still sent
+            return false;
+        }
+        if (error) sent = 0;
+    }
+    if (waiting > max_send_buffer_) {
+        writable_ = false;
+        asio::post(io_, [self = shared_from_this()] {
+            self->go_down("the peer does not read: send buffer full");
+            self->close_socket();
+        });
+        return false;
+    }
+    if (sent < head.size() + body.size()) keep_unsent({head.data(), head.size()}, body, sent);
+    return true;
+}
+
+void Connection::keep_unsent(std::string_view head, std::string_view body, std::size_t sent) {
+    if (unsent_begin_ > unsent_.size() / 2) {
+        unsent_.erase(0, unsent_begin_);
+        unsent_begin_ = 0;
+    }
+    if (sent < head.size()) unsent_.append(head.substr(sent));
+    unsent_.append(body.substr(sent > head.size() ? sent - head.size() : 0));
+    if (!std::exchange(waiting_writable_, true))
+        asio::post(io_, [self = shared_from_this()] { self->wait_writable(); });
+}
+
+void Connection::wait_writable() {
+    if (!socket_.is_open()) return;
+    socket_.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const asio::error_code& error) {
+        if (!error) self->on_writable();
+    });
+}
+
+void Connection::on_writable() {
+    Lock lock(mutex_);
+    asio::error_code error;
+    while (unsent_begin_ < unsent_.size() && !error)
+        unsent_begin_ += socket_.write_some(asio::buffer(unsent_) + unsent_begin_, error);
+    if (would_block(error)) {
+        lock.unlock();
+        return wait_writable();
+    }
+    unsent_begin_ = 0;
+    waiting_writable_ = false;
+    unsent_.clear();
+    if (unsent_.capacity() > kept_buffer) unsent_.shrink_to_fit();
+    if (error) writable_ = false;
+    lock.unlock();
+    if (!up_) shut_down_sending();
+}
+
+// ---- timers
+
+/// Under the mutex.
+bool Connection::needs_arming() const {
+    const auto deadline = session_.next_deadline();
+    return deadline && *deadline < armed_until_;
+}
+
+/// One timer for all deadlines. It is only ever moved to an earlier time; when it runs out too early it looks
+/// for the next deadline, so that a deadline per message costs nothing.
+void Connection::arm_timer() {
+    if (!up_) return;
+    {
+        const Lock lock(mutex_);
+        if (!needs_arming()) return;
+        armed_until_ = *session_.next_deadline();
+    }
+    timer_.expires_at(armed_until_);
+    timer_.async_wait([self = shared_from_this()](const asio::error_code& error) {
+        if (!error) self->on_timer();
+    });
+}
+
+void Connection::on_timer() {
+    if (!up_) return;
+    Actions actions;
+    {
+        const Lock lock(mutex_);
+        armed_until_ = Time::max();
+        actions = session_.timer(now());
+    }
+    perform(actions, nullptr);
+}
+
+// ---- the end
+
+void Connection::separate() {
+    if (!up_) return;
+    Actions actions;
+    {
+        const Lock lock(mutex_);
+        actions = session_.request_separate();
+    }
+    perform(actions, nullptr);
+}
+
+/// Ends a connection whose socket still works.
+void Connection::fail(const std::string& reason) {
+    if (!up_) return;
+    go_down(reason);
+    linger();
+}
+
+void Connection::go_down(const std::string& reason) {
+    if (!std::exchange(up_, false)) return;
+    {
+        const Lock lock(mutex_);
+        session_.disconnected();
+        writable_ = false;
+    }
+    timer_.cancel();
+    events_.log("connection with " + peer_ + " closed: " + reason);
+    lane_->close();
+    events_.down();
+}
+
+/// Sends what is left, then waits for the peer to close: closing with unread input would make the peer's TCP
+/// throw away what it has not read yet.
+void Connection::linger() {
+    if (!socket_.is_open()) return;
+    linger_timer_.expires_after(linger_time);
+    linger_timer_.async_wait([self = shared_from_this()](const asio::error_code& error) {
+        if (!error) self->close_socket();
+    });
+    bool all_sent = false;
+    {
+        const Lock lock(mutex_);
+        all_sent = !waiting_writable_;
+    }
+    if (all_sent) shut_down_sending();
+    if (std::exchange(reading_held_, false)) wait_readable();
+}
+
+void Connection::shut_down_sending() {
+    asio::error_code ignored;
+    socket_.shutdown(tcp::socket::shutdown_send, ignored);
+}
+
+void Connection::close_socket() {
+    if (!socket_.is_open()) return;
+    linger_timer_.cancel();
+    {
+        const Lock lock(mutex_);
+        asio::error_code ignored;
+        socket_.close(ignored);
+        writable_ = false;
+    }
+    events_.gone();
+}
+
+}  // namespace hsms

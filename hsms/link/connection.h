@@ -1,0 +1,103 @@
+// One TCP connection with its session: framing, timers, sending, and an end that loses nothing that was sent.
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "hsms/core/framer.h"
+#include "hsms/core/session.h"
+#include "hsms/link/callback_lane.h"
+#include "hsms/link/link.h"
+
+namespace hsms {
+
+/// What a connection tells its owner, on the I/O thread.
+struct ConnectionEvents {
+    std::function<void(SessionState)> state_changed;
+    std::function<void()> down;  ///< no message passes any more; the socket may linger
+    std::function<void()> gone;  ///< the socket is closed
+    std::function<void(std::string_view)> log;
+};
+
+/// Lives in a shared_ptr. Functions run on the I/O thread unless they say otherwise; the mutex guards the
+/// session, the send buffer and the socket against senders on other threads.
+class Connection : public std::enable_shared_from_this<Connection> {
+  public:
+    Connection(asio::io_context& io, asio::ip::tcp::socket socket, const LinkOptions& options,
+               std::uint32_t first_id, std::shared_ptr<CallbackLane> lane);
+
+    void start(ConnectionEvents events);
+    /// Takes in at once what the peer has sent so far, its close included.
+    void drain();
+    /// Reads on after the callback lane had been full.
+    void resume();
+    /// Separates when selected, flushes and closes.
+    void separate();
+
+    bool up() const { return up_; }
+    const std::string& peer() const { return peer_; }
+    const std::shared_ptr<CallbackLane>& lane() const { return lane_; }
+
+    // Any thread.
+    std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body);
+    bool reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system);
+    void deselect();
+    void linktest();
+    std::uint32_t next_id() const;
+
+  private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    void wait_readable();
+    void on_readable();
+    bool read_some(std::size_t& taken);
+    void take_in(std::string_view bytes);
+    void handle(Message& message);
+    void perform(Actions& actions, Message* message);
+    void post_perform(Actions actions);
+
+    bool write(const Header& header, std::string_view body);
+    void keep_unsent(std::string_view head, std::string_view body, std::size_t sent);
+    void wait_writable();
+    void on_writable();
+
+    void arm_timer();
+    void on_timer();
+    bool needs_arming() const;
+
+    void fail(const std::string& reason);
+    void go_down(const std::string& reason);
+    void linger();
+    void shut_down_sending();
+    void close_socket();
+
+    asio::io_context& io_;
+    asio::ip::tcp::socket socket_;
+    asio::steady_timer timer_;
+    asio::steady_timer linger_timer_;
+    const std::size_t max_send_buffer_;
+    const std::shared_ptr<CallbackLane> lane_;
+    ConnectionEvents events_;
+    std::string peer_;
+    Framer framer_;
+    bool up_ = false;
+    bool reading_held_ = false;
+    bool inside_message_ = false;
+
+    mutable std::mutex mutex_;
+    Session session_;
+    std::string unsent_;  // from unsent_begin_ on
+    std::size_t unsent_begin_ = 0;
+    bool writable_ = false;  // the socket takes bytes and the session is up
+    bool waiting_writable_ = false;
+    Time armed_until_ = Time::max();
+};
+
+}  // namespace hsms

@@ -1,0 +1,105 @@
+// What a started link runs: the I/O thread's loop, listening or connecting, and the connection that is up.
+#pragma once
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "hsms/link/connection.h"
+#include "hsms/link/link.h"
+
+namespace hsms {
+
+/// Kept alive by its I/O thread until everything has ended. Private functions run on that thread.
+class LinkCore : public std::enable_shared_from_this<LinkCore> {
+  public:
+    LinkCore(const LinkOptions& options, std::shared_ptr<const LinkCallbacks> callbacks,
+             std::shared_ptr<CallbackLane> predecessor);
+
+    // Any thread.
+    bool start();
+    /// Begins the end: closes everything; the I/O thread ends once all on_closed are delivered.
+    void begin_stop();
+    void wait_stopped();
+    /// No callback is begun any more.
+    void mute();
+    void separate();
+
+    std::shared_ptr<Connection> connection() const;
+    /// The lane of the newest connection; may be null.
+    std::shared_ptr<CallbackLane> last_lane() const;
+    LinkState state() const { return state_.load(); }
+    std::uint16_t port() const { return port_.load(); }
+    std::string peer() const;
+    std::uint32_t next_id() const;
+
+  private:
+    using tcp = asio::ip::tcp;
+    using ErrorCode = asio::error_code;
+
+    void run();
+    void log(std::string_view line) const;
+
+    bool listen();
+    bool listen_on(const asio::ip::address& address, ErrorCode& error);
+    bool bind_and_listen(const tcp::endpoint& endpoint, ErrorCode& error);
+    void retry_listening();
+    void accept();
+    void on_accepted(tcp::socket socket);
+    void accept_later(const ErrorCode& error);
+
+    void connect();
+    tcp::endpoint resolve(ErrorCode& error) const;
+    void on_connected(tcp::socket socket, const ErrorCode& error);
+
+    void adopt(tcp::socket socket);
+    void on_down(Connection& connection);
+    void on_gone(const std::shared_ptr<Connection>& connection);
+    void watch(std::shared_ptr<CallbackLane> lane);
+    void on_watch_timer();
+    void on_lane_progress();
+    void end_if_done();
+
+    struct Watched {
+        std::shared_ptr<CallbackLane> lane;
+        std::uint64_t callback;  // the one that ran when the watch began
+        Time until;
+    };
+
+    const LinkOptions options_;
+    const std::shared_ptr<const LinkCallbacks> callbacks_;
+    asio::io_context io_;
+    asio::executor_work_guard<asio::io_context::executor_type> work_;
+    tcp::acceptor acceptor_;
+    std::shared_ptr<tcp::socket> connecting_;  // the attempt under way
+    asio::steady_timer retry_timer_;
+    asio::steady_timer watch_timer_;
+    std::optional<asio::ip::address> only_peer_;
+    std::set<std::shared_ptr<Connection>> connections_;  // sockets that are open, lingering ones included
+    std::deque<Watched> watched_;                        // closing lanes, in order of `until`
+    bool accept_error_logged_ = false;
+    bool connect_error_logged_ = false;
+    bool stopping_ = false;
+
+    std::atomic<LinkState> state_{LinkState::stopped};
+    std::atomic<std::uint16_t> port_{0};
+    std::atomic<bool> muted_{false};
+    mutable std::mutex mutex_;  // what follows
+    std::condition_variable ended_;
+    std::shared_ptr<Connection> current_;
+    std::shared_ptr<CallbackLane> last_lane_;
+    std::uint32_t next_id_;
+    bool running_ = false;
+};
+
+}  // namespace hsms

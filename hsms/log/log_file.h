@@ -1,0 +1,48 @@
+// A log file that callers never wait for: entries are gathered in memory and written in batches by one
+// thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace hsms {
+
+struct LogFileOptions {
+    std::string path;  ///< its folder is made when missing
+    std::size_t rotate_bytes = std::size_t{10} << 20U;
+    std::size_t rotate_count = 5;  ///< older files kept, as path.1.ext ... path.N.ext
+    /// Entries held in memory; when it is full a caller waits for the writer.
+    std::size_t buffer_bytes = std::size_t{8} << 20U;
+};
+
+/// A rotating log file. Any thread may call any function. Texts are bytes and pass unchanged.
+///
+/// An entry is the line `YYYY-MM-DD hh:mm:ss.mmm` (local time), the text from the next line on, and a
+/// newline.
+class LogFile {
+  public:
+    explicit LogFile(LogFileOptions options);
+    /// Writes all that was logged.
+    ~LogFile();
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+
+    /// Appends an entry with the current time; in the file within about 50 ms. Never fails: what a full disk
+    /// or a missing folder keeps out of the file is counted, and reported once on standard error.
+    void entry(std::string_view text);
+    /// Appends the text and a newline, without the time line.
+    void line(std::string_view text);
+    /// Returns once all that was logged so far is in the file, or was given up.
+    void flush();
+    /// Bytes that could not be written.
+    std::uint64_t lost_bytes() const;
+
+  private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace hsms
