@@ -1,0 +1,90 @@
+// Entry points, carrier-module points, threads and their end.
+#include <thread>
+
+#include "fa/module/module_threads.h"
+#include "fa/secs/message_queue.h"
+#include "support/module_fixture.h"
+
+namespace {
+
+using namespace Talwen;
+
+constexpr int unbound = -99999999;
+
+class Lifecycle : public fake::ModuleFixture {
+  protected:
+    static std::string carrier_modules(int count) {
+        std::string toml;
+        for (int n = 1; n <= count; ++n)
+            toml += "\n[[carrier_module]]\nname = \"LP" + std::to_string(n) + "\"\nslots = 25\n";
+        return toml;
+    }
+};
+
+TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
+    start_over(carrier_modules(7) + R"(
+[[function]]
+name = "SCHEDULER_INTERFACE_CM1"
+[[digital]]
+name = "AccessModeStatus1"
+[[digital]]
+name = "AccessModeStatus2"
+[[string]]
+name = "CM6.PPID"
+)");
+    EXPECT_FALSE(module->QProgram_Enter_Code(nullptr));
+    EXPECT_EQ(calls("QIO_Find_PointF"), 7U * 9U);  // the seventh module's points are asked for, and forgotten
+    EXPECT_EQ(module->Point_F_LP_CONTROL(0), 0);
+    EXPECT_EQ(module->Point_D_CM_AccessMode(1), 1);
+    EXPECT_EQ(module->Point_S_CM_PPID(5), 0);
+    EXPECT_EQ(module->Point_S_CM_CID(0), unbound);
+    for (const int outside : {-1, 6, 100}) EXPECT_EQ(module->Point_D_CM_AccessMode(outside), unbound);
+    const BC_FA copy(*module);
+    EXPECT_EQ(BC_FA(copy).Point_D_CM_AccessMode(1), 1);
+}
+
+TEST_F(Lifecycle, VersionIsRegistered) {
+    EXPECT_TRUE(module->QProgram_Init_Code());
+    EXPECT_EQ(sim::calls("QFunction_Set_Regist_Info").value().arguments, "V20250101");
+}
+
+TEST_F(Lifecycle, DataIdsCountTo65535AndStartAgain) {
+    const unsigned long first = module->Unique_DATAID();
+    ASSERT_LE(first, 65535U);
+    for (unsigned long n = first + 1; n <= 65535; ++n) ASSERT_EQ(module->Unique_DATAID(), n);
+    EXPECT_EQ(module->Unique_DATAID(), 0U);
+    EXPECT_EQ(module->Unique_DATAID(), 1U);
+}
+
+TEST_F(Lifecycle, StopRequestEndsMainCodeAndBothThreads) {
+    FUNC_STATUS result{};
+    std::thread framework([&] { result = module->QProgram_Main_Code(nullptr); });
+    ASSERT_TRUE(fake::driver().wait_until([] { return Main_Monitor_Running && TRID_Monitor_Running; }));
+    module->Stop_Request = 1;
+    framework.join();
+    EXPECT_EQ(result, 3);
+    ASSERT_TRUE(fake::driver().wait_until([] { return !Main_Monitor_Running && !TRID_Monitor_Running; }));
+}
+
+// No stop request: the destructor ends what still runs, also while an answer is awaited.
+TEST_F(Lifecycle, DestructorEndsRunningThreadsAtSafePoints) {
+    sim::machine().set_fa("T7", 30);
+    Start_Module_Threads(*module);
+    ASSERT_TRUE(fake::driver().wait_until([] { return fake::driver().count("connect  0") == 1; }));
+    set_states("Comm_Status=1");
+    QFA_Message_PushBack(1, 1, nullptr, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_TRUE(fake::driver().wait_until([] { return fake::driver().count("send S1F1") == 1; }));
+    module.reset();
+    EXPECT_FALSE(Main_Monitor_Running || TRID_Monitor_Running);
+    EXPECT_EQ(fake::driver().calls().back(), "destroy");
+}
+
+TEST_F(Lifecycle, ObjectThatNeverRanIsDestroyedAtOnceAndCallbacksWithoutItAreHarmless) {
+    for (int i = 0; i < 3; ++i) module = std::make_unique<BC_FA>();
+    module.reset();
+    EXPECT_EQ(fake::driver().host_sends("S1F1 W."), static_cast<unsigned long>(-5L));
+    EXPECT_EQ(fake::driver().replies(), "");
+    EXPECT_FALSE(QFA_Message_PushBack(1, 1, nullptr, nullptr, nullptr, nullptr, nullptr));
+}
+
+}  // namespace

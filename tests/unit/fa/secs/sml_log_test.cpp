@@ -1,0 +1,97 @@
+// The message log to the blank.
+#include "fa/secs/sml_log.h"
+
+#include "support/module_fixture.h"
+
+namespace {
+
+using namespace Talwen;
+
+class SmlLog : public fake::ModuleFixture {
+  protected:
+    static std::string logged() {
+        const std::vector<std::string> entries = fake::driver().all_log();
+        return entries.empty() ? "" : entries.back();
+    }
+};
+
+TEST_F(SmlLog, ReceivedMessageInFull) {
+    sim::machine().set_fa("Device_ID", 3);
+    fake::driver().host_sends("S1F3 W <L <U4 1001> <U4 1002>>.", 12345);
+    EXPECT_EQ(fake::driver().all_log().front(),
+              "Receive Primary Message                 [12345,3]\n"
+              "    'S1F3'\n"
+              "        <L[2]\n"
+              "            <U4[1] 1001>\n"
+              "            <U4[1] 1002>\n"
+              "        >\n"
+              ".");
+}
+
+struct BodyCase {
+    const char* body;  // SML
+    const char* lines;
+};
+
+const BodyCase bodies[] = {
+    {"<L>", "        <L[0]\n        >\n."},
+    {"<L <L <L <B 1>>> <A \"x\"> <L>>",
+     "        <L[3]\n            <L[1]\n                <L[1]\n                    <B[1] 1>\n                "
+     ">\n"
+     "            >\n            <A[1] \"x\">\n            <L[0]\n            >\n        >\n."},
+    {"<B 1 255 200>", "        <B[3] 1 -1 -56>\n."},
+    {"<B>", "        <B[0]>\n."},
+    {"<BOOLEAN F>", "        <Bool[1] False>\n."},
+    {"<BOOLEAN 7>", "        <Bool[1] True>\n."},
+    {"<A \"\">", "        <A[0] \"\">\n."},
+    {"<A \"中文\">", "        <A[6] \"中文\">\n."},
+    {"<J \"jis\">", "        <A[3] \"jis\">\n."},
+    {"<I1 -128>", "        <I1[1] -128>\n."},
+    {"<I2 -32768>", "        <I2[1] -32768>\n."},
+    {"<I4 -2147483648>", "        <I4[1] -2147483648>\n."},
+    {"<I8 -9223372036854775808>", "        <I8[1] -9223372036854775808>\n."},
+    {"<U1 200>", "        <U1[1] 200>\n."},
+    {"<U2 65535>", "        <U2[1] 65535>\n."},
+    {"<U4 4294967295>", "        <U4[1] 4294967295>\n."},
+    {"<U8 18446744073709551615>", "        <U8[1] 18446744073709551615>\n."},
+    {"<F4 0.1>", "        <F4[1] 0.1>\n."},
+    {"<F8 1234567>", "        <F8[1] 1.23457e+06>\n."},
+    {"<F8 -1e-07>", "        <F8[1] -1e-07>\n."},
+    {"<F8 100000>", "        <F8[1] 100000>\n."},
+    {"<F8 inf>", "        <F8[1] inf>\n."},
+    {"<U4 7 8 9>", "        <U4[1] 7>\n."},  // only the first of an array
+    {"<U4>", "        <U4[1] 0>\n."},
+};
+
+TEST_F(SmlLog, EveryFormat) {
+    for (const BodyCase& c : bodies) {
+        SCOPED_TRACE(c.body);
+        fake::driver().reset();
+        fake::driver().host_sends(std::string("S6F12 ") + c.body + ".", 9);
+        EXPECT_EQ(logged(),
+                  std::string("Receive Secondary Message               [9,0]\n    'S6F12'\n") + c.lines);
+    }
+}
+
+TEST_F(SmlLog, TextsAndBytesLongerThanTheValueAreaAreWhole) {
+    const std::string text(3000, 'x');
+    fake::driver().host_sends("S6F12 <A \"" + text + "\">.", 9);
+    EXPECT_NE(logged().find("<A[3000] \"" + text + "\">"), std::string::npos);
+    fake::driver().host_sends_bytes(6, 12, false, std::string("\x22\x01\x2C", 3) + std::string(300, '\2'));
+    std::string twos;
+    for (int i = 0; i < 300; ++i) twos += " 2";
+    EXPECT_NE(logged().find("<B[300]" + twos + ">"), std::string::npos);
+}
+
+TEST_F(SmlLog, MessagesWithoutABody) {
+    _SECS_ITEM* empty = SecsCreateItemEmpty();
+    QFA_Message_Print_SML(nullptr, 1, 1, empty, 101, 1);
+    SecsDeleteItem(empty);
+    EXPECT_EQ(logged(), "Send Primary Message                    [101,0]\n    'S1F1'\n.");
+    QFA_Message_Print_SML(nullptr, 2, 0, nullptr, 17, 1);
+    EXPECT_EQ(logged(), "Send Secondary Message                  [17,0]\n    'S2F0'\n");
+    fake::driver().host_sends("S6F12.", 5);
+    EXPECT_EQ(logged(), "Receive Secondary Message               [5,0]\n    'S6F12'\n.");
+}
+
+}  // namespace
