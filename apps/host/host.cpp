@@ -58,8 +58,8 @@ Host::Host(hsms::LinkOptions options, bool automatic, Printer& printer)
           }(),
           {
               .on_selected = [this] { on_selected(); },
-              .on_deselected = [this] { on_closed("deselected"); },
-              .on_closed = [this] { on_closed("closed"); },
+              .on_deselected = [this] { on_closed(); },
+              .on_closed = [this] { on_closed(); },
               .on_message = [this](const hsms::Header& header,
                                    std::string&& body) { on_message(header, body); },
               .on_reply_timeout = [this](std::uint32_t id) { on_reply_timeout(id); },
@@ -190,15 +190,13 @@ std::optional<Received> Host::take_primary(std::uint8_t stream, std::uint8_t fun
 
 void Host::on_selected() {
     const Lock lock(mutex_);
-    printer_.about("selected");
     selected_ = true;
     changed_.notify_all();
 }
 
-void Host::on_closed(const char* how) {
+void Host::on_closed() {
     const Lock lock(mutex_);
     if (!selected_) return;  // a connection that never came to be selected, or is deselected already
-    printer_.about(how);
     selected_ = false;
     lost_ = true;
     ++closes_;

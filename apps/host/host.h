@@ -31,8 +31,8 @@ enum class Outcome : std::uint8_t { pending, replied, timed_out, lost };
 /// Messages in both directions are printed as they pass.
 class Host {
   public:
-    /// `options` without log sink. Primaries are answered by automatic_reply() when `automatic`. The printer
-    /// outlives the host.
+    /// `options` without log sink: the link's lines are printed. Primaries are answered by automatic_reply()
+    /// when `automatic`. The printer outlives the host.
     Host(hsms::LinkOptions options, bool automatic, Printer& printer);
     ~Host();
     Host(const Host&) = delete;
@@ -82,7 +82,7 @@ class Host {
     using Lock = std::unique_lock<std::mutex>;
 
     void on_selected();
-    void on_closed(const char* how);
+    void on_closed();
     void on_message(const hsms::Header& header, const std::string& body);
     void on_reply(const hsms::Header& header, Received received);
     void on_primary(const hsms::Header& header, Received received);

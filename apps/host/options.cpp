@@ -56,7 +56,9 @@ void define_options(CLI::App& app, Arguments& arguments, Options& options) {
         ->capture_default_str();
     app.add_option("--script", options.script, "do what the script FILE says instead of reading the console")
         ->type_name("FILE");
-    app.add_flag("!--no-auto", options.automatic, "do not answer the equipment's primaries automatically");
+    app.add_flag_callback(
+        "--no-auto", [&options] { options.automatic = false; },
+        "do not answer the equipment's primaries automatically");
     app.add_flag("--quiet", options.quiet, "do not print the messages");
 
     const auto seconds = [&app](const char* name, double& value, const char* what, double least = 0.01) {
@@ -122,6 +124,7 @@ std::optional<Options> parse_command_line(int argc, char** argv, int& exit_statu
         return std::nullopt;
     }
     fill_link(arguments, options.link);
+    options.timeout = milliseconds(arguments.timeout);
     return options;
 }
 
