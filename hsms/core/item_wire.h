@@ -68,13 +68,14 @@ inline bool is_multiple(std::uint32_t length, std::uint8_t width) {
 /// Walks one encoded item, children included, without recursion and without reading outside `body`. The
 /// builder gets, in the order of the wire:
 ///   bool leaf(Format, std::uint8_t width, const char* data, std::uint32_t length);
-///   bool open_list(std::uint32_t count);   // count is a claim: at most (bytes left) / 2 children can follow
-///   void close_list();                     // once per list, empty ones too
+///   bool open_list(std::uint32_t count);   // the counts of all open lists are at most half of the bytes
+///   left void close_list();                     // once per list, empty ones too
 /// leaf and open_list return false when the tree takes no more items.
 template <class Builder>
 DecodeResult walk_item(std::string_view body, Builder& builder) {
     std::array<std::uint32_t, max_item_depth> open;  // children still to come, by depth
     std::size_t depth = 0;
+    std::size_t missing = 1;  // items still to come, of all open lists: each needs two bytes at least
     const char* const begin = body.data();
     const char* const end = begin + body.size();
     const char* at = begin;
@@ -94,8 +95,10 @@ DecodeResult walk_item(std::string_view body, Builder& builder) {
         const std::size_t body_left = left - length_bytes;
         const char* const data = at + 1 + length_bytes;
 
+        --missing;
         if (width == 0) {
-            if (length > body_left / 2) return fail(DecodeError::truncated);
+            if (missing + length > body_left / 2) return fail(DecodeError::truncated);
+            missing += length;
             if (depth == max_item_depth) return fail(DecodeError::too_deep);
             if (!builder.open_list(length)) return fail(DecodeError::too_many_items);
             at = data;

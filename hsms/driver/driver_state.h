@@ -1,0 +1,15 @@
+// The options in force, for the driver's own files.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace hsms {
+
+std::size_t max_message_length();
+
+/// Whether a journal line would be heard: building one is not cheap.
+bool journal_wanted();
+void journal(const std::string& line);
+
+}  // namespace hsms
