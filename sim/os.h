@@ -1,8 +1,11 @@
 // The operating-system calls of the simulated framework and the equipment program, all of them.
 #pragma once
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace sim::os {
 
@@ -17,11 +20,17 @@ unsigned long process_id();
 /// process ends, however it ends. False when another process holds it or the folder cannot be written.
 bool lock_folder(const std::filesystem::path& folder);
 
-/// From now on SIGINT and SIGTERM are collected for wait_for_stop() and SIGPIPE is ignored.
+/// From now on SIGINT and SIGTERM are collected for wait_for_stop() and SIGPIPE is ignored. Once per process.
 void catch_stop_signals();
-/// Blocks until a stop signal has come or wake_stop() was called. One waiting thread.
-void wait_for_stop();
-/// Lets wait_for_stop() return. Any thread.
-void wake_stop();
+/// Waits until a stop signal has come or request_stop() was called; false when that time passes first.
+bool wait_for_stop(std::optional<std::chrono::milliseconds> limit);
+/// Lets wait_for_stop() return true from now on. Any thread.
+void request_stop();
+
+/// The next line of standard input without its line end; nothing at the input's end and after end_input().
+/// One reading thread.
+std::optional<std::string> read_line();
+/// Lets a waiting read_line() return nothing. Any thread; after catch_stop_signals().
+void end_input();
 
 }  // namespace sim::os

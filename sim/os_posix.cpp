@@ -2,7 +2,9 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "sim/os.h"
@@ -11,18 +13,36 @@ namespace sim::os {
 
 namespace {
 
-// Written to by the signal handler, read by the one thread that waits.
-std::array<int, 2> stop_pipe = {-1, -1};
+// A pipe that is written once and never read: readable from then on, for every poll.
+struct Latch {
+    std::array<int, 2> ends = {-1, -1};
 
-void write_stop() {
-    const char byte = 1;
-    const int error = errno;
-    [[maybe_unused]] const auto written = ::write(stop_pipe[1], &byte, 1);
-    errno = error;
-}
+    void open() {
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+            throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+    // Async-signal-safe.
+    void raise() const {
+        const int error = errno;
+        const char byte = 1;
+        [[maybe_unused]] const auto written = ::write(ends[1], &byte, 1);
+        errno = error;
+    }
+};
+
+Latch stop_latch;
+Latch input_latch;
 
 extern "C" void on_stop_signal(int) {
-    write_stop();
+    stop_latch.raise();
+}
+
+/// Waits for one of two descriptors; true when the first is ready.
+bool wait_readable(int first, int second, int limit_ms) {
+    std::array<pollfd, 2> ends = {pollfd{first, POLLIN, 0}, pollfd{second, POLLIN, 0}};
+    while (::poll(ends.data(), ends.size(), limit_ms) < 0 && errno == EINTR) {
+    }
+    return ends[0].revents != 0;
 }
 
 }  // namespace
@@ -55,7 +75,8 @@ bool lock_folder(const std::filesystem::path& folder) {
 }
 
 void catch_stop_signals() {
-    if (::pipe2(stop_pipe.data(), O_CLOEXEC) != 0) return;
+    stop_latch.open();
+    input_latch.open();
     struct sigaction action = {};
     action.sa_handler = on_stop_signal;
     action.sa_flags = SA_RESTART;
@@ -65,14 +86,34 @@ void catch_stop_signals() {
     ::sigaction(SIGPIPE, &action, nullptr);
 }
 
-void wait_for_stop() {
-    char byte = 0;
-    while (::read(stop_pipe[0], &byte, 1) < 0 && errno == EINTR) {
+bool wait_for_stop(std::optional<std::chrono::milliseconds> limit) {
+    return wait_readable(stop_latch.ends[0], -1, limit ? static_cast<int>(limit->count()) : -1);
+}
+
+void request_stop() {
+    stop_latch.raise();
+}
+
+std::optional<std::string> read_line() {
+    static std::string buffer;
+    for (;;) {
+        if (const std::size_t end = buffer.find('\n'); end != std::string::npos) {
+            std::string line = buffer.substr(0, end);
+            buffer.erase(0, end + 1);
+            if (line.ends_with('\r')) line.pop_back();
+            return line;
+        }
+        if (wait_readable(input_latch.ends[0], STDIN_FILENO, -1)) return std::nullopt;
+        std::array<char, 4096> bytes;
+        const auto count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return std::nullopt;
+        buffer.append(bytes.data(), static_cast<std::size_t>(count));
     }
 }
 
-void wake_stop() {
-    write_stop();
+void end_input() {
+    input_latch.raise();
 }
 
 }  // namespace sim::os

@@ -1,0 +1,45 @@
+#include "apps/equipment/logs.h"
+
+#include <string_view>
+
+#include "hsms/driver/driver_config.h"
+#include "sim/calls.h"
+#include "sim/system_log.h"
+
+namespace equipment {
+
+namespace {
+
+hsms::LogFileOptions options(const std::filesystem::path& path) {
+    hsms::LogFileOptions result;
+    result.path = path.string();
+    return result;
+}
+
+}  // namespace
+
+Logs::Logs(const std::filesystem::path& folder, bool journal) : system_(options(folder / "system.log")) {
+    sim::set_system_log_sink([this](Talwen::LOG_TYPE, std::string_view text) { system_.entry(text); });
+    hsms::DriverOptions driver;
+    driver.online_log = (folder / "online.log").string();
+    if (journal) {
+        calls_ = std::make_unique<hsms::LogFile>(options(folder / "calls.log"));
+        sim::set_journal_sink([this](std::string_view line) { calls_->line(line); });
+        driver.journal = [](std::string_view line) { sim::journal(line); };
+    }
+    hsms::set_driver_options(std::move(driver));
+}
+
+Logs::~Logs() {
+    hsms::set_driver_options({});
+    sim::set_journal_sink(nullptr);
+    sim::set_system_log_sink(nullptr);
+}
+
+void Logs::flush() {
+    hsms::flush_online_log();
+    system_.flush();
+    if (calls_) calls_->flush();
+}
+
+}  // namespace equipment

@@ -1,0 +1,28 @@
+// The log files of the equipment program, below the data folder's "log".
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "hsms/log/log_file.h"
+
+namespace equipment {
+
+/// Connects the framework's log, the call journal and the driver's online log with their files while it
+/// lives. Outlives the module.
+class Logs {
+  public:
+    Logs(const std::filesystem::path& folder, bool journal);
+    ~Logs();
+    Logs(const Logs&) = delete;
+    Logs& operator=(const Logs&) = delete;
+
+    /// Returns once all that was logged so far is in the files.
+    void flush();
+
+  private:
+    hsms::LogFile system_;
+    std::unique_ptr<hsms::LogFile> calls_;  // null without a journal
+};
+
+}  // namespace equipment

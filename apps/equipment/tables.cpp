@@ -1,0 +1,151 @@
+// The table command: the module's tables of variables, alarms and spooled messages.
+#include <array>
+#include <map>
+#include <mutex>
+
+#include "apps/equipment/commands.h"
+#include "fa/config/alarm_table.h"
+#include "fa/config/variable_tables.h"
+#include "fa/framework/qstr.h"
+#include "fa/module/bc_fa.h"
+#include "fa/secs/secs_driver.h"
+#include "fa/secs/spool_table.h"
+#include "sim/text.h"
+
+namespace equipment {
+
+namespace {
+
+using sim::to_text;
+using Talwen::BC_FA;
+
+/// A word of an answer: " name=value", the value in quotes when it is empty or holds blanks.
+std::string field(const char* name, const std::string& value) {
+    const bool plain = !value.empty() && value.find_first_of(" \t\"") == std::string::npos;
+    return std::string(" ") + name + "=" + (plain ? value : '"' + value + '"');
+}
+
+std::string variable_fields(const Talwen::VARIABLE_STRU& v) {
+    return field("id", to_text(v.id)) + field("point", to_text(v.point)) +
+           field("io_type", to_text(v.io_type)) + field("max", to_text(v.max)) +
+           field("min", to_text(v.min)) + field("dev", to_text(v.dev)) +
+           field("isbuilt", to_text(v.isbuilt)) + field("sv_name", v.sv_name) + field("unit", v.unit) +
+           field("format", to_text(v.format)) + field("type", v.type) + field("ecs_name", v.ecs_name) +
+           field("description", v.description);
+}
+
+std::string alarm_fields(const Talwen::ALID_STRU& alarm) {
+    return field("ALID", to_text(alarm.ALID)) + field("ALCD", to_text(alarm.ALCD.load())) +
+           field("index", to_text(alarm.index)) + field("enable", to_text(alarm.enable.load() ? 1 : 0));
+}
+
+template <class Record>
+std::string ids(const std::map<int, Record>& table) {
+    std::string list;
+    for (const auto& [id, record] : table) list += (list.empty() ? "" : " ") + to_text(id);
+    return list;
+}
+
+template <class Record>
+std::string variable(BC_FA& module, bool (BC_FA::*find)(int, Record**), int id) {
+    Record* record = nullptr;
+    if (!(module.*find)(id, &record)) throw Refusal("no record has the id " + to_text(id));
+    return variable_fields(*record).substr(1);
+}
+
+std::string alarm_ids() {
+    const std::lock_guard lock(Talwen::ALID_Mutex);
+    return ids(Talwen::ALID_List);
+}
+
+std::string alarm(BC_FA& module, std::string_view id) {
+    Talwen::ALID_STRU* record = nullptr;
+    const int number = number_argument(id, "the ID");
+    if (!module.QFA_Get_ALID_Stru(number, &record)) throw Refusal("no alarm has the id " + to_text(number));
+    return alarm_fields(*record).substr(1);
+}
+
+std::string message_name(int stream, int function) {
+    return "S" + to_text(stream) + "F" + to_text(function);
+}
+
+std::string spooled_ids() {
+    std::string list;
+    for (int stream = 0; stream < Talwen::Spool_Streams; ++stream) {
+        for (int function = 0; function < Talwen::Spool_Functions; ++function) {
+            if (!Talwen::QFA_Get_Spool_Enable(stream, function)) continue;
+            list += (list.empty() ? "" : " ") + message_name(stream, function);
+        }
+    }
+    return list;
+}
+
+std::string spooled(std::string_view message) {
+    unsigned char stream = 0;
+    unsigned char function = 0;
+    if (!Talwen::QStr_Check_SxxFxx(std::string(message).c_str(), &stream, &function)) {
+        throw Refusal("expected table SPOOL SxFy");
+    }
+    return field("stream", to_text(stream)).substr(1) + field("function", to_text(function)) +
+           field("candidate", Talwen::QFA_Is_Spool_Candidate(stream, function) ? "1" : "0") +
+           field("enable", Talwen::QFA_Get_Spool_Enable(stream, function) ? "1" : "0");
+}
+
+struct Kind {
+    const char* name;
+    std::string (*list)();
+    std::string (*record)(BC_FA& module, std::string_view id);
+    bool (BC_FA::*add)(char* text);  // null when records cannot be added
+};
+
+#define EQUIPMENT_VARIABLES(kind)                                                  \
+    Kind {                                                                         \
+#kind, [] { return ids(Talwen::kind##_List); },                                  \
+            [](BC_FA& module, std::string_view id) {                                     \
+                return variable<Talwen::kind##_STRU>(module, &BC_FA::QFA_Get_##kind##_Stru, \
+                                                     number_argument(id, "the ID"));     \
+            },                                                                           \
+            &BC_FA::QFA_Add_##kind##_List \
+    }
+
+const std::array kinds = {
+    EQUIPMENT_VARIABLES(SVID),
+    EQUIPMENT_VARIABLES(ECID),
+    EQUIPMENT_VARIABLES(RVID),
+    EQUIPMENT_VARIABLES(DVID),
+    Kind{"ALID", alarm_ids, alarm, nullptr},
+    Kind{"SPOOL", spooled_ids, [](BC_FA&, std::string_view id) { return spooled(id); }, nullptr},
+};
+
+#undef EQUIPMENT_VARIABLES
+
+const Kind& find_kind(std::string_view name) {
+    for (const Kind& kind : kinds) {
+        if (kind.name == name) return kind;
+    }
+    for (const char* later : {"RPTID", "CEID", "TRID", "TMSG"}) {
+        if (name == later) throw Refusal("table " + std::string(name) + " is not supported in this version");
+    }
+    throw Refusal("expected table KIND [ID], KIND one of SVID ECID RVID DVID ALID SPOOL");
+}
+
+std::string add_records(BC_FA& module, std::string_view arguments) {
+    const Kind& kind = find_kind(sim::take_word(arguments));
+    if (kind.add == nullptr || arguments.empty())
+        throw Refusal("expected table add SVID|ECID|RVID|DVID TEXT");
+    std::string text(arguments);  // the module takes it apart
+    if (!(module.*kind.add)(text.data())) throw Refusal("the module refused the records");
+    return "ok";
+}
+
+}  // namespace
+
+std::string run_table(Context& context, std::string_view arguments) {
+    const std::string_view word = sim::take_word(arguments);
+    if (word == "add") return add_records(context.module, arguments);
+    const Kind& kind = find_kind(word);
+    const std::string_view id = sim::trim(arguments);
+    return id.empty() ? kind.list() : kind.record(context.module, id);
+}
+
+}  // namespace equipment
