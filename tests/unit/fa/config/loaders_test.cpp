@@ -129,7 +129,8 @@ TEST_P(Loader_Test, LoadsWhatIsThereHoweverItsLinesEnd) {
         {c.line + "\r\n", c.loaded},  // CRLF
         {" \t" + c.line + " \t\r\n", c.loaded},
         {"#x\n\n" + c.line + "\n\n#y", c.loaded},
-        {c.line + std::string(1023 - c.line.size(), ' ') + "\n", c.loaded},    // fills the buffer
+        {"#" + std::string(3000, '-') + "\n" + c.line + "\n", c.loaded},     // a comment may be of any length
+        {c.line + std::string(1023 - c.line.size(), ' ') + "\n", c.loaded},  // fills the buffer
         {c.line + std::string(1023 - c.line.size(), ' ') + "\r\n", c.loaded},  // not counting its end
     };
     for (const auto& row : table) {

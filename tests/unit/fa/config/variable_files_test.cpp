@@ -54,7 +54,7 @@ class Variable_Files_Test : public Config_Test {
 TEST_F(Variable_Files_Test, BindsEachRowToItsPoint) {
     load_all(
         "20 Door  U1 1 DoorState \"Door  of the \"chamber\"\"\n"
-        "3  Valve I2 x V2 plain text \xB0\xFF\n"
+        "3  Valve I2 x V2 plain\rtext \xB0\xFF\r\n"
         "-4 Temp  F8 7 V3\n"
         "5  Flow  F4\n");
     expect_in_all({
