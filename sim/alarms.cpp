@@ -30,8 +30,10 @@ bool Alarms::post(int id) {
 
 bool Alarms::clear(int id) {
     const auto index = find(id);
+    if (!index) return false;
     const std::lock_guard lock(mutex_);
-    return index && std::erase_if(queue_, [&](const Entry& entry) { return entry.index == *index; }) > 0;
+    std::erase_if(queue_, [&](const Entry& entry) { return entry.index == *index; });
+    return true;
 }
 
 int Alarms::queue_count() const {

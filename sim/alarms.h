@@ -31,7 +31,7 @@ class Alarms {
     /// Puts an alarm at the queue's end with the clock's time; one that is on the queue keeps its place and
     /// gets the new time. False for an id that is not in the list.
     bool post(int id);
-    /// Takes an alarm off the queue; false when it is not on it.
+    /// Takes an alarm off the queue, if it is on it; false for an id that is not in the list.
     bool clear(int id);
     int queue_count() const;
     std::optional<Entry> queue_entry(int index) const;

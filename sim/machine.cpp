@@ -157,7 +157,7 @@ void Machine::post_alarm(int id) {
 }
 
 void Machine::clear_alarm(int id) {
-    if (!state().alarms.clear(id)) refuse("alarm " + to_text(id) + " is not on the queue");
+    if (!state().alarms.clear(id)) refuse("no alarm has the id " + to_text(id));
 }
 
 void Machine::carrier_arrives(int port, std::string_view id) {

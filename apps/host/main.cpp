@@ -23,9 +23,8 @@ int fail(int status, const std::string& line) {
 bool read_script(const std::string& path, std::vector<sml::Step>& steps) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
-    if (!file || !(text << file.rdbuf())) {
-        if (file.is_open() && file.peek() == std::ifstream::traits_type::eof() && !file.bad())
-            return true;  // empty
+    if (file.peek() != std::ifstream::traits_type::eof()) text << file.rdbuf();
+    if (!file.is_open() || file.bad() || text.fail()) {
         std::cerr << path << ": cannot be read\n";
         return false;
     }
