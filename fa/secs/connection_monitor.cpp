@@ -134,8 +134,9 @@ void send_queue(BC_FA& fa) {
             Reconnect = false;
             return;
         }
+        const std::uint64_t mark = QFA_Message_Queue_Mark();
         if (!link_up(fa)) {
-            QFA_Message_Purge_Unspooled();
+            QFA_Message_Purge_Unspooled(mark);
             QTime_MSleep(not_ready_poll_ms);
             if (Reconnect) return;
             continue;
@@ -188,8 +189,10 @@ void one_pass(BC_FA& fa) {
         return;
     }
     QPrint_Yellow(fa.Print_Tag, "COMM_IP:%s , COMM_PORT:%d", Secs_Settings.ip, settings.port);
+    // A host may select at once: what its select makes the equipment queue is not part of this purge.
+    const std::uint64_t mark = QFA_Message_Queue_Mark();
     SecsConnect(Secs_Handle, Secs_Settings.ip, Secs_Settings.port);
-    QFA_Message_Purge_Unspooled();
+    QFA_Message_Purge_Unspooled(mark);
     run_connection(fa);
 }
 

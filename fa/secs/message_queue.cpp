@@ -20,6 +20,7 @@ namespace Talwen {
 namespace {
 
 std::deque<FA_Message> FA_Message_Queue;
+std::uint64_t Entries_Queued = 0;  // under the queue lock
 CRITICAL_SECTION Queue_Lock;
 std::atomic<HANDLE> Reply_Event{nullptr};
 std::atomic<std::uint32_t> REQUESTID{101};
@@ -81,13 +82,14 @@ bool extra_prints() {
 
 bool QFA_Message_PushBack(unsigned char stream, unsigned char function, std::string* p1, std::string* p2,
                           std::string* p3, std::string* p4, std::string* p5) {
-    FA_Message entry{stream, function, {}, nullptr};
+    FA_Message entry{stream, function, {}, nullptr, 0};
     // Empty parameters are skipped on purpose: builders see the ones that are there, in order.
     for (const std::string* param : {p1, p2, p3, p4, p5})
         if (param != nullptr && !param->empty()) entry.params.push_back(*param);
     entry.item = OnSendMessageBuffer(nullptr, stream, function, &entry.params);
     if (entry.item == nullptr) return false;
     Queue_Guard guard;
+    entry.number = Entries_Queued++;
     FA_Message_Queue.push_back(std::move(entry));
     return true;
 }
@@ -128,13 +130,20 @@ void QFA_Message_Clear() {
     free_items(dropped);
 }
 
-void QFA_Message_Purge_Unspooled() {
+void QFA_Message_Purge_Unspooled() { QFA_Message_Purge_Unspooled(QFA_Message_Queue_Mark()); }
+
+std::uint64_t QFA_Message_Queue_Mark() {
+    Queue_Guard guard;
+    return Entries_Queued;
+}
+
+void QFA_Message_Purge_Unspooled(std::uint64_t mark) {
     std::vector<FA_Message> dropped;
     {
         Queue_Guard guard;
         std::deque<FA_Message> kept;
         for (FA_Message& entry : FA_Message_Queue) {
-            if (QFA_Get_Spool_Enable(entry.stream, entry.function))
+            if (entry.number >= mark || QFA_Get_Spool_Enable(entry.stream, entry.function))
                 kept.push_back(std::move(entry));
             else
                 dropped.push_back(std::move(entry));

@@ -15,6 +15,7 @@ struct FA_Message {
     unsigned char function = 0;
     std::vector<std::string> params;  ///< what its builder was given: at most five texts, none empty
     _SECS_ITEM* item = nullptr;       ///< the body as built when it was queued; the entry's until it is sent
+    std::uint64_t number = 0;         ///< counts the entries ever queued
 };
 
 /// Builds a primary on the calling thread and queues it; null and empty parameters are left out, later ones
@@ -32,6 +33,10 @@ void QFA_Message_RemoveFront();
 void QFA_Message_Clear();
 /// Drops every entry whose message is not enabled for spooling; the others keep their order.
 void QFA_Message_Purge_Unspooled();
+/// The same for entries queued before the mark was taken. A purge decided on because the link was down must not
+/// take what is queued after the link has come up meanwhile: mark first, then look at the link, then purge.
+std::uint64_t QFA_Message_Queue_Mark();
+void QFA_Message_Purge_Unspooled(std::uint64_t mark);
 std::size_t QFA_Message_Queue_Length();
 
 /// Sends an entry's body, logs it and frees it; the message id becomes REQUESTID. 0 when the entry has no

@@ -50,7 +50,7 @@ std::string message_sml(unsigned char stream, unsigned char function, bool wbit,
                         const Talwen::_SECS_ITEM* body) {
     sml::Message message{stream, function, wbit, std::nullopt};
     std::string bytes;
-    if (body != nullptr && body->format != Talwen::SECS_FORMAT_NONE && hsms::encode_item(*body, bytes)) {
+    if (body != nullptr && body->format != Talwen::SECS_FORMAT_NONE && hsms::encode_secs_item(*body, bytes)) {
         hsms::Item item;
         hsms::decode_item(bytes, item);
         message.body = item;
@@ -59,8 +59,11 @@ std::string message_sml(unsigned char stream, unsigned char function, bool wbit,
     for (char& c : text)
         if (c == '\n') c = ' ';
     std::string single;
-    for (const char c : text)
-        if (c != ' ' || single.empty() || single.back() != ' ') single += c;
+    for (const char c : text) {
+        if (c == ' ' && single.ends_with(' ')) continue;
+        if (c == '>' && single.ends_with("> ")) single.pop_back();
+        single += c;
+    }
     return single;
 }
 

@@ -22,7 +22,7 @@ class Lifecycle : public fake::ModuleFixture {
 };
 
 TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
-    start_over(carrier_modules(7) + R"(
+    start_over(carrier_modules(6) + R"(
 [[function]]
 name = "SCHEDULER_INTERFACE_CM1"
 [[digital]]
@@ -33,7 +33,7 @@ name = "AccessModeStatus2"
 name = "CM6.PPID"
 )");
     EXPECT_FALSE(module->QProgram_Enter_Code(nullptr));
-    EXPECT_EQ(calls("QIO_Find_PointF"), 7U * 9U);  // the seventh module's points are asked for, and forgotten
+    EXPECT_EQ(calls("QIO_Find_PointF"), 6U * 9U);
     EXPECT_EQ(module->Point_F_LP_CONTROL(0), 0);
     EXPECT_EQ(module->Point_D_CM_AccessMode(1), 1);
     EXPECT_EQ(module->Point_S_CM_PPID(5), 0);
