@@ -130,7 +130,8 @@ TEST(Link, LeavesNothingBehindDroppedConnections) {
     last.select();
     const Entries entries = record.wait(1002);
     EXPECT_EQ(entries.back(), "selected");
-    EXPECT_LE(entries_in("/proc/self/fd"), files + 5);  // the last connection: both sockets, and three of its io_context
+    EXPECT_LE(entries_in("/proc/self/fd"),
+              files + 5);  // the last connection: both sockets, and three of its io_context
     EXPECT_LE(entries_in("/proc/self/task"), 8);
 }
 

@@ -1,0 +1,190 @@
+#include <cstring>
+#include <gtest/gtest.h>
+
+#include "fa/secs/secs_driver.h"
+#include "hsms/driver/driver_config.h"
+#include "peer.h"
+#include "temp_folder.h"
+
+namespace hsms {
+namespace {
+
+using namespace Talwen;
+
+// Callbacks are plain functions: they write to the record of the test that runs.
+Record* record = nullptr;
+
+void on_select(void*) {
+    record->add("select");
+}
+void on_deselect(void*) {
+    record->add("deselect");
+}
+void on_close(void*) {
+    record->add("close");
+}
+unsigned long on_error(void*, unsigned long id) {
+    record->add("error " + std::to_string(id));
+    return 0;
+}
+
+/// Records the message, answers a primary with its own body.
+unsigned long on_recv(void* handle, unsigned short device_id, unsigned long msgid, unsigned char stream,
+                      unsigned char function, char* buffer, unsigned long length, bool reply_expected) {
+    _SECS_ITEM item;
+    SecsInitItem(&item);
+    SecsItemLoadBuffer(&item, buffer, static_cast<int>(length));
+    std::string text = "S" + std::to_string(stream) + "F" + std::to_string(function) + " " +
+                       std::to_string(device_id) + " " + std::to_string(msgid) + " format " +
+                       std::to_string(item.format) + " count " + std::to_string(item.count);
+    if (reply_expected)
+        text += " reply " + std::to_string(SecsReplyMessageItem(
+                                handle, stream, static_cast<unsigned char>(function + 1), &item, 0, msgid));
+    record->add(text);
+    return 0;
+}
+
+class Driver : public testing::Test {
+  protected:
+    Driver() {
+        record = &record_;
+        std::memset(&sets, 0, sizeof sets);
+        sets.t0 = sets.t3 = sets.t5 = sets.t6 = sets.t7 = sets.t8 = 5000;
+        sets.device_id = 3;
+        std::strcpy(sets.ip, "127.0.0.1");
+        sets.on_select = on_select;
+        sets.on_deselect = on_deselect;
+        sets.on_close = on_close;
+        sets.on_recv = on_recv;
+        sets.on_error = on_error;
+    }
+    ~Driver() override {
+        SecsDestroy(handle);
+        set_driver_options({});
+    }
+    void connect() {
+        handle = SecsCreate(&sets);
+        ASSERT_TRUE(SecsConnect(handle, sets.ip, 0));
+    }
+
+    __secs_sets sets;
+    Record record_;
+    void* handle = nullptr;
+};
+
+TEST_F(Driver, CarriesMessages) {
+    connect();
+    EXPECT_EQ(link_status().state, "listening");
+    EXPECT_EQ(link_status().peer, "-");
+    Peer peer(link_status().port);
+    _SECS_ITEM* const body = SecsCreateItemU1(2);
+    EXPECT_EQ(SecsSendMessageItem(handle, 6, 11, body, 1), 0U);
+    peer.select();
+    record_.wait(1);
+    EXPECT_EQ(link_status().state, "selected");
+    EXPECT_EQ(link_status().peer, "127.0.0.1");
+
+    const unsigned long id = SecsSendMessageItem(handle, 6, 11, body, 1);
+    EXPECT_GE(id, 101U);
+    std::string sent = peer.receive(17);
+    EXPECT_EQ(sent.substr(0, 29), "00 00 00 0D 00 03 86 0B 00 00");
+    EXPECT_EQ(sent.substr(42), "A5 01 02");
+    EXPECT_EQ(SecsSendMessageItem(handle, 1, 1, nullptr, 0), id + 1);
+    EXPECT_EQ(peer.receive(14).substr(0, 29), "00 00 00 0A 00 03 01 01 00 00");
+
+    peer.send("00 00 00 0E 00 03 81 03 00 00 00 00 00 07 01 01 01 00");
+    EXPECT_EQ(peer.receive(18), "00 00 00 0E 00 03 01 04 00 00 00 00 00 07 01 01 01 00");
+    peer.send("00 00 00 0A FF FE 01 02 00 00 FF FF FF FF");        // header only, any device
+    peer.send("00 00 00 0C 00 03 02 02 00 00 00 00 00 65 41 05");  // no item
+    const Entries expected{
+        "select",
+        "S1F3 3 7 format 0 count 1 reply 7",
+        "S1F2 65534 4294967295 format 255 count 0",
+        "S2F2 3 101 format 255 count 0",
+    };
+    EXPECT_EQ(record_.wait(4), expected);
+    SecsDisconnect(handle);
+    EXPECT_EQ(record_.wait(5).back(), "close");
+    SecsDeleteItem(body);
+}
+
+TEST_F(Driver, ReportsReplyTimeouts) {
+    sets.t3 = 20;
+    connect();
+    Peer peer(link_status().port);
+    peer.select();
+    record_.wait(1);
+    const unsigned long id = SecsSendMessageItem(handle, 1, 1, nullptr, 1);
+    EXPECT_EQ(record_.wait(2).back(), "error " + std::to_string(id));
+}
+
+TEST_F(Driver, DeadHandlesAreHarmless) {
+    connect();
+    SecsDestroy(handle);
+    for (void* dead : {handle, static_cast<void*>(nullptr), reinterpret_cast<void*>(12345678)}) {
+        EXPECT_FALSE(SecsConnect(dead, "127.0.0.1", 0));
+        EXPECT_EQ(SecsSendMessageItem(dead, 1, 1, nullptr, 1), 0U);
+        EXPECT_EQ(SecsReplyMessageItem(dead, 1, 2, nullptr, 0, 7), 0U);
+        SecsDisconnect(dead);
+        SecsDestroy(dead);
+    }
+    EXPECT_EQ(SecsCreate(nullptr), nullptr);
+    EXPECT_EQ(link_status().state, "stopped");
+}
+
+TEST_F(Driver, IdsGoOnOverRecreatedLinks) {
+    unsigned long last = 0;
+    for (int i = 0; i < 2; ++i) {
+        connect();
+        Peer peer(link_status().port);
+        peer.select();
+        const unsigned long id = SecsSendMessageItem(handle, 1, 1, nullptr, 0);
+        EXPECT_GT(id, last);
+        last = id;
+        peer.close();
+        SecsDisconnect(handle);
+        SecsDestroy(handle);
+    }
+}
+
+TEST_F(Driver, LogsAndKeepsAJournal) {
+    const TempFolder folder;
+    std::vector<std::string> journal;
+    set_driver_options({.online_log = folder.path() / "online.log",
+                        .journal = [&](std::string_view line) { journal.emplace_back(line); }});
+    connect();
+    _SECS_ITEM* const body = SecsCreateItemAscii("ab");
+    SecsSendMessageItem(handle, 1, 13, body, 1);
+    SecsReplyMessageItem(handle, 1, 0, nullptr, 0, 9);
+    SecsDeleteItem(body);
+    char broken[] = "\x41\x05";
+    _SECS_ITEM item;
+    EXPECT_EQ(SecsItemLoadBuffer(&item, broken, 2), 0);
+    OnlineLog("%s %d", "formatted", 5);
+    std::string large(100'000, 'x');
+    OnlineLog("%s|", large.c_str());
+    std::string dump = "100% unchanged";
+    OnlineLog(dump);
+    flush_online_log();
+
+    const std::string log = without_times(read_file(folder.path() / "online.log"));
+    const std::string port = std::to_string(link_status().port);
+    for (const std::string& entry :
+         {"HSMS listening on 127.0.0.1 port " + port, std::string("formatted 5"), dump,
+          std::string("message body of 2 bytes not understood: body ends inside an item at offset 0")})
+        EXPECT_NE(log.find("TIME\n" + entry + "\n"), std::string::npos) << entry;
+    EXPECT_NE(log.find("xxx|\n"), std::string::npos);
+
+    const std::string number = std::to_string(reinterpret_cast<std::uintptr_t>(handle));
+    ASSERT_EQ(journal.size(), 4U);
+    EXPECT_EQ(journal[0],
+              "SecsCreate t0=5000 t3=5000 t5=5000 t6=5000 t7=5000 t8=5000 ip=127.0.0.1 port=0 "
+              "device_id=3 conn_mode=0 link_test=0 = " +
+                  number);
+    EXPECT_EQ(journal[1], "SecsConnect " + number + " ip=127.0.0.1 port=0 = 1");
+    EXPECT_EQ(journal[2], "SecsSendMessageItem " + number + " S1F13 body=41026162 reply_expected=1 = 0");
+    EXPECT_EQ(journal[3], "SecsReplyMessageItem " + number + " S1F0 body=- reply_expected=0 msgid=9 = 0");
+}
+
+}  // namespace
+}  // namespace hsms
