@@ -59,7 +59,7 @@ void read(const Where& where, const toml::node& node, std::vector<std::string>& 
 
 /// A key of a table and what takes its value.
 struct Key {
-    const char* name;
+    std::string_view name;
     std::function<void(const Where&, const toml::node&)> take;
     bool required = false;
 };
@@ -79,7 +79,7 @@ Key required_key(const char* name, Value& out) {
 void read_table(const Where& where, const char* section, const toml::table& table,
                 std::span<const Key> keys) {
     for (const auto& [name, node] : table) {
-        const auto key = std::ranges::find_if(keys, [&](const Key& k) { return name.str() == k.name; });
+        const auto key = std::ranges::find(keys, name.str(), &Key::name);
         if (key == keys.end()) {
             where.fail(name.source(), "unknown key '" + std::string(name.str()) + "' in " + section);
         }
@@ -87,7 +87,8 @@ void read_table(const Where& where, const char* section, const toml::table& tabl
     }
     for (const Key& key : keys) {
         if (key.required && !table.contains(key.name)) {
-            where.fail(table.source(), std::string(section) + " lacks the key '" + key.name + "'");
+            where.fail(table.source(),
+                       std::string(section) + " lacks the key '" + std::string(key.name) + "'");
         }
     }
 }
@@ -270,7 +271,7 @@ void read_recipe(const Where& where, const toml::table& table, MachineState& sta
 using Reader = void (*)(const Where&, const toml::table&, MachineState&);
 
 struct Section {
-    const char* name;
+    std::string_view name;
     bool repeated;  // [[name]]
     Reader read;
 };
@@ -300,14 +301,14 @@ constexpr std::array sections = {
 
 void read_section(const Where& where, const Section& section, const toml::node& node, MachineState& state) {
     if (!section.repeated) {
-        if (!node.is_table()) wrong_type(where, node, std::string("a table [") + section.name + "]");
+        if (!node.is_table()) wrong_type(where, node, "a table [" + std::string(section.name) + "]");
         section.read(where, *node.as_table(), state);
         return;
     }
     const auto* list = node.as_array();
-    if (list == nullptr) wrong_type(where, node, std::string("a list of tables [[") + section.name + "]]");
+    if (list == nullptr) wrong_type(where, node, "a list of tables [[" + std::string(section.name) + "]]");
     for (const toml::node& element : *list) {
-        if (!element.is_table()) wrong_type(where, element, std::string("a table [[") + section.name + "]]");
+        if (!element.is_table()) wrong_type(where, element, "a table [[" + std::string(section.name) + "]]");
         section.read(where, *element.as_table(), state);
     }
 }
@@ -329,8 +330,7 @@ std::unique_ptr<MachineState> parse_machine(std::string_view text, std::string_v
         where.fail(error.source(), std::string(error.description()));
     }
     for (const auto& [key, node] : root) {
-        const bool known =
-            std::ranges::any_of(sections, [&](const Section& s) { return key.str() == s.name; });
+        const bool known = std::ranges::find(sections, key.str(), &Section::name) != sections.end();
         if (!known) where.fail(key.source(), "unknown key '" + std::string(key.str()) + "'");
     }
     auto state = std::make_unique<MachineState>();
