@@ -1,0 +1,84 @@
+// A running fa-equipment with its own copy of the demo data folder; the operating-system calls of the tests.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace support {
+
+/// A temporary folder that goes with its owner.
+class TemporaryFolder {
+  public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+/// What to change in the copy of the demo folder before the equipment starts.
+struct EquipmentOptions {
+    /// Lines of Z/FA/FA_SAVE.inf by key; the port is 0 unless it is given here.
+    std::map<std::string, std::string> settings;
+    /// Texts to replace in machine.toml.
+    std::map<std::string, std::string> machine;
+};
+
+class EquipmentProcess {
+  public:
+    /// Starts it and waits for its "= ready" line; throws std::runtime_error with its output when it ends
+    /// instead.
+    explicit EquipmentProcess(const EquipmentOptions& options = {});
+    /// Starts it on an existing folder.
+    explicit EquipmentProcess(const std::filesystem::path& data);
+    ~EquipmentProcess();
+    EquipmentProcess(const EquipmentProcess&) = delete;
+    EquipmentProcess& operator=(const EquipmentProcess&) = delete;
+
+    std::uint16_t port() const { return port_; }
+    const std::filesystem::path& data() const { return data_; }
+    /// Gives a command and returns its answer line ("= ..." or "! ...").
+    std::string command(const std::string& text);
+    /// Repeats a command until it gives `answer`, at most for `limit`; the last answer.
+    std::string await(const std::string& command, const std::string& answer,
+                      std::chrono::milliseconds limit = std::chrono::seconds(15));
+    /// Orderly stop; the exit status, or 128 + the signal that ended it.
+    int quit();
+    void kill();
+    /// Resident set in kB, open descriptors, threads.
+    long resident_kb() const;
+    int descriptors() const;
+    int threads() const;
+    /// Console lines so far.
+    const std::vector<std::string>& console() const { return console_; }
+
+  private:
+    void start();
+    bool read_line(std::string& line);
+    int wait_for_end();
+
+    TemporaryFolder own_;
+    std::filesystem::path data_;
+    std::vector<std::string> console_;
+    std::string pending_;
+    int pid_ = -1;
+    int to_ = -1;
+    int from_ = -1;
+    std::uint16_t port_ = 0;
+};
+
+/// Runs a program to its end: exit status (or 128 + signal) and its output, standard error included.
+struct Finished {
+    int status;
+    std::string output;
+};
+Finished run_program(const std::vector<std::string>& arguments);
+
+}  // namespace support
