@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <exception>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -105,8 +106,12 @@ hsms::LinkOptions link_options(const __secs_sets& sets, const char* ip, std::uin
 
 void deliver(void* handle, const __secs_sets& sets, const hsms::Header& header, std::string&& body) {
     if (sets.on_recv == nullptr) return;
-    sets.on_recv(handle, header.session_id, header.system, header.stream(), header.function(), body.data(),
-                 body.size(), header.wbit());
+    try {
+        sets.on_recv(handle, header.session_id, header.system, header.stream(), header.function(),
+                     body.data(), body.size(), header.wbit());
+    } catch (const std::exception& error) {
+        OnlineLog("receive callback left with an exception: %s", error.what());
+    }
     hsms::reset_item_arena();
 }
 

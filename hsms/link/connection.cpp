@@ -353,8 +353,8 @@ void Connection::go_down(const std::string& reason) {
     }
     timer_.cancel();
     events_.log("connection with " + peer_ + " closed: " + reason);
-    lane_->close();
     events_.down();
+    lane_->close();  // last: who hears of the close finds the link's state changed
 }
 
 /// Sends what is left, then waits for the peer to close: closing with unread input would make the peer's TCP

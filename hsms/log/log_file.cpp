@@ -1,5 +1,6 @@
 #include "hsms/log/log_file.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -43,7 +44,9 @@ struct Batch {
 class LogFile::Impl {
   public:
     explicit Impl(LogFileOptions options)
-        : options_(std::move(options)), writer_([this] { write_batches(); }) {}
+        : options_(std::move(options)),
+          batch_bytes_(std::min(batch_bytes, options_.buffer_bytes / 2)),
+          writer_([this] { write_batches(); }) {}
 
     ~Impl() {
         {
@@ -67,7 +70,7 @@ class LogFile::Impl {
         }
         const std::size_t before = pending_.text.size();
         pending_.text.append(text).push_back('\n');
-        const bool full = before < batch_bytes && pending_.text.size() >= batch_bytes;
+        const bool full = before < batch_bytes_ && pending_.text.size() >= batch_bytes_;
         lock.unlock();
         if (first || full) wake_.notify_one();
     }
@@ -151,6 +154,7 @@ class LogFile::Impl {
     }
 
     const LogFileOptions options_;
+    const std::size_t batch_bytes_;
 
     // Writer thread only.
     std::optional<Sink> sink_;

@@ -70,6 +70,7 @@ class Driver : public testing::Test {
     __secs_sets sets;
     Record record_;
     void* handle = nullptr;
+    std::vector<std::string> journal;  // written until the handle is destroyed
 };
 
 TEST_F(Driver, CarriesMessages) {
@@ -149,9 +150,8 @@ TEST_F(Driver, IdsGoOnOverRecreatedLinks) {
 
 TEST_F(Driver, LogsAndKeepsAJournal) {
     const TempFolder folder;
-    std::vector<std::string> journal;
     set_driver_options({.online_log = folder.path() / "online.log",
-                        .journal = [&](std::string_view line) { journal.emplace_back(line); }});
+                        .journal = [this](std::string_view line) { journal.emplace_back(line); }});
     connect();
     _SECS_ITEM* const body = SecsCreateItemAscii("ab");
     SecsSendMessageItem(handle, 1, 13, body, 1);
