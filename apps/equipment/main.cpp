@@ -65,6 +65,10 @@ void prepare(const fs::path& folder) {
     }
     sim::machine().load_file(machine_file);
     sim::set_data_folder(folder);
+    if (sim::machine().tool().moving) {
+        sim::print_console(sim::Colour::yellow, "framework",
+                           "moving = true: the tool of this version stands still");
+    }
 }
 
 void run(const fs::path& folder) {
