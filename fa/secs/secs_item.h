@@ -35,9 +35,9 @@ struct _SECS_ITEM {
     unsigned char format;  ///< one of SECS_FORMAT
     char value[128];       ///< first element in native byte order; text (NUL-terminated) or bytes of A and B;
                            ///< zero past the data
-    char* data;            ///< the item's data: whole text or bytes of A and B whatever their length, with a
-                           ///< NUL behind them; for numbers and Booleans the start of `value`
-    std::uint32_t length;  ///< number of data bytes of any item but a list
+    char* data;  ///< the item's data whole, whatever its length: text and bytes with a NUL behind them;
+                 ///< numbers in native byte order, at the start of `value` where they fit there
+    std::uint32_t length;   ///< number of data bytes of any item but a list
     _SECS_ITEM** children;  ///< children of a list, in order
     std::int32_t count;     ///< number of children; 0 for an empty list and for every item that is no list
 };
