@@ -26,13 +26,14 @@ cmake --preset release -B "$build"
 cmake --build "$build" --target fa-equipment fa-bench
 
 # The equipment works on a copy, on a port of its own choice. Online_Init 9 is none of the ways of going on-line that
-# S1F1 knows, so that S1F1 is answered without an event report behind it.
+# S1F1 knows, so that S1F1 is answered without an event report behind it. Empty texts get what a tool at work would show.
 run=$(mktemp -d)
 started=()
 trap 'for pid in "${started[@]}"; do kill "$pid" 2>/dev/null || true; done; wait; rm -rf "$run"' EXIT
 cp -r demo/machine/. "$run"
 sed -i 's/^COMM_PORT .*/COMM_PORT     0/' "$run/Z/FA/FA_SAVE.inf"
 sed -i 's/^Online_Init = .*/Online_Init = 9/' "$run/machine.toml"
+sed -i '/^\[\[string\]\]/,/^$/ s/^value = ""/value = "LOT-2301.07"/' "$run/machine.toml"
 
 # start NAME COMMAND...: runs it in the background on CPU 0 and sets `port` to the one it announces.
 start() {
