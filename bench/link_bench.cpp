@@ -72,9 +72,9 @@ struct Comparison {
     }
 
     void append_rows(std::vector<Row>& rows) const {
-        rows.push_back({name + ", us", median(at_equipment.medians), "us", median(at_echo.medians),
+        rows.push_back({name, median(at_equipment.medians), "us", median(at_echo.medians),
                         ratio_of(at_equipment.medians, at_echo.medians), target});
-        rows.push_back({"    the same, means", median(at_equipment.means), "us", median(at_echo.means),
+        rows.push_back({name + ", means", median(at_equipment.means), "us", median(at_echo.means),
                         ratio_of(at_equipment.means, at_echo.means), std::nullopt});
     }
 };
