@@ -5,7 +5,8 @@
 namespace Talwen {
 
 std::mutex ALID_Mutex;
-std::map<int, ALID_STRU> ALID_List;
+std::map<int, ALID_STRU>& ALID_List =
+    *new std::map<int, ALID_STRU>;  // never destroyed, as the variable tables
 
 namespace {
 

@@ -24,6 +24,6 @@ extern std::mutex ALID_Mutex;
 
 /// Ascending by ALID. Must not be rebuilt while the link runs: pointers into it would dangle. Records that
 /// are only added leave pointers good.
-extern std::map<int, ALID_STRU> ALID_List;
+extern std::map<int, ALID_STRU>& ALID_List;
 
 }  // namespace Talwen

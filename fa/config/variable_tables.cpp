@@ -8,10 +8,11 @@
 
 namespace Talwen {
 
-std::map<int, SVID_STRU> SVID_List;
-std::map<int, ECID_STRU> ECID_List;
-std::map<int, RVID_STRU> RVID_List;
-std::map<int, DVID_STRU> DVID_List;
+// Never destroyed: a process may exit while a callback still reads them.
+std::map<int, SVID_STRU>& SVID_List = *new std::map<int, SVID_STRU>;
+std::map<int, ECID_STRU>& ECID_List = *new std::map<int, ECID_STRU>;
+std::map<int, RVID_STRU>& RVID_List = *new std::map<int, RVID_STRU>;
+std::map<int, DVID_STRU>& DVID_List = *new std::map<int, DVID_STRU>;
 
 namespace {
 

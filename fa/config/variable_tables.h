@@ -32,9 +32,9 @@ struct RVID_STRU : VARIABLE_STRU {};
 struct DVID_STRU : VARIABLE_STRU {};
 
 // Ascending by id; one each for the module. Filled before the threads start, only read while the link runs.
-extern std::map<int, SVID_STRU> SVID_List;
-extern std::map<int, ECID_STRU> ECID_List;
-extern std::map<int, RVID_STRU> RVID_List;
-extern std::map<int, DVID_STRU> DVID_List;
+extern std::map<int, SVID_STRU>& SVID_List;
+extern std::map<int, ECID_STRU>& ECID_List;
+extern std::map<int, RVID_STRU>& RVID_List;
+extern std::map<int, DVID_STRU>& DVID_List;
 
 }  // namespace Talwen

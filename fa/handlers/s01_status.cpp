@@ -84,8 +84,8 @@ struct Name_And_Unit {
 };
 
 /// Name and unit of a variable's point. The bounds of all three kinds are those of the digital points, and
-/// the unit of an analog point is the digital point's of the same index; hosts are configured against what
-/// this gives, while the log shows the bound of the right kind. Do not straighten either.
+/// the unit of an analog point is the digital point's of the same index, while the log shows the bound of the
+/// right kind. All of it is meant so; do not straighten either.
 Name_And_Unit point_name_and_unit(BC_FA& fa, int svid, const SVID_STRU& record) {
     const int point = record.point;
     const bool inside = in_range(point, fa.QSystem_Get_Digital_Count());

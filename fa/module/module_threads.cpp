@@ -14,8 +14,9 @@ namespace Talwen {
 
 namespace {
 
-std::unique_ptr<std::thread> Main_Monitor_Thread;
-std::unique_ptr<std::thread> TRID_Monitor_Thread;
+// Never destroyed: a process may exit without having deleted the module.
+std::unique_ptr<std::thread>& Main_Monitor_Thread = *new std::unique_ptr<std::thread>;
+std::unique_ptr<std::thread>& TRID_Monitor_Thread = *new std::unique_ptr<std::thread>;
 std::atomic<bool> Threads_Ending{false};
 std::atomic<int> Callbacks_Running{0};
 
@@ -27,9 +28,7 @@ void join_and_forget(std::unique_ptr<std::thread>& thread) {
 }  // namespace
 
 void Start_Module_Threads(BC_FA& module) {
-    join_and_forget(Main_Monitor_Thread);
-    join_and_forget(TRID_Monitor_Thread);
-    Threads_Ending = false;
+    End_Module_Threads();  // those of an earlier run, should they not have seen their stop
     Main_Monitor_Thread = std::make_unique<std::thread>(&BC_FA::Thread_FA_Main_Monitor, &module);
     TRID_Monitor_Thread = std::make_unique<std::thread>(&BC_FA::Thread_FA_TRID_Monitor, &module);
 }
@@ -42,7 +41,12 @@ void End_Module_Threads() {
     join_and_forget(Main_Monitor_Thread);
     join_and_forget(TRID_Monitor_Thread);
     while (Callbacks_Running != 0) QTime_MSleep(1);
+    QFA_Message_Clear();
     Threads_Ending = false;
+}
+
+bool Module_Threads_Ending() {
+    return Threads_Ending;
 }
 
 bool Module_Stopping(const BC_FA& module) {

@@ -10,6 +10,8 @@ void Start_Module_Threads(BC_FA& module);
 /// Asks both threads to end at their next safe point, waits for them, then for every running driver callback.
 /// Harmless when nothing runs.
 void End_Module_Threads();
+/// True while the threads are being ended by a destructor.
+bool Module_Threads_Ending();
 /// True when `module` is to end: the framework's stop request, or the object is being destroyed.
 bool Module_Stopping(const BC_FA& module);
 /// Sleeps like QTime_MSleep, but in slices, so that a stop is seen within 100 ms.

@@ -196,6 +196,10 @@ void one_pass(BC_FA& fa) {
     run_connection(fa);
 }
 
+void report_exception(BC_FA& fa, const std::runtime_error& error) {
+    QPrint_Red(fa.Print_Tag, "%s , 捕捉到异常:%s.", "Talwen::BC_FA::Thread_FA_Main_Monitor", error.what());
+}
+
 }  // namespace
 
 void BC_FA::Thread_FA_Main_Monitor() {
@@ -206,14 +210,18 @@ void BC_FA::Thread_FA_Main_Monitor() {
         try {
             one_pass(*this);
         } catch (const std::runtime_error& error) {
-            QPrint_Red(Print_Tag, "%s , 捕捉到异常:%s.", "Talwen::BC_FA::Thread_FA_Main_Monitor",
-                       error.what());
+            report_exception(*this, error);
         }
     }
-    QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 退出... ...");
-    Main_Monitor_Running = false;
-    QFA_Message_Queue_Release();
-    destroy_link();
+    try {
+        QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 退出... ...");
+        Main_Monitor_Running = false;
+        QFA_Message_Queue_Release();
+        destroy_link();
+    } catch (const std::runtime_error& error) {
+        report_exception(*this, error);
+    }
+    QFA_Message_Clear();  // what callbacks queued until the link was gone
 }
 
 }  // namespace Talwen

@@ -19,7 +19,8 @@ namespace Talwen {
 
 namespace {
 
-std::deque<FA_Message> FA_Message_Queue;
+// Never destroyed: a process may exit while a callback still queues.
+std::deque<FA_Message>& FA_Message_Queue = *new std::deque<FA_Message>;
 std::uint64_t Entries_Queued = 0;  // under the queue lock
 CRITICAL_SECTION Queue_Lock;
 std::atomic<HANDLE> Reply_Event{nullptr};
@@ -56,14 +57,12 @@ template <class TimedOut>
 bool wait_for_response(unsigned long msgid, std::uint32_t timeout_ms, TimedOut timed_out) {
     if (msgid == 1 || msgid == 2) return true;
     if (msgid <= 100) return false;
-    const BC_FA* module = FA_Instance;
     while (REQUESTID != RESPONSEID) {
         if (WaitForSingleObject(Reply_Event, timeout_ms) != WAIT_OBJECT_0) {
             timed_out();
             return false;
         }
-        // Woken by the destructor: nobody is left to answer.
-        if (module == nullptr || FA_Instance != module) return false;
+        if (Module_Threads_Ending()) return false;  // woken by the destructor
     }
     return true;
 }
@@ -130,7 +129,9 @@ void QFA_Message_Clear() {
     free_items(dropped);
 }
 
-void QFA_Message_Purge_Unspooled() { QFA_Message_Purge_Unspooled(QFA_Message_Queue_Mark()); }
+void QFA_Message_Purge_Unspooled() {
+    QFA_Message_Purge_Unspooled(QFA_Message_Queue_Mark());
+}
 
 std::uint64_t QFA_Message_Queue_Mark() {
     Queue_Guard guard;

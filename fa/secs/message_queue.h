@@ -33,8 +33,9 @@ void QFA_Message_RemoveFront();
 void QFA_Message_Clear();
 /// Drops every entry whose message is not enabled for spooling; the others keep their order.
 void QFA_Message_Purge_Unspooled();
-/// The same for entries queued before the mark was taken. A purge decided on because the link was down must not
-/// take what is queued after the link has come up meanwhile: mark first, then look at the link, then purge.
+/// The same for entries queued before the mark was taken. A purge decided on because the link was down must
+/// not take what is queued after the link has come up meanwhile: mark first, then look at the link, then
+/// purge.
 std::uint64_t QFA_Message_Queue_Mark();
 void QFA_Message_Purge_Unspooled(std::uint64_t mark);
 std::size_t QFA_Message_Queue_Length();

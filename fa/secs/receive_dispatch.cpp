@@ -32,6 +32,7 @@ struct Received {
     unsigned char stream;
     unsigned char function;
     _SECS_ITEM* item;
+    std::uint32_t epoch;  ///< of the connection that it came over
 
     bool is_primary() const { return (function & 1U) != 0; }
 };
@@ -67,8 +68,7 @@ bool passes_off_line(const Received& message) {
 /// An off-line equipment that receives a stream 9 message with an odd function never gets out of its filter:
 /// the callback stays here until its connection or the module ends. That is how the system behaves towards a
 /// host; do not let the message through and do not refuse it. Nothing else waits for this callback.
-void stay_in_off_line_filter(const BC_FA& module) {
-    const std::uint32_t epoch = Link_Epoch;
+void stay_in_off_line_filter(const BC_FA& module, std::uint32_t epoch) {
     while (Link_Epoch == epoch && !Module_Stopping(module)) QTime_MSleep(50);
 }
 
@@ -96,7 +96,7 @@ unsigned long dispatch(BC_FA& module, const Received& m, bool reply_expected) {
             if (passes_off_line(m)) {
                 result = route(module, m);
             } else if (m.stream == 9) {
-                stay_in_off_line_filter(module);
+                stay_in_off_line_filter(module, m.epoch);
                 return result;
             } else {
                 result = module.reply_SxxF00(m.handle, m.stream, m.function, m.item, m.msgid);
@@ -126,13 +126,14 @@ unsigned long OnRecvMessageBuffer(void* handle, unsigned short device_id, unsign
     BC_FA* module = use.module();
     if (module == nullptr) return not_handled;
 
+    const std::uint32_t epoch = Link_Epoch;  // first of all: a close from here on is this connection's
     _SECS_ITEM item;
     SecsInitItem(&item);
     SecsItemLoadBuffer(&item, buffer, static_cast<int>(length));
     QFA_Message_Print_SML(handle, stream, function, &item, msgid, 0);
     if (device_id != Link_Device_Id && stream != 9) return other_device;
     try {
-        return dispatch(*module, {handle, msgid, stream, function, &item}, reply_expected);
+        return dispatch(*module, {handle, msgid, stream, function, &item, epoch}, reply_expected);
     } catch (const std::runtime_error& error) {
         QPrint_Red(module->Print_Tag, "%s , MsgID:%d , S%dF%d , 捕捉到异常:%s.", "OnRecvMessageBuffer",
                    static_cast<int>(msgid), stream, function, error.what());

@@ -55,7 +55,8 @@ void SecsDestroy(void* handle);
 /// the message id. The body stays the caller's; null or an empty item sends the header alone. Any thread.
 unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function,
                                   _SECS_ITEM* body, unsigned long reply_expected);
-/// Sends the secondary that answers primary `msgid`; result as for SecsSendMessageItem. Any thread.
+/// Sends the secondary that answers primary `msgid`. Result: `msgid` (the sender's choice, so any number)
+/// when it was sent, 0 when not. Any thread.
 unsigned long SecsReplyMessageItem(void* handle, unsigned char stream, unsigned char function,
                                    _SECS_ITEM* body, unsigned long reply_expected, unsigned long msgid);
 

@@ -128,7 +128,7 @@ void append_item(std::string& text, const _SECS_ITEM& item, int depth) {
 
 void append_header(std::string& text, unsigned stream, unsigned function, unsigned long msgid,
                    int direction) {
-    // The blank behind the first title stands in the log of every installed system; it stays.
+    // The blank behind the first title belongs to it.
     constexpr std::string_view titles[2][2] = {{"Receive Secondary Message", "Receive Primary Message "},
                                                {"Send Secondary Message", "Send Primary Message"}};
     constexpr std::size_t title_width = 40;

@@ -14,8 +14,8 @@ struct DriverOptions {
     std::size_t log_rotate_bytes = std::size_t{10} << 20U;
     std::size_t log_rotate_count = 5;
     std::size_t max_message_length = std::size_t{64} << 20U;  ///< of a received message, header and body
-    /// Called for every connection and message operation, one line each without newline, in the order in
-    /// which they returned; never by two threads at once. It must not call the driver.
+    /// Called for every connection and message operation, one line each without newline, before it takes
+    /// effect; never by two threads at once. It must not call the driver.
     std::function<void(std::string_view)> journal;
 };
 

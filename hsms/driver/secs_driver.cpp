@@ -104,32 +104,42 @@ hsms::LinkOptions link_options(const __secs_sets& sets, const char* ip, std::uin
     return options;
 }
 
+/// Runs a callback of the module; what leaves it ends here, with one line.
+template <class Callback>
+void guarded(const char* name, Callback callback) {
+    try {
+        callback();
+    } catch (const std::exception& error) {
+        OnlineLog("%s callback left with an exception: %s", name, error.what());
+    } catch (...) {
+        OnlineLog("%s callback left with an exception of unknown type", name);
+    }
+}
+
 void deliver(void* handle, const __secs_sets& sets, const hsms::Header& header, std::string&& body) {
     if (sets.on_recv == nullptr) return;
-    try {
+    guarded("receive", [&] {
         sets.on_recv(handle, header.session_id, header.system, header.stream(), header.function(),
                      body.data(), body.size(), header.wbit());
-    } catch (const std::exception& error) {
-        OnlineLog("receive callback left with an exception: %s", error.what());
-    }
+    });
     hsms::reset_item_arena();
 }
 
 hsms::LinkCallbacks link_callbacks(void* handle, const __secs_sets& sets) {
-    const auto plain = [handle](SECS_LINK_CALLBACK callback) {
-        return [handle, callback] {
-            if (callback != nullptr) callback(handle);
+    const auto plain = [handle](const char* name, SECS_LINK_CALLBACK callback) {
+        return [handle, name, callback] {
+            if (callback != nullptr) guarded(name, [&] { callback(handle); });
         };
     };
     hsms::LinkCallbacks callbacks;
-    callbacks.on_selected = plain(sets.on_select);
-    callbacks.on_deselected = plain(sets.on_deselect);
-    callbacks.on_closed = plain(sets.on_close);
+    callbacks.on_selected = plain("select", sets.on_select);
+    callbacks.on_deselected = plain("deselect", sets.on_deselect);
+    callbacks.on_closed = plain("close", sets.on_close);
     callbacks.on_message = [handle, sets](const hsms::Header& header, std::string&& body) {
         deliver(handle, sets, header, std::move(body));
     };
     callbacks.on_reply_timeout = [handle, callback = sets.on_error](std::uint32_t id) {
-        if (callback != nullptr) callback(handle, id);
+        if (callback != nullptr) guarded("error", [&] { callback(handle, id); });
     };
     return callbacks;
 }
@@ -199,11 +209,15 @@ std::string settings_text(const __secs_sets& sets) {
            field("link_test", sets.link_test);
 }
 
+// Journal lines are written before the operation takes effect, so that what it causes stands behind it.
 void journal_message(const char* name, void* handle, unsigned stream, unsigned function,
-                     const _SECS_ITEM* body, const std::string& rest, unsigned long result) {
+                     const _SECS_ITEM* body, unsigned long reply_expected,
+                     const unsigned long* msgid = nullptr) {
     if (!hsms::journal_wanted()) return;
     hsms::journal(std::string(name) + " " + number(handle) + " S" + std::to_string(stream) + "F" +
-                  std::to_string(function) + " body=" + hex(body) + rest + " = " + std::to_string(result));
+                  std::to_string(function) + " body=" + hex(body) +
+                  " reply_expected=" + std::to_string(reply_expected) +
+                  (msgid != nullptr ? " msgid=" + std::to_string(*msgid) : ""));
 }
 
 }  // namespace
@@ -217,45 +231,41 @@ void* SecsCreate(__secs_sets* settings) {
 }
 
 bool SecsConnect(void* handle, const char* ip, unsigned short port) {
-    const bool started = connect(handle, ip, port);
     if (hsms::journal_wanted())
         hsms::journal("SecsConnect " + number(handle) + " ip=" + (ip == nullptr ? "null" : ip) +
-                      " port=" + std::to_string(port) + " = " + std::to_string(started));
-    return started;
+                      " port=" + std::to_string(port));
+    return connect(handle, ip, port);
 }
 
 void SecsDisconnect(void* handle) {
-    disconnect(handle);
     if (hsms::journal_wanted()) hsms::journal("SecsDisconnect " + number(handle));
+    disconnect(handle);
 }
 
 void SecsDestroy(void* handle) {
+    if (hsms::journal_wanted()) hsms::journal("SecsDestroy " + number(handle));
     disconnect(handle);
     registry().remove(handle);
-    if (hsms::journal_wanted()) hsms::journal("SecsDestroy " + number(handle));
 }
 
 unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function,
                                   _SECS_ITEM* body, unsigned long reply_expected) {
+    journal_message("SecsSendMessageItem", handle, stream, function, body, reply_expected);
     unsigned long id = 0;
     if (const auto link = find_link(handle))
         if (const std::string* bytes = encode(body))
             id = link->send(stream, function, reply_expected != 0, *bytes);
-    journal_message("SecsSendMessageItem", handle, stream, function, body,
-                    " reply_expected=" + std::to_string(reply_expected), id);
     return id;
 }
 
 /// The id of the primary when the reply was sent, whatever that id is; 0 when it was not.
 unsigned long SecsReplyMessageItem(void* handle, unsigned char stream, unsigned char function,
                                    _SECS_ITEM* body, unsigned long reply_expected, unsigned long msgid) {
+    journal_message("SecsReplyMessageItem", handle, stream, function, body, reply_expected, &msgid);
     unsigned long result = 0;
     if (const auto link = find_link(handle))
         if (const std::string* bytes = encode(body))
             if (link->reply(stream, function, *bytes, static_cast<std::uint32_t>(msgid))) result = msgid;
-    journal_message("SecsReplyMessageItem", handle, stream, function, body,
-                    " reply_expected=" + std::to_string(reply_expected) + " msgid=" + std::to_string(msgid),
-                    result);
     return result;
 }
 

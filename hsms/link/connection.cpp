@@ -48,6 +48,8 @@ Connection::Connection(asio::io_context& io, tcp::socket socket, const LinkOptio
       socket_(std::move(socket)),
       timer_(io),
       linger_timer_(io),
+      hold_timer_(io),
+      hold_patience_(options.session.t6),
       max_send_buffer_(options.max_send_buffer),
       lane_(std::move(lane)),
       peer_(peer_text(socket_)),
@@ -168,8 +170,11 @@ void Connection::perform(Actions& actions, Message* message) {
     if (actions.deliver && message != nullptr &&
         !lane_->push({LaneEvent::Kind::message, message->header, std::move(message->body)})) {
         reading_held_ = true;
-        const Lock lock(mutex_);
-        session_.hold(true, now());
+        {
+            const Lock lock(mutex_);
+            session_.hold(true, now());
+        }
+        watch_hold();
     }
     if (!actions.close.empty()) return fail(actions.close);
     if (sent) arm_timer();
@@ -178,12 +183,27 @@ void Connection::perform(Actions& actions, Message* message) {
 void Connection::resume() {
     if (!reading_held_ || lane_->full()) return;
     reading_held_ = false;
+    hold_timer_.cancel();
     {
         const Lock lock(mutex_);
         session_.hold(false, now());
     }
     arm_timer();
     wait_readable();
+}
+
+/// While reading is held a peer that went away is not noticed. A callback that has not ended within T6 behind
+/// a full queue will not let it empty soon, so the connection ends.
+void Connection::watch_hold() {
+    hold_timer_.expires_after(hold_patience_);
+    hold_timer_.async_wait(
+        [self = shared_from_this(), callback = lane_->current_callback()](const asio::error_code& error) {
+            if (error || !self->reading_held_ || !self->up_) return;
+            if (self->lane_->current_callback() == callback)
+                self->fail("callback queue full and its callback does not end");
+            else
+                self->watch_hold();
+        });
 }
 
 // ---- sending
@@ -352,6 +372,7 @@ void Connection::go_down(const std::string& reason) {
         writable_ = false;
     }
     timer_.cancel();
+    hold_timer_.cancel();
     events_.log("connection with " + peer_ + " closed: " + reason);
     events_.down();
     lane_->close();  // last: who hears of the close finds the link's state changed

@@ -72,6 +72,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void on_timer();
     bool needs_arming() const;
 
+    void watch_hold();
+
     void fail(const std::string& reason);
     void go_down(const std::string& reason);
     void linger();
@@ -82,6 +84,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     asio::ip::tcp::socket socket_;
     asio::steady_timer timer_;
     asio::steady_timer linger_timer_;
+    asio::steady_timer hold_timer_;
+    const Milliseconds hold_patience_;
     const std::size_t max_send_buffer_;
     const std::shared_ptr<CallbackLane> lane_;
     ConnectionEvents events_;

@@ -1,6 +1,7 @@
 #include "hsms/link/link_core.h"
 
 #include <asio/post.hpp>
+#include <system_error>
 #include <utility>
 
 #include "hsms/link/thread_reaper.h"
@@ -8,7 +9,8 @@
 namespace hsms {
 namespace {
 
-// How long a callback that runs at the close of its connection is waited for.
+// How long callbacks go on after the close of their connection: then what is still queued is dropped, and a
+// callback that runs on is not waited for.
 constexpr Milliseconds callback_grace{500};
 // Pause after accepting failed (no descriptors, no memory).
 constexpr Milliseconds accept_pause{100};
@@ -44,7 +46,13 @@ bool LinkCore::start() {
         asio::post(io_, [this] { connect(); });
     }
     running_ = true;
-    spawn_thread([self = shared_from_this()] { self->run(); });
+    try {
+        spawn_thread([self = shared_from_this()] { self->run(); });
+    } catch (const std::system_error& error) {  // no thread left
+        running_ = false;
+        log(std::string("cannot start the I/O thread: ") + error.what());
+        return false;
+    }
     return started;
 }
 
@@ -314,6 +322,7 @@ void LinkCore::on_watch_timer() {
     while (!watched_.empty() && watched_.front().until <= now()) {
         Watched watched = std::move(watched_.front());
         watched_.pop_front();
+        watched.lane->drop_queued();
         watched.lane->take_over(watched.callback);
         if (!watched.lane->closed_delivered()) {
             watched.callback = watched.lane->current_callback();

@@ -10,6 +10,13 @@
 
 namespace support {
 
+/// True in sanitizer builds, where memory figures say nothing.
+#ifdef FA_SANITIZED
+inline constexpr bool sanitized = true;
+#else
+inline constexpr bool sanitized = false;
+#endif
+
 /// A temporary folder that goes with its owner.
 class TemporaryFolder {
   public:

@@ -184,7 +184,9 @@ TEST_F(BadInput, AnnouncedLengthBeyondTheLimitClosesWithOneLineAndWithoutItsMemo
     const long before = equipment().resident_kb();
     host->send(chars({0x7F, 0xFF, 0xFF, 0xFF}) + std::string(1000, 'x'));
     EXPECT_TRUE(host->closed_by_peer());
-    EXPECT_LT(equipment().resident_kb() - before, 8 * 1024);
+    if (!support::sanitized) {
+        EXPECT_LT(equipment().resident_kb() - before, 8 * 1024);
+    }
     connect();
     EXPECT_TRUE(answers());
 }
@@ -217,7 +219,9 @@ TEST_F(BadInput, SlowReaderIsDropped) {
     while (!dropped && std::chrono::steady_clock::now() < deadline)
         dropped = !host->send(support::linktest_req(1));
     EXPECT_TRUE(dropped);
-    EXPECT_LT(equipment().resident_kb() - before, 128 * 1024);
+    if (!support::sanitized) {
+        EXPECT_LT(equipment().resident_kb() - before, 128 * 1024);
+    }
     connect();
     EXPECT_TRUE(answers());
 }

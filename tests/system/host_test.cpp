@@ -142,7 +142,8 @@ TEST(HostOverTcp, ReplySentJustBeforeTheTeardownArrives) {
             if (message->s_type() == 0 && message->function() == 2) ++answered;
         EXPECT_FALSE(host.timed_out());
         EXPECT_LE(answered, sent);
-        EXPECT_EQ(equipment.await("flag Reconnect", "= 0"), "= 0");
+        const std::string listening = "= listening " + std::to_string(equipment.port()) + " -";
+        EXPECT_EQ(equipment.await("link", listening), listening);
     }
     EXPECT_EQ(equipment.quit(), 0);
 }

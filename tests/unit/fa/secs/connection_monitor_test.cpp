@@ -108,10 +108,17 @@ TEST_F(Monitor, SwitchingTheGemPointOffTearsDownAndTheNextPassSwitchesItOnAgain)
 }
 
 TEST_F(Monitor, ReconnectTearsDownAndKeepsOnlySpooledEntries) {
+    ASSERT_TRUE(QFA_Set_Spool_Enable(1, 13, true));
     run_until([] { return called("connect  0"); });
+    push(1, 1);
+    push(1, 13);
     Reconnect = true;
     EXPECT_TRUE(fake::driver().wait_until([] { return called("connect  0", 2) && !Reconnect; }));
     EXPECT_EQ(fake::driver().count("destroy"), 1);
+    EXPECT_TRUE(fake::driver().wait_until([] { return QFA_Message_Queue_Length() == 1; }));
+    FA_Message left;
+    ASSERT_TRUE(QFA_Message_PopFront(&left));
+    EXPECT_EQ(left.function, 13);
 }
 
 TEST_F(Monitor, SendsOneAtATimeAndWaitsForEachAnswer) {
