@@ -7,11 +7,9 @@
 
 namespace sim {
 
-bool Alarms::add(Alarm alarm) {
-    if (find(alarm.id)) return false;
+void Alarms::add(Alarm alarm) {
     list_.push_back(std::move(alarm));
     post_times_.emplace_back();
-    return true;
 }
 
 const Alarms::Alarm* Alarms::at(int index) const {

@@ -22,8 +22,8 @@ class Alarms {
         int number;  ///< alarms posted since the loading, this one included
     };
 
-    /// While loading; false when the list has that id already.
-    bool add(Alarm alarm);
+    /// While loading. Alarms may share an id; post() and clear() take the first of them.
+    void add(Alarm alarm);
     int count() const { return static_cast<int>(list_.size()); }
     /// Null for a bad index.
     const Alarm* at(int index) const;

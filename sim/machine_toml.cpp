@@ -22,51 +22,54 @@ struct Where {
     }
 };
 
-[[noreturn]] void wrong_type(const Where& where, const toml::node& node, std::string_view wanted) {
-    where.fail(node.source(), "must be " + std::string(wanted));
+[[noreturn]] void wrong_type(const Where& where, std::string_view key, const toml::node& node,
+                             std::string_view wanted) {
+    where.fail(node.source(), std::string(key) + ": must be " + std::string(wanted));
 }
 
-void read(const Where& where, const toml::node& node, std::string& out) {
+void read(const Where& where, std::string_view key, const toml::node& node, std::string& out) {
     const auto* value = node.as_string();
-    if (value == nullptr) wrong_type(where, node, "a text in quotes");
+    if (value == nullptr) wrong_type(where, key, node, "a text in quotes");
     out = value->get();
 }
 
-void read(const Where& where, const toml::node& node, bool& out) {
+void read(const Where& where, std::string_view key, const toml::node& node, bool& out) {
     const auto* value = node.as_boolean();
-    if (value == nullptr) wrong_type(where, node, "true or false");
+    if (value == nullptr) wrong_type(where, key, node, "true or false");
     out = value->get();
 }
 
-void read(const Where& where, const toml::node& node, int& out) {
+void read(const Where& where, std::string_view key, const toml::node& node, int& out) {
     const auto* value = node.as_integer();
     if (value == nullptr || value->get() < INT_MIN || value->get() > INT_MAX) {
-        wrong_type(where, node, "a whole number of 32 bits");
+        wrong_type(where, key, node, "a whole number of 32 bits");
     }
     out = static_cast<int>(value->get());
 }
 
-void read(const Where& where, const toml::node& node, double& out) {
-    if (!node.is_number()) wrong_type(where, node, "a number");
+void read(const Where& where, std::string_view key, const toml::node& node, double& out) {
+    if (!node.is_number()) wrong_type(where, key, node, "a number");
     out = node.value<double>().value_or(0.0);
 }
 
-void read(const Where& where, const toml::node& node, std::vector<std::string>& out) {
+void read(const Where& where, std::string_view key, const toml::node& node, std::vector<std::string>& out) {
     const auto* list = node.as_array();
-    if (list == nullptr) wrong_type(where, node, "a list of texts");
-    for (const toml::node& element : *list) read(where, element, out.emplace_back());
+    if (list == nullptr) wrong_type(where, key, node, "a list of texts");
+    for (const toml::node& element : *list) read(where, key, element, out.emplace_back());
 }
 
 /// A key of a table and what takes its value.
 struct Key {
     std::string_view name;
-    std::function<void(const Where&, const toml::node&)> take;
+    std::function<void(const Where&, std::string_view key, const toml::node&)> take;
     bool required = false;
 };
 
 template <class Value>
 Key optional_key(const char* name, Value& out) {
-    return {name, [&out](const Where& where, const toml::node& node) { read(where, node, out); }};
+    return {name, [&out](const Where& where, std::string_view key, const toml::node& node) {
+                read(where, key, node, out);
+            }};
 }
 
 template <class Value>
@@ -83,7 +86,7 @@ void read_table(const Where& where, const char* section, const toml::table& tabl
         if (key == keys.end()) {
             where.fail(name.source(), "unknown key '" + std::string(name.str()) + "' in " + section);
         }
-        key->take(where, node);
+        key->take(where, name.str(), node);
     }
     for (const Key& key : keys) {
         if (key.required && !table.contains(key.name)) {
@@ -107,11 +110,11 @@ void read_values(const Where& where, const char* section, const toml::table& tab
         if (!index) where.fail(name.source(), "unknown key '" + std::string(name.str()) + "' in " + section);
         if (values.info(*index).type == ValueType::INT) {
             int number = 0;
-            read(where, node, number);
+            read(where, name.str(), node, number);
             values.set(*index, number);
         } else {
             std::string text;
-            read(where, node, text);
+            read(where, name.str(), node, text);
             values.set(*index, text);
         }
     }
@@ -125,16 +128,15 @@ void read_tool(const Where& where, const toml::table& table, MachineState& state
                           optional_key("moving", tool.moving), optional_key("react", tool.react),
                           optional_key("speed", tool.speed), optional_key("seed", tool.seed),
                           optional_key("alarm_rate", tool.alarm_rate)});
-    require(where, table, "speed", tool.speed > 0.0, "speed must be above 0");
-    require(where, table, "alarm_rate", tool.alarm_rate >= 0.0, "alarm_rate must not be below 0");
     state.gem.set(static_cast<std::size_t>(Gem::Model_Number), tool.model);
     state.gem.set(static_cast<std::size_t>(Gem::Soft_Revision), tool.revision);
 }
 
+/// A name leads to one point, whatever its kind; a point without a name is reached by its index alone.
 template <class Point>
 void name_point(const Where& where, const toml::table& table, MachineState& state, Talwen::IO_TYPE type,
                 const Point& point, std::size_t count) {
-    require(where, table, "name", !point.name.empty(), "a point's name must not be empty");
+    if (point.name.empty()) return;
     require(where, table, "name", state.points.add_name(point.name, {type, static_cast<int>(count) - 1}),
             "a point named '" + point.name + "' is there already");
 }
@@ -146,7 +148,6 @@ void read_digital(const Where& where, const toml::table& table, MachineState& st
                std::array{required_key("name", point.name), optional_key("value", value),
                           optional_key("min", point.min), optional_key("max", point.max),
                           optional_key("unit", point.unit)});
-    require(where, table, "max", point.min <= point.max, "max must not be below min");
     point.live = point.memory = value;
     name_point(where, table, state, Talwen::IO_DIGITAL, point, state.points.digital.size());
 }
@@ -158,9 +159,6 @@ void read_analog(const Where& where, const toml::table& table, MachineState& sta
                std::array{required_key("name", point.name), optional_key("value", value),
                           optional_key("min", point.min), optional_key("max", point.max),
                           optional_key("unit", point.unit), optional_key("decimals", point.decimals)});
-    require(where, table, "max", point.min <= point.max, "max must not be below min");
-    require(where, table, "decimals", point.decimals >= 0 && point.decimals <= 15,
-            "decimals must be 0 to 15");
     point.live = point.memory = value;
     name_point(where, table, state, Talwen::IO_ANALOG, point, state.points.analog.size());
 }
@@ -182,17 +180,10 @@ void read_function(const Where& where, const toml::table& table, MachineState& s
 }
 
 void read_carrier_module(const Where& where, const toml::table& table, MachineState& state) {
-    constexpr std::size_t most = 6;  // what the module has room for
     CarrierModule module;
     read_table(where, "[[carrier_module]]", table,
                std::array{required_key("name", module.name), optional_key("slots", module.slots)});
-    require(where, table, "name", state.carrier_modules.size() < most,
-            "a tool has at most 6 carrier modules");
-    require(where, table, "slots", module.slots >= 1 && module.slots <= 100, "slots must be 1 to 100");
-    for (const CarrierModule& other : state.carrier_modules) {
-        require(where, table, "name", other.name != module.name,
-                "a carrier module named '" + module.name + "' is there already");
-    }
+    require(where, table, "slots", module.slots >= 0, "slots must be 0 or more");
     for (int slot = 0; slot < module.slots; ++slot) module.slot_points.emplace_back(ctc_infos);
     state.carrier_modules.push_back(std::move(module));
 }
@@ -201,10 +192,6 @@ void read_process_module(const Where& where, const toml::table& table, MachineSt
     ProcessModule module;
     read_table(where, "[[process_module]]", table,
                std::array{required_key("name", module.name), optional_key("id", module.id)});
-    for (const ProcessModule& other : state.process_modules) {
-        require(where, table, "name", other.name != module.name,
-                "a process module named '" + module.name + "' is there already");
-    }
     if (module.id.empty()) module.id = module.name;
     state.process_modules.push_back(std::move(module));
 }
@@ -215,21 +202,8 @@ void read_alarm(const Where& where, const toml::table& table, MachineState& stat
     read_table(where, "[[alarm]]", table,
                std::array{required_key("id", alarm.id), optional_key("level", level),
                           optional_key("text", alarm.text)});
-    require(where, table, "level", level >= Talwen::ALARM_NONE && level <= Talwen::ALARM_FATAL,
-            "level must be 0 to 3");
     alarm.level = static_cast<Talwen::ALARM_LEVEL>(level);
-    require(where, table, "id", state.alarms.add(alarm),
-            "an alarm with id " + to_text(alarm.id) + " is there already");
-}
-
-template <class Record>
-void add_recipe(const Where& where, const toml::table& table, std::vector<Record>& list, Record record,
-                bool (*same)(const Record&, const Record&)) {
-    for (const Record& other : list) {
-        require(where, table, "name", !same(other, record),
-                "a recipe named '" + record.name + "' is there already");
-    }
-    list.push_back(std::move(record));
+    state.alarms.add(std::move(alarm));
 }
 
 void read_recipe(const Where& where, const toml::table& table, MachineState& state) {
@@ -246,23 +220,11 @@ void read_recipe(const Where& where, const toml::table& table, MachineState& sta
     cluster.name = pm.name = lot.name;
     Recipes& recipes = state.recipes;
     if (kind == "lot") {
-        add_recipe(
-            where, table, recipes.lot, std::move(lot),
-            +[](const Talwen::LotRecipe_Item& a, const Talwen::LotRecipe_Item& b) {
-                return a.name == b.name;
-            });
+        recipes.lot.push_back(std::move(lot));
     } else if (kind == "cluster") {
-        add_recipe(
-            where, table, recipes.cluster, std::move(cluster),
-            +[](const Talwen::ClusterRecipe_Item& a, const Talwen::ClusterRecipe_Item& b) {
-                return a.name == b.name;
-            });
+        recipes.cluster.push_back(std::move(cluster));
     } else if (kind == "pm") {
-        add_recipe(
-            where, table, recipes.pm, std::move(pm),
-            +[](const Talwen::PM_Recipe_Item& a, const Talwen::PM_Recipe_Item& b) {
-                return a.name == b.name && a.module == b.module;
-            });
+        recipes.pm.push_back(std::move(pm));
     } else {
         require(where, table, "kind", false, "kind must be lot, cluster or pm");
     }
@@ -301,14 +263,17 @@ constexpr std::array sections = {
 
 void read_section(const Where& where, const Section& section, const toml::node& node, MachineState& state) {
     if (!section.repeated) {
-        if (!node.is_table()) wrong_type(where, node, "a table [" + std::string(section.name) + "]");
+        if (!node.is_table())
+            wrong_type(where, section.name, node, "a table [" + std::string(section.name) + "]");
         section.read(where, *node.as_table(), state);
         return;
     }
     const auto* list = node.as_array();
-    if (list == nullptr) wrong_type(where, node, "a list of tables [[" + std::string(section.name) + "]]");
+    if (list == nullptr)
+        wrong_type(where, section.name, node, "a list of tables [[" + std::string(section.name) + "]]");
     for (const toml::node& element : *list) {
-        if (!element.is_table()) wrong_type(where, element, "a table [[" + std::string(section.name) + "]]");
+        if (!element.is_table())
+            wrong_type(where, section.name, element, "a table [[" + std::string(section.name) + "]]");
         section.read(where, *element.as_table(), state);
     }
 }

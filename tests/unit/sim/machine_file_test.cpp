@@ -14,36 +14,25 @@ TEST(MachineFile, DefectsAreNamedByFileAndLine) {
         const char* message;
     } cases[] = {
         {"[tool]\nmodel = \"x\"\ncolour = 1\n", "machine.toml:3: unknown key 'colour' in [tool]"},
-        {"[tool]\nmodel = 3\n", "machine.toml:2: must be a text in quotes"},
-        {"[tool]\nreact = 1\n", "machine.toml:2: must be true or false"},
-        {"[tool]\nspeed = \"fast\"\n", "machine.toml:2: must be a number"},
-        {"[tool]\n\nspeed = 0\n", "machine.toml:3: speed must be above 0"},
-        {"[[tool]]\nmodel = \"x\"\n", "machine.toml:1: must be a table [tool]"},
+        {"[tool]\nmodel = 3\n", "machine.toml:2: model: must be a text in quotes"},
+        {"[tool]\nreact = 1\n", "machine.toml:2: react: must be true or false"},
+        {"[tool]\nspeed = \"fast\"\n", "machine.toml:2: speed: must be a number"},
+        {"[[tool]]\nmodel = \"x\"\n", "machine.toml:1: tool: must be a table [tool]"},
         {"[toool]\n", "machine.toml:1: unknown key 'toool'"},
         {"[gem]\nOnline_Init = 1\nOnline_Inti = 1\n", "machine.toml:3: unknown key 'Online_Inti' in [gem]"},
-        {"[gem]\nOnline_Init = 1.5\n", "machine.toml:2: must be a whole number of 32 bits"},
-        {"[fa]\nT3 = 99999999999\n", "machine.toml:2: must be a whole number of 32 bits"},
-        {"[fa]\nRemote_IP = 1\n", "machine.toml:2: must be a text in quotes"},
-        {"[digital]\nname = \"a\"\n", "machine.toml:1: must be a list of tables [[digital]]"},
+        {"[gem]\nOnline_Init = 1.5\n", "machine.toml:2: Online_Init: must be a whole number of 32 bits"},
+        {"[fa]\nT3 = 99999999999\n", "machine.toml:2: T3: must be a whole number of 32 bits"},
+        {"[fa]\nRemote_IP = 1\n", "machine.toml:2: Remote_IP: must be a text in quotes"},
+        {"[digital]\nname = \"a\"\n", "machine.toml:1: digital: must be a list of tables [[digital]]"},
         {"[[digital]]\nvalue = 1\n", "machine.toml:1: [[digital]] lacks the key 'name'"},
-        {"[[digital]]\nname = \"a\"\nmin = 2\nmax = 1\n", "machine.toml:4: max must not be below min"},
         {"[[digital]]\nname = \"a\"\n[[digital]]\nname = \"a\"\n",
          "machine.toml:4: a point named 'a' is there already"},
         {"[[string]]\nname = \"a\"\n\n[[function]]\nname = \"a\"\n",
          "machine.toml:5: a point named 'a' is there already"},  // functions are found by the same names
-        {"[[analog]]\nname = \"a\"\ndecimals = -1\n", "machine.toml:3: decimals must be 0 to 15"},
-        {"[[string]]\nname = \"\"\n", "machine.toml:2: a point's name must not be empty"},
-        {"[[carrier_module]]\nname = \"LP1\"\nslots = 0\n", "machine.toml:3: slots must be 1 to 100"},
-        {"[[carrier_module]]\nname = \"LP1\"\n[[carrier_module]]\nname = \"LP1\"\n",
-         "machine.toml:4: a carrier module named 'LP1' is there already"},
-        {"[[alarm]]\nid = 1\n[[alarm]]\nlevel = 1\nid = 1\n",
-         "machine.toml:5: an alarm with id 1 is there already"},
-        {"[[alarm]]\nid = 1\nlevel = 4\n", "machine.toml:3: level must be 0 to 3"},
+        {"[[carrier_module]]\nname = \"LP1\"\nslots = -1\n", "machine.toml:3: slots must be 0 or more"},
         {"[[recipe]]\nkind = \"lots\"\nname = \"A\"\n", "machine.toml:2: kind must be lot, cluster or pm"},
-        {"[[recipe]]\nkind = \"lot\"\nname = \"A\"\n[[recipe]]\nkind = \"lot\"\nname = \"A\"\n",
-         "machine.toml:6: a recipe named 'A' is there already"},
         {"[[recipe]]\nkind = \"pm\"\nname = \"A\"\nsteps = [\"a\", 2]\n",
-         "machine.toml:4: must be a text in quotes"},
+         "machine.toml:4: steps: must be a text in quotes"},
     };
     machine().load_text("[tool]\nmodel = \"kept\"\n");
     for (const auto& c : cases) {
@@ -57,19 +46,68 @@ TEST(MachineFile, DefectsAreNamedByFileAndLine) {
     EXPECT_EQ(machine().tool().model, "kept");
 }
 
-TEST(MachineFile, SyntaxErrorsAndTooManyCarrierModulesNameTheLine) {
-    std::string seven;
-    for (int i = 1; i <= 7; ++i) seven += "[[carrier_module]]\nname = \"LP" + std::to_string(i) + "\"\n";
-    for (const auto& [text, line] :
-         {std::pair{std::string("[tool]\nmodel = \n"), ":2: "}, std::pair{seven, ":14: "}}) {
-        try {
-            machine().load_text(text);
-            ADD_FAILURE() << "accepted: " << text;
-        } catch (const MachineError& error) {
-            EXPECT_NE(std::string(error.what()).find(std::string("machine.toml") + line), std::string::npos)
-                << error.what();
-        }
+TEST(MachineFile, ASyntaxErrorNamesTheLine) {
+    try {
+        machine().load_text("[tool]\nmodel = \n");
+        ADD_FAILURE() << "accepted";
+    } catch (const MachineError& error) {
+        EXPECT_TRUE(std::string_view(error.what()).starts_with("machine.toml:2: ")) << error.what();
     }
+}
+
+TEST(MachineFile, WhatOnlyLooksOddIsTakenAsItStands) {
+    std::string text = R"(
+[tool]
+speed = 0
+alarm_rate = -1
+[[digital]]
+name = ""
+min = 2
+max = 1
+[[digital]]
+name = ""
+[[analog]]
+name = "a"
+decimals = -1
+[[process_module]]
+name = "PM"
+[[process_module]]
+name = "PM"
+[[alarm]]
+id = 5
+level = 77
+[[alarm]]
+id = 5
+level = -3
+text = "second"
+[[recipe]]
+kind = "lot"
+name = "A"
+[[recipe]]
+kind = "lot"
+name = "A"
+)";
+    for (int i = 0; i < 7; ++i)
+        text += "[[carrier_module]]\nname = \"LP\"\nslots = " + std::to_string(i * 60) + "\n";
+    machine().load_text(text);
+    Talwen::QSeqCon con;
+    EXPECT_EQ(con.QSystem_Get_Digital_Count(), 2);
+    EXPECT_EQ(con.QSCH_Get_PM_Count(), 2);
+    EXPECT_EQ(con.QSCH_Get_CM_Count(), 7);
+    EXPECT_EQ(con.QSCH_Get_CM_Slot_Count(0), 0);
+    EXPECT_EQ(con.QSCH_Get_CM_Slot_Count(6), 360);
+    EXPECT_EQ(con.QSystem_Get_Alarm_Count(), 2);
+    EXPECT_EQ(static_cast<int>(con.QAlarm_Get_Level(0)), 77);
+    EXPECT_EQ(static_cast<int>(con.QAlarm_Get_Level(1)), -3);
+    machine().post_alarm(5);
+    ASSERT_EQ(con.QAlarm_Queue_Count(), 1);
+    int alarm = -1;
+    int number = 0;
+    ASSERT_TRUE(con.QAlarm_Queue_Point(0, &alarm, &number));
+    EXPECT_EQ(alarm, 0) << "the first alarm of that id";
+    machine().clear_alarm(5);
+    EXPECT_EQ(con.QAlarm_Queue_Count(), 0);
+    machine().carrier_arrives(1, "C");  // no slots to fill
 }
 
 TEST(MachineFile, ValuesReachTheModule) {
