@@ -63,6 +63,13 @@ void count(Op op) noexcept {
     slot(op).count.fetch_add(1, std::memory_order_relaxed);
 }
 
+void note(Op op, std::string_view arguments) {
+    count(op);
+    Slot& of = slot(op);
+    const std::lock_guard lock(of.mutex);
+    of.arguments = arguments;
+}
+
 int record(Op op, std::string arguments) {
     count(op);
     const OpInfo& info = infos[static_cast<std::size_t>(op)];

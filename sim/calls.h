@@ -18,13 +18,15 @@ enum class Op : int {
 
 /// Counts a call (one relaxed add).
 void count(Op op) noexcept;
+/// Counts a call and keeps its arguments as the last ones; no journal line.
+void note(Op op, std::string_view arguments);
 /// Counts a call of a setter or request, keeps its arguments as the last ones and writes the journal line.
 /// Returns the operation's result: what set_result() asked for, else 1 (BOOLEAN) or 3 (STATUS).
 int record(Op op, std::string arguments);
 
 struct CallRecord {
     unsigned long long count = 0;
-    std::string arguments;  ///< of the last call; empty for reads
+    std::string arguments;  ///< of the last call; empty for plain reads
 };
 
 /// Nothing when no operation has that name.

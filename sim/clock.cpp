@@ -51,7 +51,7 @@ std::string clock_text() {
 namespace Talwen {
 
 void QTime_MSleep(unsigned int ms) {
-    sim::count(sim::Op::QTime_MSleep);
+    sim::note(sim::Op::QTime_MSleep, std::to_string(ms));
     std::this_thread::sleep_for(
         std::chrono::duration<double, std::milli>(ms * sim::sleep_scale.load(std::memory_order_relaxed)));
 }

@@ -1,10 +1,13 @@
 #include "sim/console.h"
 
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -18,25 +21,21 @@ namespace sim {
 namespace {
 
 constexpr std::size_t buffer_limit = 4U << 20U;
+// How long, once a stop was asked for, all who print or flush wait for the reader of standard output.
+constexpr std::chrono::seconds patience{1};
+constexpr std::chrono::milliseconds stop_poll{50};
 
-/// Standard output behind a buffer and a thread of its own.
+/// Standard output behind a buffer and a thread of its own. Never destroyed: the thread may be stuck in a
+/// write that nobody reads when the process ends.
 class Output {
   public:
-    Output() : thread_([this] { run(); }) {}
-    ~Output() {
-        {
-            const std::lock_guard lock(mutex_);
-            stop_ = true;
-        }
-        changed_.notify_all();
-        thread_.join();
+    Output() {
+        std::thread([this] { run(); }).detach();
     }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
 
     void write(std::string_view text) {
         std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return pending_.size() < buffer_limit; });
+        if (!wait(lock, [this] { return pending_.size() < buffer_limit; })) return;
         pending_ += text;
         pending_ += '\n';
         changed_.notify_all();
@@ -44,39 +43,63 @@ class Output {
 
     void flush() {
         std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return pending_.empty() && !writing_; });
+        wait(lock, [this] { return pending_.empty() && !writing_; });
+    }
+
+    /// From now on waiting has an end.
+    void limit_patience() {
+        const std::lock_guard lock(mutex_);
+        if (!deadline_) deadline_ = Clock::now() + patience;
     }
 
   private:
+    using Clock = std::chrono::steady_clock;
+
+    /// False when a stop was asked for and the patience is at its end.
+    template <class Condition>
+    bool wait(std::unique_lock<std::mutex>& lock, Condition condition) {
+        while (!condition()) {
+            if (deadline_ && Clock::now() >= *deadline_) return false;
+            changed_.wait_for(lock, stop_poll);
+            if (!deadline_ && os::wait_for_stop(std::chrono::milliseconds(0)))
+                deadline_ = Clock::now() + patience;
+        }
+        return true;
+    }
+
     void run() {
         std::string text;
         std::unique_lock lock(mutex_);
         for (;;) {
-            changed_.wait(lock, [this] { return stop_ || !pending_.empty(); });
-            if (pending_.empty()) return;
+            changed_.wait(lock, [this] { return !pending_.empty(); });
             text.clear();
             text.swap(pending_);
             writing_ = true;
             lock.unlock();
-            std::fwrite(text.data(), 1, text.size(), stdout);
-            std::fflush(stdout);
+            os::write_output(text);
             lock.lock();
             writing_ = false;
             changed_.notify_all();
         }
     }
 
-    std::mutex mutex_;
+    std::mutex mutex_;  // what follows
     std::condition_variable changed_;
     std::string pending_;
     bool writing_ = false;
-    bool stop_ = false;
-    std::thread thread_;
+    std::optional<Clock::time_point> deadline_;
 };
 
 Output& output() {
-    static Output instance;
-    return instance;
+    static Output* const instance = [] {
+        auto* made = new Output;
+        std::atexit([] {
+            output().limit_patience();
+            output().flush();
+        });
+        return made;
+    }();
+    return *instance;
 }
 
 std::mutex sink_mutex;
@@ -134,13 +157,14 @@ void flush_console() {
 
 namespace Talwen {
 
-#define SIM_PRINT(name, colour)                                                        \
-    void name(const char* tag, const char* format, ...) {                              \
-        sim::count(sim::Op::name);                                                     \
-        std::va_list arguments;                                                        \
-        va_start(arguments, format);                                                   \
-        sim::print_console(sim::Colour::colour, tag, sim::vformat(format, arguments)); \
-        va_end(arguments);                                                             \
+#define SIM_PRINT(name, colour)                                        \
+    void name(const char* tag, const char* format, ...) {              \
+        std::va_list arguments;                                        \
+        va_start(arguments, format);                                   \
+        std::string text = sim::vformat(format, arguments);            \
+        va_end(arguments);                                             \
+        sim::note(sim::Op::name, text);                                \
+        sim::print_console(sim::Colour::colour, tag, std::move(text)); \
     }
 SIM_PRINT(QPrint, plain)
 SIM_PRINT(QPrint_Red, red)

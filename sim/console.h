@@ -1,7 +1,8 @@
 // Console print: every line of standard output passes here, the module's and the program's. Any thread.
 //
 // Lines are handed to one writer thread, so that a slow reader of standard output does not hold up the
-// module; a full buffer (4 MB) makes its writers wait.
+// module; a full buffer (4 MB) makes its writers wait. Once a stop was asked for (sim/os.h), or the process
+// ends, all of them together wait one second at most, and what does not get out by then is dropped.
 #pragma once
 
 #include <functional>
@@ -27,7 +28,7 @@ void set_console_sink(ConsoleSink sink);
 void print_console(Colour colour, const char* tag, std::string text);
 /// One line exactly as it stands (a command's answer).
 void print_answer(std::string_view line);
-/// Returns once all that was printed so far has been written.
+/// Returns once all that was printed so far has been written, or was given up after a stop.
 void flush_console();
 
 }  // namespace sim

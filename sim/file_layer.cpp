@@ -165,7 +165,7 @@ void close_open_files() {
 namespace Talwen {
 
 std::FILE* QFile_Open(const char* path, const char* mode) {
-    sim::count(sim::Op::QFile_Open);
+    sim::note(sim::Op::QFile_Open, std::string(sim::view(path)) + " " + std::string(sim::view(mode)));
     return sim::open(path, mode);
 }
 

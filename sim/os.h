@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace sim::os {
 
@@ -17,7 +18,8 @@ bool is_terminal(std::FILE* file);
 unsigned long process_id();
 
 /// Takes the lock of a folder (a file "lock" in it) for this process; the system gives it back when the
-/// process ends, however it ends. False when another process holds it or the folder cannot be written.
+/// process ends, however it ends. False when another process holds it; throws std::system_error when the
+/// lock file cannot be written.
 bool lock_folder(const std::filesystem::path& folder);
 
 /// From now on SIGINT and SIGTERM are collected for wait_for_stop() and SIGPIPE is ignored. Once per process.
@@ -27,8 +29,10 @@ bool wait_for_stop(std::optional<std::chrono::milliseconds> limit);
 /// Lets wait_for_stop() return true from now on. Any thread.
 void request_stop();
 
-/// The next line of standard input without its line end; nothing at the input's end and after end_input().
-/// One reading thread.
+/// Writes all of it to standard output and waits as long as that takes; false when it cannot be written.
+bool write_output(std::string_view bytes);
+/// The next line of standard input without its line end (the last one may lack it); nothing at the input's
+/// end and after end_input(). One reading thread.
 std::optional<std::string> read_line();
 /// Lets a waiting read_line() return nothing. Any thread; after catch_stop_signals().
 void end_input();

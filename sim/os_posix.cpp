@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 #include "sim/os.h"
 
@@ -67,11 +68,14 @@ unsigned long process_id() {
 }
 
 bool lock_folder(const std::filesystem::path& folder) {
-    const int descriptor = ::open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    if (descriptor < 0) return false;
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) return true;  // held until the process ends
-    ::close(descriptor);
-    return false;
+    const auto file = folder / "lock";
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (descriptor >= 0 && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0)
+        return true;  // held until the process ends
+    const int error = errno;
+    if (descriptor >= 0) ::close(descriptor);
+    if (descriptor >= 0 && error == EWOULDBLOCK) return false;
+    throw std::system_error(error, std::generic_category(), file.string() + ": cannot be written");
 }
 
 void catch_stop_signals() {
@@ -94,6 +98,21 @@ void request_stop() {
     stop_latch.raise();
 }
 
+bool write_output(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const auto count = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
+        if (count > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        } else if (count < 0 && errno == EAGAIN) {  // whoever shares the output made it non-blocking
+            pollfd output{STDOUT_FILENO, POLLOUT, 0};
+            ::poll(&output, 1, -1);
+        } else if (count == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::optional<std::string> read_line() {
     static std::string buffer;
     for (;;) {
@@ -107,7 +126,8 @@ std::optional<std::string> read_line() {
         std::array<char, 4096> bytes;
         const auto count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return std::nullopt;
+        if (count <= 0 && buffer.empty()) return std::nullopt;
+        if (count <= 0) return std::exchange(buffer, {});
         buffer.append(bytes.data(), static_cast<std::size_t>(count));
     }
 }

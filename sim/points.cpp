@@ -45,8 +45,10 @@ std::optional<std::string> Points::get(PointAddress address, Held held) const {
 
 bool Points::assign(PointAddress address, Held held, std::string_view text) {
     switch (address.type) {
-        case Talwen::IO_DIGITAL: return store(value_of(at(digital, address.index), held), read_int(text));
-        case Talwen::IO_ANALOG: return store(value_of(at(analog, address.index), held), read_double(text));
+        case Talwen::IO_DIGITAL:
+            return store(value_of(at(digital, address.index), held), read_int(trim(text)));
+        case Talwen::IO_ANALOG:
+            return store(value_of(at(analog, address.index), held), read_double(trim(text)));
         case Talwen::IO_STRING: value_of(at(string, address.index), held).set(text); return true;
         case Talwen::IO_FUNCTION: break;
     }

@@ -43,14 +43,30 @@ PM_Recipe_Item pm_key(const char* module, const char* name) {
     return {std::string(view(module)), std::string(view(name)), {}, {}};
 }
 
-std::string label(const LotRecipe_Item& item) {
+std::string list_text(const std::vector<std::string>& texts) {
+    std::string list;
+    for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + text;
+    return "[" + list + "]";
+}
+
+// What the journal says of a recipe: its key, and the whole of it.
+std::string key_text(const LotRecipe_Item& item) {
     return item.name;
 }
-std::string label(const ClusterRecipe_Item& item) {
+std::string key_text(const ClusterRecipe_Item& item) {
     return item.name;
 }
-std::string label(const PM_Recipe_Item& item) {
+std::string key_text(const PM_Recipe_Item& item) {
     return item.module + " " + item.name;
+}
+std::string text_of(const LotRecipe_Item& item) {
+    return key_text(item) + " " + list_text(item.cluster_recipes);
+}
+std::string text_of(const ClusterRecipe_Item& item) {
+    return key_text(item) + " " + list_text(item.modules) + " " + list_text(item.pm_recipes);
+}
+std::string text_of(const PM_Recipe_Item& item) {
+    return key_text(item) + " " + item.comment + " " + list_text(item.steps);
 }
 
 template <class Item>
@@ -82,7 +98,7 @@ bool get_all(const std::vector<Item>& list, std::vector<Item>& items) {
 
 template <class Item>
 bool add(Op op, std::vector<Item>& list, const Item& item) {
-    if (record(op, label(item)) == 0) return false;
+    if (record(op, text_of(item)) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     if (find(list, item) != list.end()) return false;
     list.push_back(item);
@@ -91,7 +107,7 @@ bool add(Op op, std::vector<Item>& list, const Item& item) {
 
 template <class Item>
 bool save(Op op, std::vector<Item>& list, const Item& item) {
-    if (record(op, label(item)) == 0) return false;
+    if (record(op, text_of(item)) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     const auto found = find(list, item);
     if (found == list.end()) return false;
@@ -101,7 +117,7 @@ bool save(Op op, std::vector<Item>& list, const Item& item) {
 
 template <class Item>
 bool remove(Op op, std::vector<Item>& list, const Item& key) {
-    if (record(op, label(key)) == 0) return false;
+    if (record(op, key_text(key)) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     return std::erase_if(list, [&](const Item& item) { return same(item, key); }) > 0;
 }

@@ -215,11 +215,11 @@ bool QSeqCon::QIO_Find_Point(int* point, IO_TYPE type, const char* name) {
 }
 
 bool QSeqCon::QIO_Find_PointF(int* point, IO_TYPE type, const char* format, ...) {
-    count(Op::QIO_Find_PointF);
     std::va_list arguments;
     va_start(arguments, format);
     const std::string name = sim::vformat(format, arguments);
     va_end(arguments);
+    note(Op::QIO_Find_PointF, name);
     return found(state().points.find(name), point, type);
 }
 

@@ -229,11 +229,12 @@ bool QSeqCon::QAlarm_Queue_Point(int index, int* a, int* b) {
 }
 
 void QSeqCon::QSystem_Log(LOG_TYPE type, const char* format, ...) {
-    count(Op::QSystem_Log);
     std::va_list arguments;
     va_start(arguments, format);
-    sim::log_system(type, sim::vformat(format, arguments));
+    const std::string text = sim::vformat(format, arguments);
     va_end(arguments);
+    sim::note(Op::QSystem_Log, text);
+    sim::log_system(type, text);
 }
 
 bool QSeqCon::QGui_Display_Message(const char* text) {

@@ -65,7 +65,7 @@ bool ValueTable::assign(std::size_t index, std::string_view text) {
         set(index, text);
         return true;
     }
-    const auto number = read_int(text);
+    const auto number = read_int(trim(text));
     if (number) set(index, *number);
     return number.has_value();
 }

@@ -14,7 +14,7 @@ namespace {
 
 std::string run_help(Context&, std::string_view) {
     for (const Command& command : commands()) {
-        sim::print_answer(std::string("  ") + command.usage + "\n      " + command.help);
+        sim::print_answer("  " + std::string(command.usage) + "\n      " + command.help);
     }
     return "ok";
 }
@@ -67,6 +67,9 @@ std::string answer(Context& context, std::string_view line) {
     const std::string_view name = sim::take_word(rest);
     const auto command = std::ranges::find_if(table, [name](const Command& c) { return c.name == name; });
     if (command == table.end()) return "! unknown command '" + sim::one_line(name) + "'; help lists them";
+    // A usage that is the bare name takes no arguments.
+    if (command->usage == command->name && !sim::trim(rest).empty())
+        return "! expected " + std::string(command->name) + " alone";
     try {
         const std::string value = command->run(context, rest);
         return command->run == run_quit ? "" : "= " + sim::one_line(value);

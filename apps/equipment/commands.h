@@ -31,8 +31,8 @@ class Refusal : public std::runtime_error {
 };
 
 struct Command {
-    const char* name;
-    const char* usage;
+    std::string_view name;
+    std::string_view usage;
     const char* help;
     /// Gets what follows the name; returns what follows the "= " of the answer. Throws Refusal.
     std::string (*run)(Context& context, std::string_view arguments);

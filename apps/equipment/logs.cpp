@@ -16,6 +16,13 @@ hsms::LogFileOptions options(const std::filesystem::path& path) {
     return result;
 }
 
+// In one piece: whoever reads the calls in order wants them all.
+hsms::LogFileOptions journal_options(const std::filesystem::path& path) {
+    hsms::LogFileOptions result = options(path);
+    result.rotate_bytes = hsms::never_rotate;
+    return result;
+}
+
 }  // namespace
 
 Logs::Logs(const std::filesystem::path& folder, bool journal) : system_(options(folder / "system.log")) {
@@ -23,7 +30,7 @@ Logs::Logs(const std::filesystem::path& folder, bool journal) : system_(options(
     hsms::DriverOptions driver;
     driver.online_log = (folder / "online.log").string();
     if (journal) {
-        calls_ = std::make_unique<hsms::LogFile>(options(folder / "calls.log"));
+        calls_ = std::make_unique<hsms::LogFile>(journal_options(folder / "calls.log"));
         sim::set_journal_sink([this](std::string_view line) { calls_->line(line); });
         driver.journal = [](std::string_view line) { sim::journal(line); };
     }

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "apps/equipment/commands.h"
@@ -39,36 +41,64 @@ bool serve(equipment::Context& context) {
     return false;
 }
 
-bool module_is_ready(const hsms::LinkStatus& link) {
-    return link.state != "stopped" && Talwen::QFA_Get_Main_Monitor_Running_Flag() &&
-           Talwen::QFA_Get_TRID_Monitor_Running_Flag();
+bool threads_run() {
+    return Talwen::QFA_Get_Main_Monitor_Running_Flag() && Talwen::QFA_Get_TRID_Monitor_Running_Flag();
+}
+
+std::string why_no_link() {
+    if (!threads_run()) return "the module's threads do not run; log/system.log may say why";
+    const bool enabled = Talwen::QFA_Get_Comm_New_Version_Flag() ? sim::machine().gem("Comm_Enable") != "0"
+                                                                 : sim::machine().fa("Enable") != "0";
+    return enabled ? "log/online.log says why" : "communication is disabled; see also log/online.log";
 }
 
 /// Writes "= ready PORT" as soon as both threads of the module run and its link is up; false when a stop came
-/// first.
+/// first. When that takes long, one line says that the link is down.
 bool announce_ready() {
     using namespace std::chrono_literals;
+    const auto patient_until = std::chrono::steady_clock::now() + 2s;
+    bool told = false;
     hsms::LinkStatus link = hsms::link_status();
-    for (; !module_is_ready(link); link = hsms::link_status()) {
+    for (; link.state == "stopped" || !threads_run(); link = hsms::link_status()) {
         if (sim::os::wait_for_stop(10ms)) return false;
+        if (told || std::chrono::steady_clock::now() < patient_until) continue;
+        told = true;
+        sim::print_console(sim::Colour::yellow, "framework", "the link is not listening: " + why_no_link());
     }
     sim::print_answer("= ready " + std::to_string(link.port));
     return true;
 }
 
-void prepare(const fs::path& folder) {
-    const fs::path machine_file = folder / "machine.toml";
-    if (!fs::is_regular_file(machine_file)) throw StartError(machine_file.string() + ": cannot be read");
-    if (!sim::os::lock_folder(folder)) {
-        throw StartError(folder.string() +
-                         ": another running process holds this data folder, or it cannot be written");
+void read_machine(const fs::path& file) {
+    std::error_code error;
+    if (!fs::is_regular_file(file, error))
+        throw StartError(file.string() + ": cannot be read" + (error ? ": " + error.message() : ""));
+    sim::machine().load_file(file);
+}
+
+void lock(const fs::path& folder) {
+    try {
+        if (sim::os::lock_folder(folder)) return;
+    } catch (const std::system_error& error) {
+        throw StartError(error.what());
     }
-    sim::machine().load_file(machine_file);
-    sim::set_data_folder(folder);
-    if (sim::machine().tool().moving) {
+    throw StartError(folder.string() + ": another running process holds this data folder");
+}
+
+void tell_what_stands_still() {
+    const auto tell = [](const char* setting) {
         sim::print_console(sim::Colour::yellow, "framework",
-                           "moving = true: the tool of this version stands still");
-    }
+                           std::string(setting) + ": the tool of this version stands still");
+    };
+    if (sim::machine().tool().moving) tell("moving = true");
+    if (sim::machine().tool().alarm_rate > 0) tell("alarm_rate above 0");
+}
+
+void prepare(const fs::path& folder) {
+    read_machine(folder / "machine.toml");
+    lock(folder);
+    sim::set_data_folder(folder);
+    tell_what_stands_still();
 }
 
 void run(const fs::path& folder) {
@@ -104,6 +134,11 @@ int main(int argc, char** argv) {
         "The factory-automation module in a simulated cluster tool. Commands on standard input; `help` lists "
         "them.");
     app.name("fa-equipment");
+    app.footer(
+        "Exit status: 0 after an orderly stop (quit, SIGINT, SIGTERM); 2 for wrong arguments, a "
+        "machine.toml\n"
+        "that is missing or wrong, and a data folder that is in use or cannot be written; 1 for any other\n"
+        "failure.");
     std::string folder;
     app.add_option("--data", folder, "the equipment's data folder")->required();
     try {

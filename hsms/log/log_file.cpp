@@ -44,9 +44,14 @@ struct Batch {
 class LogFile::Impl {
   public:
     explicit Impl(LogFileOptions options)
-        : options_(std::move(options)),
-          batch_bytes_(std::min(batch_bytes, options_.buffer_bytes / 2)),
-          writer_([this] { write_batches(); }) {}
+        : options_(std::move(options)), batch_bytes_(std::min(batch_bytes, options_.buffer_bytes / 2)) {
+        try {
+            open();
+        } catch (const std::exception& error) {
+            report_once(error.what());
+        }
+        writer_ = std::thread([this] { write_batches(); });
+    }
 
     ~Impl() {
         {
@@ -128,14 +133,16 @@ class LogFile::Impl {
         return lost;
     }
 
+    void open() {
+        sink_.emplace(options_.path, options_.rotate_bytes, options_.rotate_count);
+        sink_->set_formatter(std::make_unique<spdlog::pattern_formatter>(
+            "%v", spdlog::pattern_time_type::local, std::string()));
+    }
+
     bool write_block(std::string_view block) {
         if (!sink_ && Clock::now() < reopen_at_) return false;
         try {
-            if (!sink_) {
-                sink_.emplace(options_.path, options_.rotate_bytes, options_.rotate_count);
-                sink_->set_formatter(std::make_unique<spdlog::pattern_formatter>(
-                    "%v", spdlog::pattern_time_type::local, std::string()));
-            }
+            if (!sink_) open();
             sink_->log({{}, spdlog::level::info, {block.data(), block.size()}});
             sink_->flush();
             return true;
@@ -156,7 +163,7 @@ class LogFile::Impl {
     const LogFileOptions options_;
     const std::size_t batch_bytes_;
 
-    // Writer thread only.
+    // The constructor, then the writer thread only.
     std::optional<Sink> sink_;
     Clock::time_point reopen_at_{};
     bool reported_ = false;
@@ -172,7 +179,7 @@ class LogFile::Impl {
     bool flush_wanted_ = false;
     bool stopping_ = false;
 
-    std::thread writer_;  // last: it starts with everything above in place
+    std::thread writer_;
 };
 
 LogFile::LogFile(LogFileOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}

@@ -10,10 +10,12 @@
 
 namespace hsms {
 
+inline constexpr std::size_t never_rotate = SIZE_MAX;
+
 struct LogFileOptions {
-    std::string path;  ///< its folder is made when missing
-    std::size_t rotate_bytes = std::size_t{10} << 20U;
-    std::size_t rotate_count = 5;  ///< older files kept, as path.1.ext ... path.N.ext
+    std::string path;                                   ///< its folder is made when missing
+    std::size_t rotate_bytes = std::size_t{10} << 20U;  ///< or never_rotate
+    std::size_t rotate_count = 5;                       ///< older files kept, as path.1.ext ... path.N.ext
     /// Entries held in memory; when it is full a caller waits for the writer.
     std::size_t buffer_bytes = std::size_t{8} << 20U;
 };
@@ -24,6 +26,7 @@ struct LogFileOptions {
 /// newline.
 class LogFile {
   public:
+    /// Makes the file; one that cannot be made is tried again with each batch.
     explicit LogFile(LogFileOptions options);
     /// Writes all that was logged.
     ~LogFile();
