@@ -35,6 +35,7 @@ constexpr Words method{{"HSMS"}, 0, 0};
 int value_of(const Words& words, const std::string& text) {
     static constexpr const char* digits[] = {"0", "1", "2"};
     for (std::size_t i = 0; i < words.words.size() && words.words[i] != nullptr; ++i)
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): digits has an element for every word
         if (QStr_Compare_L(text.c_str(), words.words[i]) || QStr_Compare_L(text.c_str(), digits[i]))
             return static_cast<int>(i);
     return words.otherwise_read;

@@ -1,6 +1,11 @@
 // The message log to the blank.
 #include "fa/secs/sml_log.h"
 
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <random>
+
 #include "support/module_fixture.h"
 
 namespace {
@@ -70,6 +75,34 @@ TEST_F(SmlLog, EveryFormat) {
         fake::driver().host_sends(std::string("S6F12 ") + c.body + ".", 9);
         EXPECT_EQ(logged(),
                   std::string("Receive Secondary Message               [9,0]\n    'S6F12'\n") + c.lines);
+    }
+}
+
+// The quick way for plain numbers against printf, over edges and many numbers of every size.
+TEST_F(SmlLog, RealsAreWrittenAsPrintfWritesThem) {
+    std::vector<double> values = {0.0,          -0.0,     0.1,       -0.1,     0.001,      0.000999999,
+                                  0.0010000005, 999999.4, 999999.5,  999998.5, 99999.95,   9.999995,
+                                  0.5,          2.5,      123456.5,  1234565,  100000,     1e6,
+                                  1e-4,         0.0625,   1.0000005, -273.15,  12.3456789, 300,
+                                  0.75F,        0.62F,    1e300,     5e-324};
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 200000; ++i) {
+        values.push_back(
+            std::ldexp(static_cast<double>(random() >> 11U), static_cast<int>(random() % 90) - 83));
+        values.push_back(static_cast<double>(random() % 2000000000) / 1000.0 /
+                         static_cast<double>(random() % 999 + 1));
+        values.push_back(static_cast<double>(static_cast<float>(random() % 100000) / 1000.0F));
+    }
+    _SECS_ITEM item;
+    SecsInitItem(&item);
+    item.format = SECS_FORMAT_F8;
+    for (const double value : values) {
+        std::memcpy(item.value, &value, sizeof value);
+        std::string text;
+        Item_Dump(nullptr, 6, 12, &item, 1, 1, 2, text);
+        char expected[64];
+        std::snprintf(expected, sizeof expected, "        <F8[1] %g>\n.", value);
+        ASSERT_EQ(text, expected);
     }
 }
 
