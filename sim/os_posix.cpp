@@ -6,7 +6,6 @@
 #include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 #include "sim/os.h"
 
@@ -126,9 +125,13 @@ std::optional<std::string> read_line() {
         std::array<char, 4096> bytes;
         const auto count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0 && buffer.empty()) return std::nullopt;
-        if (count <= 0) return std::exchange(buffer, {});
-        buffer.append(bytes.data(), static_cast<std::size_t>(count));
+        if (count > 0) {
+            buffer.append(bytes.data(), static_cast<std::size_t>(count));
+        } else if (buffer.empty()) {
+            return std::nullopt;
+        } else {
+            buffer += '\n';  // the last line ends with the input
+        }
     }
 }
 

@@ -103,6 +103,9 @@ TEST_F(Controller, CallsAreCountedAndResultsCanBeSet) {
     con.QFA_Set_CtrlMD(2);
     EXPECT_EQ(calls("QFA_Set_CtrlMD")->arguments, "2");
     EXPECT_EQ(calls("QDigital_Read")->count, 1U);
+    con.QSystem_Log(Talwen::LOG_ERROR, "step %d", 4);
+    EXPECT_EQ(calls("QSystem_Log")->arguments, "step 4");
+    EXPECT_EQ(calls("QSystem_Log")->count, 1U);
     EXPECT_FALSE(calls("QNo_Such").has_value());
     EXPECT_FALSE(set_result("QDigital_Read", 1)) << "a read has no settable result";
 }
@@ -114,9 +117,17 @@ TEST_F(Controller, TheJournalHoldsSettersInOrderWithAllArguments) {
     con.QString_Read(0);
     con.QIO_Set_CTC_CMx_LOT_ID(0, 1, "L1");
     con.QFA_Set_T3(45);
+    con.QSystem_Log(Talwen::LOG_ERROR, "no setter");
+    Talwen::QDB_New_LotRecipe({"L1", {"C1", "C2"}});
+    Talwen::QDB_Save_ClusterRecipe({"C9", {"PM1"}, {}});
+    Talwen::QDB_New_PM_Recipe({"PM1", "R", "why", {"s1", "s2"}});
+    Talwen::QDB_Delete_PM_Recipe("PM1", "R");
     set_journal_sink(nullptr);
     con.QFA_Set_T3(46);
-    EXPECT_EQ(lines, "QString_Write 0 two words\\nand a line|QIO_Set_CTC_CMx_LOT_ID 0 1 L1|QFA_Set_T3 45|");
+    EXPECT_EQ(lines,
+              "QString_Write 0 two words\\nand a line|QIO_Set_CTC_CMx_LOT_ID 0 1 L1|QFA_Set_T3 45|"
+              "QDB_New_LotRecipe L1 [C1, C2]|QDB_Save_ClusterRecipe C9 [PM1] []|"
+              "QDB_New_PM_Recipe PM1 R why [s1, s2]|QDB_Delete_PM_Recipe PM1 R|");
 }
 
 TEST_F(Controller, AlarmQueueKeepsTheOrderOfPosting) {
@@ -182,7 +193,14 @@ TEST_F(Controller, RecipesAreFoundChangedAndCopiedOut) {
 
 TEST_F(Controller, ValuesThatDoNotFitAreRefused) {
     EXPECT_THROW(machine().set_io("D", "open"), std::invalid_argument);
-    EXPECT_THROW(machine().set_gem("PrnChk", "1 "), std::invalid_argument);
+    EXPECT_THROW(machine().set_gem("PrnChk", "1 2"), std::invalid_argument);
+    EXPECT_THROW(machine().set_gem("PrnChk", " "), std::invalid_argument);
+    machine().set_gem("PrnChk", " 7 ");
+    EXPECT_EQ(machine().gem("PrnChk"), "7") << "blanks round a number do not matter";
+    machine().set_io("D", "  5");
+    EXPECT_EQ(machine().io("D"), "5");
+    machine().set_io("S", "  5");
+    EXPECT_EQ(machine().io("S"), "  5") << "in a text they do";
     EXPECT_THROW(machine().set_fa("NoSuch", 1), std::invalid_argument);
     EXPECT_THROW(machine().io("F"), std::invalid_argument) << "a function point has no value";
     machine().set_io("S", "");
