@@ -81,17 +81,6 @@ int status_of(int wait_status) {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (fs::temp_directory_path() / "fa_test_XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-}
-
 EquipmentProcess::EquipmentProcess(const EquipmentOptions& options) : data_(own_.path()) {
     fs::copy(FA_DEMO_MACHINE, data_, fs::copy_options::recursive);
     std::map<std::string, std::string> settings = options.settings;

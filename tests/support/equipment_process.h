@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "support/temp_folder.h"
+
 namespace support {
 
 /// True in sanitizer builds, where memory figures say nothing.
@@ -16,19 +18,6 @@ inline constexpr bool sanitized = true;
 #else
 inline constexpr bool sanitized = false;
 #endif
-
-/// A temporary folder that goes with its owner.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 /// What to change in the copy of the demo folder before the equipment starts.
 struct EquipmentOptions {
@@ -71,7 +60,7 @@ class EquipmentProcess {
     bool read_line(std::string& line);
     int wait_for_end();
 
-    TemporaryFolder own_;
+    TempFolder own_;
     std::filesystem::path data_;
     std::vector<std::string> console_;
     std::string pending_;

@@ -19,9 +19,8 @@ using support::RawHost;
 
 /// Runs fa-host with a script against the equipment; its output when it failed, "" when all was met.
 std::string converse(const EquipmentProcess& equipment, const std::string& script) {
-    const support::TemporaryFolder folder;
-    const std::string path = (folder.path() / "conversation.script").string();
-    std::ofstream(path) << script;
+    const support::TempFolder folder;
+    const std::string path = folder.put("conversation.script", script).string();
     const support::Finished run = support::run_program(
         {FA_HOST, "--connect", "127.0.0.1:" + std::to_string(equipment.port()), "--script", path});
     return run.status == 0 ? "" : run.output;

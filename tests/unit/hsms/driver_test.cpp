@@ -3,8 +3,8 @@
 
 #include "fa/secs/secs_driver.h"
 #include "hsms/driver/driver_config.h"
+#include "log_text.h"
 #include "peer.h"
-#include "temp_folder.h"
 
 namespace hsms {
 namespace {

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "temp_folder.h"
+#include "log_text.h"
 
 namespace hsms {
 namespace {

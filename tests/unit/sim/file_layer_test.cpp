@@ -8,7 +8,7 @@
 
 #include "fa/framework/qfile.h"
 #include "fa/framework/qstr.h"
-#include "tests/unit/sim/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace Talwen {
 namespace {
@@ -26,7 +26,7 @@ class Files : public testing::Test {
         return list;
     }
 
-    sim_test::TempFolder folder;
+    support::TempFolder folder;
 };
 
 TEST_F(Files, PathsStayInsideTheDataFolder) {

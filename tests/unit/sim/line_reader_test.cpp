@@ -7,7 +7,7 @@
 #include "fa/framework/qanal.h"
 #include "fa/framework/qfile.h"
 #include "sim/file_layer.h"
-#include "tests/unit/sim/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace Talwen {
 namespace {
@@ -37,7 +37,7 @@ class LineReader : public testing::Test {
         return lines;
     }
 
-    sim_test::TempFolder folder;
+    support::TempFolder folder;
 };
 
 TEST_F(LineReader, LineEndsBlanksAndComments) {

@@ -3,7 +3,7 @@
 
 #include "fa/framework/qseqcon.h"
 #include "sim/machine.h"
-#include "tests/unit/sim/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace sim {
 namespace {
@@ -111,7 +111,7 @@ name = "A"
 }
 
 TEST(MachineFile, ValuesReachTheModule) {
-    const sim_test::TempFolder folder;
+    const support::TempFolder folder;
     machine().load_file(folder.put("machine.toml", R"(
 [tool]
 model = "CT-200"

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "sim/console.h"
-#include "tests/unit/sim/temp_folder.h"
+#include "tests/support/temp_folder.h"
 
 namespace sim {
 namespace {
@@ -52,7 +52,7 @@ TEST(Input, TheLastLineNeedsNoNewline) {
 }
 
 TEST(FolderLock, AHeldLockIsNotAnUnwritableOne) {
-    const sim_test::TempFolder folder;
+    const support::TempFolder folder;
     EXPECT_THROW(os::lock_folder(folder.path() / "missing"), std::system_error);
     // flock() belongs to the open file, so that a second one in this process stands for another process.
     const int other = ::open((folder.path() / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);

@@ -7,14 +7,14 @@
 #include <random>
 #include <string>
 
-namespace sim_test {
+namespace support {
 
 class TempFolder {
   public:
     TempFolder() {
         std::random_device random;
         path_ = std::filesystem::temp_directory_path() /
-                ("sim-test-" + std::to_string(random()) + "-" + std::to_string(random()));
+                ("fa-test-" + std::to_string(random()) + "-" + std::to_string(random()));
         std::filesystem::create_directories(path_);
     }
     ~TempFolder() {
@@ -40,4 +40,4 @@ class TempFolder {
     std::filesystem::path path_;
 };
 
-}  // namespace sim_test
+}  // namespace support

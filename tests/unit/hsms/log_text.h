@@ -1,36 +1,17 @@
-// A folder of its own for a test.
+// Reads log files back without their times.
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <unistd.h>
+
+#include "tests/support/temp_folder.h"
 
 namespace hsms {
 
-class TempFolder {
-  public:
-    TempFolder() {
-        static std::atomic<int> count{0};
-        path_ = std::filesystem::temp_directory_path() /
-                ("hsms_tests." + std::to_string(::getpid()) + "." + std::to_string(count++));
-        std::filesystem::create_directories(path_);
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
+using support::TempFolder;
 
 inline std::string read_file(const std::filesystem::path& path) {
     std::ostringstream text;
