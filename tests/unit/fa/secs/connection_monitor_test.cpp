@@ -83,7 +83,7 @@ TEST_F(Monitor, OldSettingsGoFromTheFaSettingsToTheGemPoints) {
 TEST_F(Monitor, DisabledCommunicationCreatesNothing) {
     set_states("Init_CommState=1 Comm_Enable=1 fa:Enable=1");
     run();
-    ASSERT_TRUE(fake::driver().wait_until([this] { return fa("LinkMD") == 1; }));
+    ASSERT_TRUE(fake::driver().wait_until([] { return fa("LinkMD") == 1; }));
     stop();
     EXPECT_EQ(gem("Comm_Enable") + fa("Enable"), 0);
     EXPECT_EQ(fake::driver().calls(), (std::vector<std::string>{"disconnect null", "destroy null"}));
