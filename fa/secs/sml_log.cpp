@@ -80,9 +80,8 @@ class Line {
         if (point < 0) {
             add("0.");
             for (int zeros = point + 1; zeros < 0; ++zeros) *end_++ = '0';
-            point = -1;
         }
-        const auto before = static_cast<std::size_t>(point + 1);
+        const std::size_t before = point < 0 ? 0 : static_cast<std::size_t>(point) + 1;
         add(digits.substr(0, before));
         const std::size_t last = digits.find_last_not_of('0');
         if (last < before) return;
@@ -230,7 +229,8 @@ void QFA_Message_Print_SML(void* handle, unsigned char stream, unsigned char fun
     sml_text.clear();
     Item_Dump(handle, stream, function, item, msgid, direction, 0, sml_text);
     OnlineLog(sml_text);
-    constexpr std::size_t kept = 256 * 1024;  // a huge message once must not pin its text for ever
+    constexpr std::size_t kept =
+        std::size_t{256} * 1024;  // a huge message once must not pin its text for ever
     if (sml_text.capacity() > kept) std::string().swap(sml_text);
 }
 
