@@ -41,6 +41,7 @@ class Registry {
         const std::lock_guard lock(mutex_);
         const std::uintptr_t number = ++last_;
         links_.emplace(number, std::make_shared<DriverLink>(settings));
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): handles are numbers, never dereferenced
         return reinterpret_cast<void*>(number);
     }
     std::shared_ptr<DriverLink> find(void* handle) {

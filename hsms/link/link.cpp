@@ -33,7 +33,7 @@ class Link::Impl {
 
     /// Ends what was started and returns it.
     std::shared_ptr<LinkCore> stop() {
-        const auto core = this->core();
+        auto core = this->core();
         if (!core) return nullptr;
         core->begin_stop();
         if (!on_callback_thread()) core->wait_stopped();
