@@ -36,7 +36,9 @@ constexpr std::array<Answer, 5> answers{{
     {6, 11, acknowledge},
 }};
 
-void answer(FrameClient& client, const Header& primary) {
+}  // namespace
+
+void answer_primary(FrameClient& client, const Header& primary) {
     std::string_view body;
     for (const Answer& known : answers)
         if (known.stream == primary.stream() && known.function == primary.function()) body = known.body;
@@ -45,6 +47,8 @@ void answer(FrameClient& client, const Header& primary) {
                           static_cast<std::uint8_t>(primary.function() + 1), false, primary.system),
         body));
 }
+
+namespace {
 
 bool is_equipment_primary(const Header& header) {
     return header.type() == SType::data && header.wbit();
@@ -58,7 +62,7 @@ void answer_until(FrameClient& client, std::uint8_t stream, std::uint8_t functio
                 {header.session_id, 0, 0, 0, static_cast<std::uint8_t>(SType::linktest_rsp), header.system},
                 {}));
         if (!is_equipment_primary(header)) continue;
-        answer(client, header);
+        answer_primary(client, header);
         if (header.stream() == stream && header.function() == function) return;
     }
 }
@@ -102,7 +106,7 @@ Frame exchange(FrameClient& client, Request& request) {
     for (;;) {
         const Frame frame = client.receive();
         if (frame.header.system == system && !frame.header.wbit()) return frame;
-        if (is_equipment_primary(frame.header)) answer(client, frame.header);
+        if (is_equipment_primary(frame.header)) answer_primary(client, frame.header);
     }
 }
 

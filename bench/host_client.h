@@ -19,6 +19,10 @@ struct Request {
 /// in between are answered. The same code speaks to the echo server and to the equipment.
 Frame exchange(FrameClient& client, Request& request);
 
+/// Answers a primary of the equipment as a host does: S1F13, S2F17, S5F1, S6F1 and S6F11; others without a
+/// body.
+void answer_primary(FrameClient& client, const hsms::Header& primary);
+
 /// Selects and lets the equipment establish communication; then it must answer S1F1 and S1F3, or
 /// std::runtime_error is thrown.
 void bring_on_line(FrameClient& client);

@@ -4,6 +4,7 @@
 # luck of the scheduler. A missed target is shown, not an error.
 #
 #   bench/run.sh                  round trips and codec
+#   bench/run.sh --reports        event reports, and large tables beside small ones
 #   bench/run.sh --memory         memory of the equipment over 200,000 S1F3
 #   bench/run.sh ... --json FILE  the figures as JSON too
 set -euo pipefail
@@ -13,8 +14,9 @@ json=()
 while [ $# -gt 0 ]; do
     case $1 in
         --memory) mode=memory ;;
+        --reports) mode=reports ;;
         --json) json=(--json "$(realpath -m "${2:?--json needs a file}")"); shift ;;
-        *) echo "usage: $0 [--memory] [--json FILE]" >&2; exit 2 ;;
+        *) echo "usage: $0 [--memory | --reports] [--json FILE]" >&2; exit 2 ;;
     esac
     shift
 done
@@ -23,7 +25,7 @@ cd "$(dirname "$0")/.."
 tools/install-packages.sh
 build=${FA_BUILD_DIR:-build/release}
 cmake --preset release -B "$build"
-cmake --build "$build" --target fa-equipment fa-bench
+cmake --build "$build" --target fa-equipment fa-bench fa-module-bench
 
 # The equipment works on a copy, on a port of its own choice. Online_Init 9 is none of the ways of going on-line that
 # S1F1 knows, so that S1F1 is answered without an event report behind it. Empty texts get what a tool at work would show.
@@ -52,6 +54,13 @@ start() {
     exit 1
 }
 
+if [ "$mode" = reports ]; then
+    start echo "$build/bench/fa-bench" echo-server
+    mkdir "$run/bench"
+    echo
+    taskset -c 0 "$build/bench/fa-module-bench" --echo "$port" --folder "$run/bench" "${json[@]}"
+    exit
+fi
 start equipment "$build/apps/equipment/fa-equipment" --data "$run"
 arguments=(--equipment "$port" --svids "$run/Z/FA/SVID.cfg")
 if [ "$mode" = memory ]; then

@@ -103,6 +103,10 @@ bool set_result(std::string_view operation, int result) {
     return true;
 }
 
+bool result_is_set(Op op) {
+    return slot(op).result.load(std::memory_order_relaxed) != as_usual;
+}
+
 void reset_calls() {
     for (Slot& of : slots) {
         const std::lock_guard lock(of.mutex);

@@ -33,6 +33,8 @@ struct CallRecord {
 std::optional<CallRecord> calls(std::string_view operation);
 /// Sets what a setter or request returns; false for operations without a settable result and unknown names.
 bool set_result(std::string_view operation, int result);
+/// True when set_result() has set what the operation returns.
+bool result_is_set(Op op);
 /// All counts to 0, arguments empty, results as at start.
 void reset_calls();
 

@@ -3,34 +3,38 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <ctime>
 #include <thread>
 
 #include "fa/framework/qtime.h"
 #include "sim/calls.h"
+#include "winapi/equipment_clock.h"
 
 namespace sim {
 
 namespace {
 
-using std::chrono::system_clock;
-
 std::atomic<double> sleep_scale{1.0};
-std::atomic<std::chrono::milliseconds::rep> clock_offset{0};
 
-std::array<char, 17> clock_characters() {
-    const auto now =
-        system_clock::now() + std::chrono::milliseconds(clock_offset.load(std::memory_order_relaxed));
-    const auto second = std::chrono::floor<std::chrono::seconds>(now);
-    const auto hundredths = std::chrono::duration_cast<std::chrono::milliseconds>(now - second).count() / 10;
-    const std::time_t time = system_clock::to_time_t(second);
-    std::tm parts{};
-    localtime_r(&time, &parts);
-    std::array<char, 17> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y%m%d%H%M%S", &parts);
-    std::snprintf(text.data() + length, text.size() - length, "%02d", static_cast<int>(hundredths));
+using ClockText = std::array<char, 48>;
+
+ClockText clock_characters() {
+    SYSTEMTIME t;
+    GetLocalTime(&t);
+    ClockText text;
+    std::snprintf(text.data(), text.size(), "%04d%02d%02d%02d%02d%02d%02d", t.wYear, t.wMonth, t.wDay,
+                  t.wHour, t.wMinute, t.wSecond, t.wMilliseconds / 10);
     return text;
 }
+
+/// SetLocalTime counts as an operation of the controller: journal, last arguments, a result that can be set.
+int note_set_clock(const SYSTEMTIME& t) {
+    ClockText text;
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d", t.wYear, t.wMonth, t.wDay,
+                  t.wHour, t.wMinute, t.wSecond, t.wMilliseconds);
+    return record(Op::SetLocalTime, text.data());
+}
+
+[[maybe_unused]] const bool clock_hook_is_set = (winapi::set_clock_hook(note_set_clock), true);
 
 }  // namespace
 
@@ -39,7 +43,7 @@ void set_sleep_scale(double scale) {
 }
 
 void set_clock_offset(std::chrono::milliseconds offset) {
-    clock_offset.store(offset.count(), std::memory_order_relaxed);
+    winapi::set_clock_offset(offset);
 }
 
 std::string clock_text() {
@@ -58,7 +62,7 @@ void QTime_MSleep(unsigned int ms) {
 
 const char* QTime_Get_DateTimeID2_Str() {
     sim::count(sim::Op::QTime_Get_DateTimeID2_Str);
-    thread_local std::array<char, 17> text;
+    thread_local sim::ClockText text;
     text = sim::clock_characters();
     return text.data();
 }

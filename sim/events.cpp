@@ -92,6 +92,7 @@ std::optional<std::string> post_event_and_wait(std::string text) {
 std::vector<std::string> take_posted_events() {
     const std::lock_guard lock(mutex);
     std::vector<std::string> texts;
+    texts.reserve(queue.size());
     for (Event& event : queue) texts.push_back(std::move(event.text));
     queue.clear();
     return texts;

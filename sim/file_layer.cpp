@@ -146,6 +146,7 @@ fs::path map_path(const char* path) {
 std::vector<std::string> open_files() {
     const std::lock_guard lock(files_mutex);
     std::vector<std::string> paths;
+    paths.reserve(files.size());
     for (const auto& [file, entry] : files) paths.push_back(entry.path);
     return paths;
 }

@@ -8,13 +8,14 @@
 #include "sim/calls.h"
 #include "sim/machine_state.h"
 #include "sim/text.h"
+#include "sim/tool.h"
 
 namespace sim {
 
 namespace {
 
-[[noreturn]] void refuse(std::string reason) {
-    throw std::invalid_argument(std::move(reason));
+[[noreturn]] void refuse(const std::string& reason) {
+    throw std::invalid_argument(reason);
 }
 
 PointAddress find_point(std::string_view name) {
@@ -60,23 +61,6 @@ CarrierModule& carrier_module(int port) {
     auto& modules = state().carrier_modules;
     if (port < 1 || static_cast<std::size_t>(port) > modules.size()) refuse("no load port " + to_text(port));
     return modules[static_cast<std::size_t>(port) - 1];
-}
-
-template <class Value>
-void set(ValueTable& table, Ctc point, const Value& value) {
-    table.set(static_cast<std::size_t>(point), value);
-}
-
-/// Wafer ids are the carrier's id and the slot from 01.
-void fill_slots(CarrierModule& module, std::string_view carrier) {
-    int slot = 0;
-    for (ValueTable& points : module.slot_points) {
-        ++slot;
-        const std::string number = (slot < 10 ? "0" : "") + to_text(slot);
-        set(points, Ctc::CMx_WAFER_ID, carrier.empty() ? "" : std::string(carrier) + "." + number);
-        set(points, Ctc::CMx_Wafer_Status, carrier.empty() ? 0 : 1);
-        set(points, Ctc::CMx_LOT_ID, "");
-    }
 }
 
 void load(std::unique_ptr<MachineState> next) {
@@ -162,18 +146,12 @@ void Machine::clear_alarm(int id) {
 
 void Machine::carrier_arrives(int port, std::string_view id) {
     CarrierModule& module = carrier_module(port);
-    set(module.points, Ctc::CMx_CarrierID, id);
-    set(module.points, Ctc::CMx_RFID, id);
-    fill_slots(module, id);
-    set(module.points, Ctc::CMx_Carrier, 1);
+    if (!tool_places_carrier(port - 1, id)) put_carrier(module, id);
 }
 
 void Machine::carrier_removed(int port) {
     CarrierModule& module = carrier_module(port);
-    set(module.points, Ctc::CMx_Carrier, 0);
-    set(module.points, Ctc::CMx_CarrierID, "");
-    set(module.points, Ctc::CMx_RFID, "");
-    fill_slots(module, "");
+    if (!tool_takes_carrier(port - 1)) take_carrier(module);
 }
 
 std::string Machine::number_text(int value) {

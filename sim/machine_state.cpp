@@ -3,6 +3,8 @@
 #include <atomic>
 #include <utility>
 
+#include "sim/text.h"
+
 namespace sim {
 
 namespace {
@@ -11,6 +13,22 @@ namespace {
 std::atomic<MachineState*>& current() {
     static std::atomic<MachineState*> instance{new MachineState};
     return instance;
+}
+
+template <class Value>
+void set(ValueTable& table, Ctc point, const Value& value) {
+    table.set(static_cast<std::size_t>(point), value);
+}
+
+void fill_slots(CarrierModule& module, std::string_view carrier) {
+    int slot = 0;
+    for (ValueTable& points : module.slot_points) {
+        ++slot;
+        const std::string number = (slot < 10 ? "0" : "") + to_text(slot);
+        set(points, Ctc::CMx_WAFER_ID, carrier.empty() ? "" : std::string(carrier) + "." + number);
+        set(points, Ctc::CMx_Wafer_Status, carrier.empty() ? 0 : 1);
+        set(points, Ctc::CMx_LOT_ID, "");
+    }
 }
 
 }  // namespace
@@ -36,6 +54,20 @@ void MachineState::write_dvid_point(std::size_t index) {
     const std::string text = dvid.get(index);
     points.assign(*dvid_points[index], Held::live, text);
     points.assign(*dvid_points[index], Held::memory, text);
+}
+
+void put_carrier(CarrierModule& module, std::string_view id) {
+    set(module.points, Ctc::CMx_CarrierID, id);
+    set(module.points, Ctc::CMx_RFID, id);
+    fill_slots(module, id);
+    set(module.points, Ctc::CMx_Carrier, 1);
+}
+
+void take_carrier(CarrierModule& module) {
+    set(module.points, Ctc::CMx_Carrier, 0);
+    set(module.points, Ctc::CMx_CarrierID, "");
+    set(module.points, Ctc::CMx_RFID, "");
+    fill_slots(module, "");
 }
 
 MachineState& state() {

@@ -55,6 +55,11 @@ struct MachineState {
     void write_dvid_point(std::size_t index);
 };
 
+/// A carrier of that id stands on the module, with a wafer in every slot: its id and the slot from 01; none
+/// for an empty id.
+void put_carrier(CarrierModule& module, std::string_view id);
+void take_carrier(CarrierModule& module);
+
 /// The machine that is loaded now. Any thread.
 MachineState& state();
 /// Puts another machine in its place; only while no module runs.

@@ -4,6 +4,7 @@
 #include "sim/events.h"
 #include "sim/faults.h"
 #include "sim/system_log.h"
+#include "sim/tool.h"
 
 namespace sim {
 
@@ -18,12 +19,14 @@ bool ModuleRunner::start() {
         main_running_ = false;
     });
     start_events([this](const std::string& text) { module_.QProgram_Event_Code(text.c_str()); });
+    start_tool();
     return entered_;
 }
 
 void ModuleRunner::stop() {
     if (!started_) return;
     started_ = false;
+    stop_tool();
     stop_events();
     module_.Stop_Request = 1;
     main_.join();

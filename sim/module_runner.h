@@ -19,11 +19,11 @@ class ModuleRunner {
     ModuleRunner(const ModuleRunner&) = delete;
     ModuleRunner& operator=(const ModuleRunner&) = delete;
 
-    /// Init and Enter on this thread, then Main on a thread of its own and the event thread. Returns
-    /// entered().
+    /// Init and Enter on this thread, then Main on a thread of its own, the event thread, and the tool's
+    /// thread when the tool moves. Returns entered().
     bool start();
-    /// Ends the event thread once its queue is empty, raises Stop_Request, waits for Main, calls Exit.
-    /// Harmless twice.
+    /// Ends the tool where it stands, then the event thread once its queue is empty, raises Stop_Request,
+    /// waits for Main, calls Exit. Harmless twice.
     void stop();
 
     /// True when QProgram_Enter_Code returned true.

@@ -8,6 +8,7 @@ QSequence::QSequence(const QSequence& other)
     : QSeqCon(other), Stop_Request(other.Stop_Request.load()), Print_Tag(other.Print_Tag) {}
 
 QSequence& QSequence::operator=(const QSequence& other) {
+    if (this == &other) return *this;
     Stop_Request = other.Stop_Request.load();
     Print_Tag = other.Print_Tag;
     return *this;

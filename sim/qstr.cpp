@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "sim/text.h"
+#include "sim/values.h"
 
 namespace Talwen {
 
@@ -109,9 +110,7 @@ void QStr_Ext_Str_From_Str(const char* text, int start, int count, char* out) {
 }
 
 const char* QStr_Get_SysErrMsg() {
-    thread_local std::string message;
-    message = std::generic_category().message(errno);
-    return message.c_str();
+    return sim::ring_text(std::generic_category().message(errno));
 }
 
 std::string QStr_Left(const std::string& text, char mark) {

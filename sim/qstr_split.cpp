@@ -36,7 +36,7 @@ void split_buffers(const char* text, char mark, std::initializer_list<char* cons
 
 void split_strings(const std::string& text, char mark, std::initializer_list<std::string*> outputs,
                    int size) {
-    const std::string copy = text;
+    const std::string copy(text.data(), text.size());  // an output may be the text itself
     const std::size_t room = size < 1 ? 0 : static_cast<std::size_t>(size) - 1;
     split(copy, mark, outputs,
           [room](std::string& output, std::string_view field) { output = field.substr(0, room); });

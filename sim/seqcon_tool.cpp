@@ -10,6 +10,8 @@
 #include "sim/machine_state.h"
 #include "sim/system_log.h"
 #include "sim/text.h"
+#include "sim/tool.h"
+#include "sim/tool_tables.h"
 
 namespace Talwen {
 
@@ -39,7 +41,7 @@ struct ModuleNames {
     const char* id;
 };
 
-/// A carrier or process module by its name or id; a carrier module's id is its name.
+/// A module by its name or id; only a process module's id is another than its name.
 ModuleNames find_module(const char* module) {
     const std::string_view wanted = sim::view(module);
     for (const auto& m : state().process_modules) {
@@ -47,6 +49,9 @@ ModuleNames find_module(const char* module) {
     }
     for (const auto& m : state().carrier_modules) {
         if (m.name == wanted) return {m.name.c_str(), m.name.c_str()};
+    }
+    for (const char* name : sim::other_modules) {
+        if (name == wanted) return {name, name};
     }
     return {"", ""};
 }
@@ -117,17 +122,22 @@ bool QSeqCon::QSCH_Get_PM_Enable(int pm) {
 FUNC_STATUS QSeqCon::QSCH_RUN_F_SCHEDULER(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const int result = record(Op::QSCH_RUN_F_SCHEDULER, sim::vformat(format, arguments));
+    const std::string text = sim::vformat(format, arguments);
     va_end(arguments);
-    return static_cast<FUNC_STATUS>(result);
+    const int result = record(Op::QSCH_RUN_F_SCHEDULER, text);
+    if (result != FUNC_FINISHED) return static_cast<FUNC_STATUS>(result);
+    const int of_tool = sim::ask_tool(text).value_or(result);
+    return static_cast<FUNC_STATUS>(sim::result_is_set(Op::QSCH_RUN_F_SCHEDULER) ? result : of_tool);
 }
 
 bool QSeqCon::QSCH_EVENT_F_MAIN_MONITOR(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const int result = record(Op::QSCH_EVENT_F_MAIN_MONITOR, sim::vformat(format, arguments));
+    const std::string text = sim::vformat(format, arguments);
     va_end(arguments);
-    return result != 0;
+    if (record(Op::QSCH_EVENT_F_MAIN_MONITOR, text) == 0) return false;
+    sim::tell_main_monitor(text);
+    return true;
 }
 
 const char* QSeqCon::QModule_Get_Name(const char* module) {

@@ -102,6 +102,12 @@ std::string_view Cursor::quoted(char quote) {
     return content;
 }
 
+std::string_view Cursor::rest_of_line() {
+    const std::size_t start = offset_;
+    offset_ = std::min(text_.find_first_of("\r\n", start), text_.size());
+    return text_since(start);
+}
+
 bool Cursor::take_raw(std::size_t length, char quote, std::string_view& raw) {
     const std::string_view rest = text_.substr(offset_);
     if (length >= rest.size() || rest[length] != quote) return false;

@@ -52,6 +52,8 @@ class Cursor {
     std::string_view name();
     /// Takes all up to the closing `quote`, which must follow in the same line, without skipping anything.
     std::string_view quoted(char quote);
+    /// Takes all up to the end of the line, without skipping anything.
+    std::string_view rest_of_line();
     /// Takes exactly `length` characters, whatever they are, when `quote` and then `>` follow them.
     bool take_raw(std::size_t length, char quote, std::string_view& raw);
 

@@ -23,7 +23,7 @@ constexpr std::array keywords{
     Keyword{"expect", Action::expect},       Keyword{"await", Action::await},
     Keyword{"wait", Action::pause},          Keyword{"timeout", Action::timeout},
     Keyword{"reconnect", Action::reconnect}, Keyword{"clear", Action::clear},
-    Keyword{"help", Action::help},           Keyword{"quit", Action::quit},
+    Keyword{"quit", Action::quit},
 };
 
 milliseconds read_duration(Cursor& cursor, const char* expected) {
@@ -74,6 +74,18 @@ bool read_keyword_step(Cursor& cursor, Step& step) {
     return true;
 }
 
+// A step that is one of the caller's commands; false when it is none, with the cursor where it was.
+bool read_command(Cursor& cursor, std::span<const std::string_view> commands, Step& step) {
+    Cursor ahead = cursor;
+    const std::size_t start = ahead.offset();
+    if (std::find(commands.begin(), commands.end(), ahead.name()) == commands.end()) return false;
+    ahead.rest_of_line();
+    step.action = Action::command;
+    step.command = ahead.text_since(start);
+    cursor = ahead;
+    return true;
+}
+
 bool begins_message(Cursor& cursor) {
     const char next = cursor.peek();
     return next == 'S' || next == 's' || next == '\'' || next == '"';
@@ -81,15 +93,17 @@ bool begins_message(Cursor& cursor) {
 
 }  // namespace
 
-std::vector<Step> parse_script(std::string_view text) {
+std::vector<Step> parse_script(std::string_view text, std::span<const std::string_view> commands) {
     Cursor cursor(text);
     std::vector<Step> steps;
     while (!cursor.at_end()) {
         Step step;
         step.place = cursor.place();
-        if (!read_keyword_step(cursor, step)) {
+        if (!read_keyword_step(cursor, step) && !read_command(cursor, commands, step)) {
             if (!begins_message(cursor))
-                cursor.fail("a message, expect, await, wait, nowait, reconnect, clear or timeout");
+                cursor.fail(commands.empty()
+                                ? "a message, expect, await, wait, nowait, reconnect, clear or timeout"
+                                : "a message, expect, await, wait ... or a command; see help");
             step.message = read_message(cursor);
         }
         steps.push_back(std::move(step));
@@ -125,6 +139,8 @@ const std::string_view script_grammar = R"(Script grammar:
   clear             forgets what was received so far
   timeout 2000      from here on expectations wait so many milliseconds
   quit              ends the script
+  A command of the host (see help) may stand for a step too; it goes up to the end of its line, and the
+  script fails when the equipment refuses.
 
   SML: <L ...>, <A "text" 0x0D>, <B 0x1F 31>, <BOOLEAN T F>, <U1 ...> to <U8 ...>, <I1 ...> to <I8 ...>,
   <F4 1.5 inf>, <F8 ...>, <J "text">, <W "text" 0x4E2D>; counts as in <L[2] ...> are checked when written.

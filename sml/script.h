@@ -3,6 +3,8 @@
 #pragma once
 
 #include <chrono>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +26,7 @@ enum class Action : std::uint8_t {
     reconnect,
     clear,    ///< forgets what was received so far
     timeout,  ///< sets how long the following steps wait for a message
-    help,     ///< console only
+    command,  ///< `command`, a line of the program that runs the script
     quit,     ///< ends the script
 };
 
@@ -34,10 +36,12 @@ struct Step {
     Message message;         ///< send, send_only
     MessagePattern pattern;  ///< expect, await
     std::chrono::milliseconds duration{0};
+    std::string command;  ///< the whole line, from the command's name on
 };
 
-/// Reads a whole script; throws SyntaxError.
-std::vector<Step> parse_script(std::string_view text);
+/// Reads a whole script; throws SyntaxError. A step that begins with one of `commands` goes up to the end of
+/// its line and is left to the caller.
+std::vector<Step> parse_script(std::string_view text, std::span<const std::string_view> commands = {});
 
 /// The grammar for people, as the host prints it in its help.
 extern const std::string_view script_grammar;

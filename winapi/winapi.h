@@ -12,10 +12,13 @@
 #include <windows.h>
 #else
 
+#include <cstdint>
 #include <mutex>
 
 using BOOL = int;
+using WORD = std::uint16_t;
 using DWORD = unsigned int;
+using LONG = int;
 using HANDLE = void*;
 
 inline constexpr DWORD INFINITE = 0xFFFFFFFFU;
@@ -39,5 +42,42 @@ void InitializeCriticalSection(CRITICAL_SECTION* section);
 void EnterCriticalSection(CRITICAL_SECTION* section);
 void LeaveCriticalSection(CRITICAL_SECTION* section);
 void DeleteCriticalSection(CRITICAL_SECTION* section);
+
+struct SYSTEMTIME {
+    WORD wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
+};
+
+/// The equipment clock (winapi/equipment_clock.h), local time.
+void GetLocalTime(SYSTEMTIME* time);
+/// Sets it; the day of the week is not looked at. 0, the clock unchanged and errno set, for a time that the
+/// calendar does not have and when the clock cannot be set.
+BOOL SetLocalTime(const SYSTEMTIME* time);
+
+// The right to set the clock. Here every process has it as far as these calls go; SetLocalTime finds out.
+inline constexpr DWORD TOKEN_QUERY = 0x0008;
+inline constexpr DWORD TOKEN_ADJUST_PRIVILEGES = 0x0020;
+inline constexpr DWORD SE_PRIVILEGE_ENABLED = 0x0002;
+
+struct LUID {
+    DWORD LowPart;
+    LONG HighPart;
+};
+struct LUID_AND_ATTRIBUTES {
+    LUID Luid;
+    DWORD Attributes;
+};
+struct TOKEN_PRIVILEGES {
+    DWORD PrivilegeCount;
+    LUID_AND_ATTRIBUTES Privileges[1];
+};
+
+HANDLE GetCurrentProcess();
+/// Nonzero, and a token to be closed, for the current process.
+BOOL OpenProcessToken(HANDLE process, DWORD access, HANDLE* token);
+/// Knows "SeSystemtimePrivilege"; `system` must be null.
+BOOL LookupPrivilegeValueA(const char* system, const char* name, LUID* privilege);
+/// Nonzero unless the token is null.
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL disable_all, TOKEN_PRIVILEGES* wanted, DWORD previous_size,
+                           TOKEN_PRIVILEGES* previous, DWORD* needed_size);
 
 #endif

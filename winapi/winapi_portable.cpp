@@ -2,50 +2,102 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
+#include <vector>
 
 #include "winapi/winapi.h"
 
 namespace {
 
-struct Event {
+/// What a handle that is to be closed points to; its closer deletes it.
+struct Object {
+    virtual ~Object() = default;
+    virtual void close() { delete this; }
+};
+
+struct Event : Object {
+    Event(bool signalled_at_start, bool manual) : signalled(signalled_at_start), manual_reset(manual) {}
+
+    void close() override;
+
     std::mutex mutex;
     std::condition_variable changed;
     bool signalled;
     bool manual_reset;
 };
 
+/// Closed events are kept for the next ones: SetEvent wakes the waiter outside the lock, so that the waiter
+/// does not run into it, and the waiter may close the event before that call has returned.
+struct ClosedEvents {
+    std::mutex mutex;
+    std::vector<Event*> events;
+};
+ClosedEvents& closed_events() {
+    static auto& one = *new ClosedEvents;
+    return one;
+}
+
+void Event::close() {
+    const std::lock_guard lock(closed_events().mutex);
+    closed_events().events.push_back(this);
+}
+
+struct Token : Object {};
+
+HANDLE handle_of(Object* object) {
+    return object;
+}
+
+Event& event_of(HANDLE handle) {
+    return static_cast<Event&>(*static_cast<Object*>(handle));
+}
+
 }  // namespace
 
 HANDLE CreateEventA(void* /*attributes*/, BOOL manual_reset, BOOL initial_state, const char* /*name*/) {
-    return new Event{{}, {}, initial_state != 0, manual_reset != 0};
+    {
+        ClosedEvents& closed = closed_events();
+        const std::lock_guard lock(closed.mutex);
+        if (!closed.events.empty()) {
+            Event* event = closed.events.back();
+            closed.events.pop_back();
+            const std::lock_guard event_lock(event->mutex);
+            event->signalled = initial_state != 0;
+            event->manual_reset = manual_reset != 0;
+            return handle_of(event);
+        }
+    }
+    return handle_of(new Event(initial_state != 0, manual_reset != 0));
 }
 
 BOOL SetEvent(HANDLE event) {
     if (event == nullptr) return 0;
-    auto* e = static_cast<Event*>(event);
-    std::lock_guard lock(e->mutex);
-    e->signalled = true;
-    e->changed
-        .notify_all();  // under the lock: the event may be closed as soon as a waiter has seen the signal
+    Event& e = event_of(event);
+    {
+        const std::lock_guard lock(e.mutex);
+        e.signalled = true;
+    }
+    e.changed.notify_all();
     return 1;
 }
 
 DWORD WaitForSingleObject(HANDLE event, DWORD milliseconds) {
     if (event == nullptr) return WAIT_FAILED;
-    auto* e = static_cast<Event*>(event);
-    std::unique_lock lock(e->mutex);
-    const auto ready = [e] { return e->signalled; };
+    Event& e = event_of(event);
+    std::unique_lock lock(e.mutex);
+    const auto ready = [&e] { return e.signalled; };
     if (milliseconds == INFINITE)
-        e->changed.wait(lock, ready);
-    else if (!e->changed.wait_for(lock, std::chrono::milliseconds(milliseconds), ready))
+        e.changed.wait(lock, ready);
+    else if (!e.changed.wait_for(lock, std::chrono::milliseconds(milliseconds), ready))
         return WAIT_TIMEOUT;
-    if (!e->manual_reset) e->signalled = false;
+    if (!e.manual_reset) e.signalled = false;
     return WAIT_OBJECT_0;
 }
 
 BOOL CloseHandle(HANDLE handle) {
-    delete static_cast<Event*>(handle);
-    return handle != nullptr;
+    if (handle == nullptr) return 0;
+    static_cast<Object*>(handle)->close();
+    return 1;
 }
 
 void InitializeCriticalSection(CRITICAL_SECTION* section) {
@@ -60,6 +112,28 @@ void LeaveCriticalSection(CRITICAL_SECTION* section) {
 void DeleteCriticalSection(CRITICAL_SECTION* section) {
     delete section->mutex;
     section->mutex = nullptr;
+}
+
+HANDLE GetCurrentProcess() {
+    static char process;
+    return &process;
+}
+
+BOOL OpenProcessToken(HANDLE process, DWORD /*access*/, HANDLE* token) {
+    if (process != GetCurrentProcess()) return 0;
+    *token = handle_of(new Token);
+    return 1;
+}
+
+BOOL LookupPrivilegeValueA(const char* system, const char* name, LUID* privilege) {
+    if (system != nullptr || std::strcmp(name, "SeSystemtimePrivilege") != 0) return 0;
+    *privilege = {12, 0};
+    return 1;
+}
+
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL /*disable_all*/, TOKEN_PRIVILEGES* /*wanted*/,
+                           DWORD /*previous_size*/, TOKEN_PRIVILEGES* /*previous*/, DWORD* /*needed_size*/) {
+    return token != nullptr;
 }
 
 #endif

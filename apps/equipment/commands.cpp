@@ -41,7 +41,8 @@ constexpr std::array table = {
             "places or removes a carrier; PORT from 1", run_carrier},
     Command{
         "table", "table KIND [ID] | table add KIND TEXT",
-        "a table's ids, one record's fields, or new records; KIND is SVID, ECID, RVID, DVID, ALID or SPOOL",
+        "a table's ids, one record's fields, or new records; KIND is SVID, ECID, RVID, DVID, RPTID, CEID, "
+        "TRID, TMSG, ALID or SPOOL",
         run_table},
     Command{"flag", "flag NAME", "Comm_New_Version, Main_Monitor_Running, TRID_Monitor_Running or Reconnect",
             run_flag},

@@ -1,6 +1,7 @@
 #include "apps/equipment/logs.h"
 
 #include <string_view>
+#include <utility>
 
 #include "hsms/driver/driver_config.h"
 #include "sim/calls.h"
@@ -25,10 +26,12 @@ hsms::LogFileOptions journal_options(const std::filesystem::path& path) {
 
 }  // namespace
 
-Logs::Logs(const std::filesystem::path& folder, bool journal) : system_(options(folder / "system.log")) {
+Logs::Logs(const std::filesystem::path& folder, bool journal, std::vector<std::string> allowed_hosts)
+    : system_(options(folder / "system.log")) {
     sim::set_system_log_sink([this](Talwen::LOG_TYPE, std::string_view text) { system_.entry(text); });
     hsms::DriverOptions driver;
     driver.online_log = (folder / "online.log").string();
+    driver.allowed_hosts = std::move(allowed_hosts);
     if (journal) {
         calls_ = std::make_unique<hsms::LogFile>(journal_options(folder / "calls.log"));
         sim::set_journal_sink([this](std::string_view line) { calls_->line(line); });

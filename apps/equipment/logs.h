@@ -3,6 +3,8 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "hsms/log/log_file.h"
 
@@ -12,7 +14,7 @@ namespace equipment {
 /// lives. Outlives the module.
 class Logs {
   public:
-    Logs(const std::filesystem::path& folder, bool journal);
+    Logs(const std::filesystem::path& folder, bool journal, std::vector<std::string> allowed_hosts);
     ~Logs();
     Logs(const Logs&) = delete;
     Logs& operator=(const Logs&) = delete;

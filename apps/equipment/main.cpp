@@ -8,12 +8,14 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include "apps/equipment/commands.h"
 #include "apps/equipment/logs.h"
 #include "fa/module/bc_fa.h"
 #include "fa/module/module_state.h"
 #include "hsms/driver/driver_config.h"
+#include "hsms/link/link.h"
 #include "sim/console.h"
 #include "sim/file_layer.h"
 #include "sim/machine.h"
@@ -85,26 +87,18 @@ void lock(const fs::path& folder) {
     throw StartError(folder.string() + ": another running process holds this data folder");
 }
 
-void tell_what_stands_still() {
-    const auto tell = [](const char* setting) {
-        sim::print_console(sim::Colour::yellow, "framework",
-                           std::string(setting) + ": the tool of this version stands still");
-    };
-    if (sim::machine().tool().moving) tell("moving = true");
-    if (sim::machine().tool().alarm_rate > 0) tell("alarm_rate above 0");
-}
-
 void prepare(const fs::path& folder) {
     read_machine(folder / "machine.toml");
     lock(folder);
     sim::set_data_folder(folder);
-    tell_what_stands_still();
 }
 
-void run(const fs::path& folder) {
+void run(const fs::path& folder, const std::vector<std::string>& allowed_hosts) {
+    for (const std::string& address : allowed_hosts)
+        if (!hsms::is_address(address)) throw StartError("--allow " + address + ": expected an IP address");
     prepare(folder);
     sim::os::catch_stop_signals();
-    equipment::Logs logs(folder / "log", sim::machine().tool().journal);
+    equipment::Logs logs(folder / "log", sim::machine().tool().journal, allowed_hosts);
     bool quit = false;
     {
         Talwen::BC_FA module;
@@ -141,13 +135,19 @@ int main(int argc, char** argv) {
         "failure.");
     std::string folder;
     app.add_option("--data", folder, "the equipment's data folder")->required();
+    std::vector<std::string> allowed_hosts;
+    app.add_option(
+           "--allow", allowed_hosts,
+           "an address that may connect (repeat it for more); without it any, unless the settings name "
+           "the host's")
+        ->allow_extra_args(false);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
     try {
-        run(folder);
+        run(folder, allowed_hosts);
         return 0;
     } catch (const StartError& error) {
         return fail(error, 2);

@@ -1,10 +1,13 @@
-// The table command: the module's tables of variables, alarms and spooled messages.
+// The table command: the module's tables of variables, alarms, definitions and spooled messages.
+#include <algorithm>
 #include <array>
 #include <map>
 #include <mutex>
+#include <vector>
 
 #include "apps/equipment/commands.h"
 #include "fa/config/alarm_table.h"
+#include "fa/config/definition_tables.h"
 #include "fa/config/variable_tables.h"
 #include "fa/framework/qstr.h"
 #include "fa/module/bc_fa.h"
@@ -25,6 +28,13 @@ std::string field(const char* name, const std::string& value) {
     return std::string(" ") + name + "=" + (plain ? value : '"' + value + '"');
 }
 
+/// Numbers with commas between them.
+std::string joined(const std::vector<int>& numbers) {
+    std::string list;
+    for (const int number : numbers) list += (list.empty() ? "" : ",") + to_text(number);
+    return list;
+}
+
 std::string variable_fields(const Talwen::VARIABLE_STRU& v) {
     return field("id", to_text(v.id)) + field("point", to_text(v.point)) +
            field("io_type", to_text(v.io_type)) + field("max", to_text(v.max)) +
@@ -39,8 +49,27 @@ std::string alarm_fields(const Talwen::ALID_STRU& alarm) {
            field("index", to_text(alarm.index)) + field("enable", to_text(alarm.enable.load() ? 1 : 0));
 }
 
-template <class Record>
-std::string ids(const std::map<int, Record>& table) {
+std::string definition_fields(const Talwen::RPTID_STRU& report) {
+    return field("DATAID", to_text(report.DATAID)) + field("RPTID", to_text(report.RPTID)) +
+           field("description", report.description) + field("LINKVID", joined(report.LINKVID));
+}
+
+std::string definition_fields(const Talwen::CEID_STRU& event) {
+    return field("DATAID", to_text(event.DATAID)) + field("CEID", to_text(event.CEID)) +
+           field("enable", to_text(event.enable ? 1 : 0)) + field("event_name", event.event_name) +
+           field("description", event.description) + field("LINKRPTID", joined(event.LINKRPTID));
+}
+
+std::string definition_fields(const Talwen::TRID_STRU& trace) {
+    return field("TRID", to_text(trace.TRID)) + field("DSPER", trace.DSPER) +
+           field("period", to_text(trace.period)) + field("TOTSMP", to_text(trace.TOTSMP)) +
+           field("sample_count", to_text(trace.sample_count)) + field("elapsed", to_text(trace.elapsed)) +
+           field("REPGSZ", to_text(trace.REPGSZ)) + field("description", trace.description) +
+           field("LINKSVID", joined(trace.LINKSVID));
+}
+
+template <class Table>
+std::string ids(const Table& table) {
     std::string list;
     for (const auto& [id, record] : table) list += (list.empty() ? "" : " ") + to_text(id);
     return list;
@@ -91,6 +120,30 @@ std::string spooled(std::string_view message) {
            field("enable", Talwen::QFA_Get_Spool_Enable(stream, function) ? "1" : "0");
 }
 
+template <class Record>
+std::string definition_ids(const Talwen::Definition_List<Record>& definitions, int Record::*number) {
+    std::vector<int> numbers;
+    for (const auto& record : definitions.all()) numbers.push_back((*record).*number);
+    std::string list = joined(numbers);
+    std::ranges::replace(list, ',', ' ');
+    return list;
+}
+
+template <class Record>
+std::string definition(const Talwen::Definition_List<Record>& definitions, std::string_view id) {
+    const int number = number_argument(id, "the ID");
+    const auto record = definitions.find(number);
+    if (record == nullptr) throw Refusal("no record has the id " + to_text(number));
+    return definition_fields(*record).substr(1);
+}
+
+std::string terminal_message(std::string_view id) {
+    const int number = number_argument(id, "the ID");
+    const auto record = Talwen::TMSG_List.find(number);
+    if (record == Talwen::TMSG_List.end()) throw Refusal("no record has the id " + to_text(number));
+    return field("TID", to_text(record->second.TID)).substr(1) + field("TMESSAGE", record->second.TMESSAGE);
+}
+
 struct Kind {
     const char* name;
     std::string (*list)();
@@ -108,25 +161,36 @@ struct Kind {
             &BC_FA::QFA_Add_##kind##_List \
     }
 
+#define EQUIPMENT_DEFINITIONS(kind)                                                                  \
+    Kind {                                                                                           \
+#kind, [] { return definition_ids(Talwen::kind##_List, &Talwen::kind##_STRU::kind); },             \
+            [](BC_FA&, std::string_view id) { return definition(Talwen::kind##_List, id); }, nullptr \
+    }
+
 const std::array kinds = {
     EQUIPMENT_VARIABLES(SVID),
     EQUIPMENT_VARIABLES(ECID),
     EQUIPMENT_VARIABLES(RVID),
     EQUIPMENT_VARIABLES(DVID),
+    EQUIPMENT_DEFINITIONS(RPTID),
+    EQUIPMENT_DEFINITIONS(CEID),
+    EQUIPMENT_DEFINITIONS(TRID),
+    Kind{"TMSG", [] { return ids(Talwen::TMSG_List); },
+         [](BC_FA&, std::string_view id) { return terminal_message(id); }, nullptr},
     Kind{"ALID", alarm_ids, alarm, nullptr},
     Kind{"SPOOL", spooled_ids, [](BC_FA&, std::string_view id) { return spooled(id); }, nullptr},
 };
 
 #undef EQUIPMENT_VARIABLES
+#undef EQUIPMENT_DEFINITIONS
 
 const Kind& find_kind(std::string_view name) {
     for (const Kind& kind : kinds) {
         if (kind.name == name) return kind;
     }
-    for (const char* later : {"RPTID", "CEID", "TRID", "TMSG"}) {
-        if (name == later) throw Refusal("table " + std::string(name) + " is not supported in this version");
-    }
-    throw Refusal("expected table KIND [ID], KIND one of SVID ECID RVID DVID ALID SPOOL");
+    std::string names;
+    for (const Kind& kind : kinds) names += std::string(" ") + kind.name;
+    throw Refusal("expected table KIND [ID], KIND one of" + names);
 }
 
 std::string add_records(BC_FA& module, std::string_view arguments) {

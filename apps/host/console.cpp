@@ -3,6 +3,7 @@
 #include <istream>
 #include <string>
 
+#include "apps/host/commands.h"
 #include "sml/script.h"
 
 namespace host {
@@ -16,8 +17,11 @@ constexpr std::size_t look_always = 4096;
 
 class Console {
   public:
-    Console(Host& host, Printer& printer, Milliseconds link_timeout)
-        : host_(host), printer_(printer), link_timeout_(link_timeout) {}
+    Console(Host& host, Monitor& monitor, std::istream& input, Milliseconds link_timeout)
+        : host_(host),
+          printer_(monitor.printer()),
+          link_timeout_(link_timeout),
+          desk_(host, monitor, link_timeout, &input) {}
 
     // False when the console ends.
     bool line(std::string_view text) {
@@ -33,7 +37,7 @@ class Console {
     bool read(bool last) {
         std::vector<Step> steps;
         try {
-            steps = sml::parse_script(text_);
+            steps = sml::parse_script(text_, command_names());
         } catch (const sml::SyntaxError& error) {
             if (error.incomplete && !last) return true;
             printer_.error(error.what());
@@ -51,11 +55,21 @@ class Console {
             case Action::reconnect:
                 if (!host_.reconnect(link_timeout_)) printer_.error("the link is not selected again");
                 break;
-            case Action::help: printer_.help(sml::script_grammar); break;
+            case Action::command: command(step); break;
             case Action::quit: return false;
-            default: printer_.error("this is for scripts; here: messages, reconnect, help and quit"); break;
+            default:
+                printer_.error("this is for scripts; here: messages, reconnect, quit and commands; see help");
+                break;
         }
         return true;
+    }
+
+    void command(const Step& step) {
+        try {
+            prepare(step, false)(desk_);
+        } catch (const std::runtime_error& error) {  // a slip in the line or its file, or a refusal
+            printer_.error(error.what());
+        }
     }
 
     void send(const sml::Message& message) {
@@ -70,13 +84,14 @@ class Console {
     Host& host_;
     Printer& printer_;
     const Milliseconds link_timeout_;
+    Desk desk_;
     std::string text_;
 };
 
 }  // namespace
 
-ConsoleResult run_console(Host& host, Printer& printer, std::istream& input, Milliseconds link_timeout) {
-    Console console(host, printer, link_timeout);
+ConsoleResult run_console(Host& host, Monitor& monitor, std::istream& input, Milliseconds link_timeout) {
+    Console console(host, monitor, input, link_timeout);
     bool anything_typed = false;
     for (std::string line; std::getline(input, line);) {
         anything_typed = anything_typed || !line.empty();

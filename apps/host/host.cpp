@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "apps/host/auto_reply.h"
+#include "apps/host/values.h"
 #include "hsms/core/item_codec.h"
 
 namespace host {
@@ -11,16 +12,12 @@ namespace {
 
 constexpr std::size_t most_kept = 10000;  // messages that nobody takes; the oldest go first
 
-std::string name_of(const sml::Message& message) {
-    return "S" + std::to_string(message.stream) + "F" + std::to_string(message.function);
-}
-
 bool is_primary(const sml::Message& message) {
     return message.function % 2 == 1;
 }
 
 Received decode(const hsms::Header& header, const std::string& body) {
-    Received received{{header.stream(), header.function(), header.wbit(), std::nullopt}, ""};
+    Received received{{header.stream(), header.function(), header.wbit(), std::nullopt}, header.system, ""};
     if (body.empty()) return received;
     hsms::Item item;
     if (const hsms::DecodeResult result = hsms::decode_item(body, item))
@@ -30,14 +27,19 @@ Received decode(const hsms::Header& header, const std::string& body) {
     return received;
 }
 
-std::optional<Received> take(std::deque<Received>& queue, std::uint8_t stream, std::uint8_t function) {
-    const auto found = std::find_if(queue.begin(), queue.end(), [&](const Received& received) {
-        return received.message.stream == stream && received.message.function == function;
-    });
+template <class Condition>
+std::optional<Received> take(std::deque<Received>& queue, Condition condition) {
+    const auto found = std::find_if(queue.begin(), queue.end(), condition);
     if (found == queue.end()) return std::nullopt;
     Received taken = std::move(*found);
     queue.erase(found);
     return taken;
+}
+
+std::optional<Received> take(std::deque<Received>& queue, std::uint8_t stream, std::uint8_t function) {
+    return take(queue, [&](const Received& received) {
+        return received.message.stream == stream && received.message.function == function;
+    });
 }
 
 template <class Queue, class Entry>
@@ -48,12 +50,13 @@ void keep(Queue& queue, Entry entry) {
 
 }  // namespace
 
-Host::Host(hsms::LinkOptions options, bool automatic, Printer& printer)
-    : printer_(printer),
+Host::Host(hsms::LinkOptions options, bool automatic, Monitor& monitor)
+    : monitor_(monitor),
+      printer_(monitor.printer()),
       automatic_(automatic),
       link_(
           [&] {
-              options.log = [&printer](std::string_view line) { printer.about(line); };
+              options.log = [this](std::string_view line) { printer_.about(line); };
               return std::move(options);
           }(),
           {
@@ -114,7 +117,7 @@ Host::Sent Host::send(const sml::Message& message) {
     if (!is_primary(message)) return send_reply(message, body);
     const std::uint32_t id = link_.send(message.stream, message.function, message.wbit, body);
     if (id == 0) return {0, "the link is not selected"};
-    printer_.message(Direction::sent, message);
+    monitor_.message(Direction::sent, message);
     std::erase_if(outcomes_, [](const auto& entry) { return entry.second != Outcome::pending; });
     if (message.wbit) outcomes_[id] = Outcome::pending;
     return {id, ""};
@@ -129,7 +132,7 @@ Host::Sent Host::send_reply(const sml::Message& message, const std::string& body
     const std::uint32_t id = primary->id;
     if (!link_.reply(message.stream, message.function, body, id)) return {0, "the link is not selected"};
     unanswered_.erase(primary);
-    printer_.message(Direction::sent, message);
+    monitor_.message(Direction::sent, message);
     return {id, ""};
 }
 
@@ -178,6 +181,11 @@ std::optional<Received> Host::take_reply(std::uint8_t stream, std::uint8_t funct
     return taken;
 }
 
+std::optional<Received> Host::take_reply_to(std::uint32_t id) {
+    const Lock lock(mutex_);
+    return take(replies_, [&](const Received& received) { return received.id == id; });
+}
+
 std::optional<Received> Host::take_primary(std::uint8_t stream, std::uint8_t function, Milliseconds limit) {
     Lock lock(mutex_);
     std::optional<Received> taken;
@@ -191,6 +199,7 @@ std::optional<Received> Host::take_primary(std::uint8_t stream, std::uint8_t fun
 void Host::on_selected() {
     const Lock lock(mutex_);
     selected_ = true;
+    monitor_.link(true);
     changed_.notify_all();
 }
 
@@ -200,6 +209,7 @@ void Host::on_closed() {
     selected_ = false;
     lost_ = true;
     ++closes_;
+    monitor_.link(false);
     unanswered_.clear();
     for (auto& [id, outcome] : outcomes_)
         if (outcome == Outcome::pending) outcome = Outcome::lost;
@@ -209,7 +219,7 @@ void Host::on_closed() {
 void Host::on_message(const hsms::Header& header, const std::string& body) {
     Received received = decode(header, body);
     const Lock lock(mutex_);
-    printer_.message(Direction::received, received.message, received.defect);
+    monitor_.message(Direction::received, received.message, received.defect);
     if (is_primary(received.message))
         on_primary(header, std::move(received));
     else
@@ -235,7 +245,7 @@ void Host::on_primary(const hsms::Header& header, Received received) {
         std::string body;
         if (answer->body) hsms::encode_item(*answer->body, body);
         if (link_.reply(answer->stream, answer->function, body, header.system))
-            printer_.message(Direction::sent, *answer, "automatic");
+            monitor_.message(Direction::sent, *answer, "automatic");
     } else if (primary.wbit) {
         keep(unanswered_, Unanswered{primary.stream, primary.function, header.system});
     }

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/host/printer.h"
+#include "apps/host/monitor.h"
 #include "hsms/link/link.h"
 #include "sml/message.h"
 
@@ -21,19 +21,20 @@ using Milliseconds = std::chrono::milliseconds;
 
 struct Received {
     sml::Message message;
-    std::string defect;  ///< not empty: the body is no SECS-II item, and the message is shown without it
+    std::uint32_t id = 0;  ///< system bytes
+    std::string defect;    ///< not empty: the body is no SECS-II item, and the message is shown without it
 };
 
 /// How a primary that asked for a reply fared.
 enum class Outcome : std::uint8_t { pending, replied, timed_out, lost };
 
 /// All functions may be called from any thread; those named wait_ or take_ block up to their time limit.
-/// Messages in both directions are printed as they pass.
+/// Messages in both directions go to the monitor as they pass.
 class Host {
   public:
     /// `options` without log sink: the link's lines are printed. Primaries are answered by automatic_reply()
-    /// when `automatic`. The printer outlives the host.
-    Host(hsms::LinkOptions options, bool automatic, Printer& printer);
+    /// when `automatic`. The monitor outlives the host.
+    Host(hsms::LinkOptions options, bool automatic, Monitor& monitor);
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
@@ -70,6 +71,8 @@ class Host {
     /// The oldest reply of this kind. When there is none and none is pending: the oldest of the others, if
     /// any.
     std::optional<Received> take_reply(std::uint8_t stream, std::uint8_t function, Milliseconds limit);
+    /// The reply to primary `id`, if it came.
+    std::optional<Received> take_reply_to(std::uint32_t id);
     /// The oldest primary of this kind; waits for it, up to the limit or the end of the link.
     std::optional<Received> take_primary(std::uint8_t stream, std::uint8_t function, Milliseconds limit);
 
@@ -93,6 +96,7 @@ class Host {
     template <class Condition>
     bool wait(Lock& lock, Milliseconds limit, Condition condition);
 
+    Monitor& monitor_;
     Printer& printer_;
     const bool automatic_;
     mutable std::mutex mutex_;

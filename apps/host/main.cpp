@@ -6,6 +6,7 @@
 #include <spdlog/details/os.h>
 #include <sstream>
 
+#include "apps/host/commands.h"
 #include "apps/host/console.h"
 #include "apps/host/options.h"
 #include "apps/host/script_runner.h"
@@ -29,16 +30,21 @@ bool read_script(const std::string& path, std::vector<sml::Step>& steps) {
         return false;
     }
     try {
-        steps = sml::parse_script(text.str());
+        steps = sml::parse_script(text.str(), host::command_names());
+        for (const sml::Step& step : steps)
+            if (step.action == sml::Action::command) host::prepare(step, true);
     } catch (const sml::SyntaxError& error) {
         std::cerr << path << ':' << error.what() << '\n';
+        return false;
+    } catch (const std::runtime_error& error) {  // a file that a command names
+        std::cerr << error.what() << '\n';
         return false;
     }
     return true;
 }
 
-int converse(host::Host& host, host::Printer& printer, const host::Options& options) {
-    const host::ConsoleResult result = run_console(host, printer, std::cin, options.timeout);
+int converse(host::Host& host, host::Monitor& monitor, const host::Options& options) {
+    const host::ConsoleResult result = run_console(host, monitor, std::cin, options.timeout);
     if (result.end == host::ConsoleEnd::quit) return success;
     // Started in the background without input: stays to answer until it is killed.
     if (!result.anything_typed && !spdlog::details::os::in_terminal(stdin))
@@ -52,15 +58,17 @@ int run(const host::Options& options) {
     if (!options.script.empty() && !read_script(options.script, steps)) return unusable;
 
     host::Printer printer(options.quiet);
-    host::Host host(options.link, options.automatic, printer);
+    host::Monitor monitor(printer);
+    host::Host host(options.link, options.automatic, monitor);
     const bool passive = options.link.session.role == hsms::Role::passive;
     if (!host.start() && passive)
         return fail(not_met,
                     "cannot listen on " + options.link.address + ":" + std::to_string(options.link.port));
     if (passive) printer.fact("listening " + std::to_string(host.port()));
 
-    if (options.script.empty()) return converse(host, printer, options);
-    const auto failure = run_script(host, steps, {options.script, options.timeout, options.link.session.t3});
+    if (options.script.empty()) return converse(host, monitor, options);
+    const auto failure =
+        run_script(host, monitor, steps, {options.script, options.timeout, options.link.session.t3});
     host.stop();
     return failure ? fail(not_met, *failure) : success;
 }

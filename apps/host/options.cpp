@@ -97,8 +97,14 @@ std::string footer() {
     return R"(Without --script the host is a console. It prints every message (--> sent, <-- received) and sends what is
 typed in SML, over several lines if need be, each message up to its dot:
   S1F3 W <L <U4 1001> <U4 1002>>.
-A secondary answers the oldest unanswered primary of its kind. Further commands: reconnect, help, quit. When the
-input ends, the host ends once all replies are in; when it was no terminal and empty, the host goes on answering.
+A secondary answers the oldest unanswered primary of its kind. The daily work has commands of a line each, such as
+  define reports.txt
+  constants
+  command START PORTID=1
+  watch
+which say what the equipment's answer means; help lists them. Events, trace samples and alarms that come are also put
+in one line each (**). When the input ends, the host ends once all replies are in; when it was no terminal and empty,
+the host goes on answering.
 
 By itself it answers S1F1, S1F13, S2F17, S2F25 (with the same bytes), S5F1, S6F1, S6F3, S6F9, S6F11, S6F13 and
 S10F1 when they ask for a reply.

@@ -2,6 +2,8 @@
 
 #include <thread>
 
+#include "apps/host/commands.h"
+#include "apps/host/values.h"
 #include "sml/match.h"
 #include "sml/writer.h"
 
@@ -17,14 +19,13 @@ std::string in_milliseconds(Milliseconds time) {
     return std::to_string(time.count()) + " ms";
 }
 
-std::string name_of(const sml::Message& message) {
-    return "S" + std::to_string(message.stream) + "F" + std::to_string(message.function);
-}
-
 class Runner {
   public:
-    Runner(Host& host, const RunSettings& settings)
-        : host_(host), link_timeout_(settings.link_timeout), message_timeout_(settings.message_timeout) {}
+    Runner(Host& host, Monitor& monitor, const RunSettings& settings)
+        : host_(host),
+          desk_(host, monitor, Milliseconds(0), nullptr),
+          link_timeout_(settings.link_timeout),
+          message_timeout_(settings.message_timeout) {}
 
     Failure run(const Step& step, const Step* next) {
         switch (step.action) {
@@ -43,7 +44,7 @@ class Runner {
                        in_milliseconds(link_timeout_);
             case Action::clear: host_.forget(); return {};
             case Action::timeout: message_timeout_ = step.duration; return {};
-            case Action::help:
+            case Action::command: return command(step);
             case Action::quit: return {};
         }
         return {};
@@ -58,6 +59,15 @@ class Runner {
     Failure wait_closed() {
         if (host_.wait_closed(link_timeout_)) return {};
         return "expected the link to be closed, got none of it in " + in_milliseconds(link_timeout_);
+    }
+
+    Failure command(const Step& step) {
+        try {
+            prepare(step, true)(desk_);
+            return {};
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
     }
 
     Failure send_only(const sml::Message& message) {
@@ -129,6 +139,7 @@ class Runner {
     };
 
     Host& host_;
+    Desk desk_;
     const Milliseconds link_timeout_;
     Milliseconds message_timeout_;
     LastPrimary last_;
@@ -136,9 +147,9 @@ class Runner {
 
 }  // namespace
 
-std::optional<std::string> run_script(Host& host, const std::vector<Step>& steps,
+std::optional<std::string> run_script(Host& host, Monitor& monitor, const std::vector<Step>& steps,
                                       const RunSettings& settings) {
-    Runner runner(host, settings);
+    Runner runner(host, monitor, settings);
     if (const Failure failure = runner.wait_selected()) return settings.file + ": " + *failure;
     for (std::size_t i = 0; i < steps.size(); ++i) {
         if (steps[i].action == Action::quit) break;

@@ -18,7 +18,7 @@ struct RunSettings {
 
 /// Waits for the link and does the steps in order, up to `quit`. Nothing when all went as written; else one
 /// line for the first step that did not: "FILE:LINE: what, expected and got".
-std::optional<std::string> run_script(Host& host, const std::vector<sml::Step>& steps,
+std::optional<std::string> run_script(Host& host, Monitor& monitor, const std::vector<sml::Step>& steps,
                                       const RunSettings& settings);
 
 }  // namespace host

@@ -23,16 +23,13 @@ unsigned char alarm_category(ALARM_LEVEL level, unsigned char otherwise) {
 }  // namespace
 
 bool BC_FA::QFA_Get_All_ALID_List() {
-    const std::lock_guard lock(ALID_Mutex);
+    std::map<int, ALID_STRU> alarms;
     const int count = QSystem_Get_Alarm_Count();
-    // Same number: keep the table, and with it the enable flags that the host has set.
-    if (static_cast<int>(ALID_List.size()) == count) return true;
-    ALID_List.clear();
     unsigned char category = 0;  // an alarm of no known level has that of the alarm before it
     for (int index = 0; index < count; ++index) {
         const int alid = QAlarm_Get_ID(index);
         category = alarm_category(QAlarm_Get_Level(index), category);
-        const auto [place, is_new] = ALID_List.try_emplace(alid);
+        const auto [place, is_new] = alarms.try_emplace(alid);
         if (!is_new) continue;
         ALID_STRU& record = place->second;
         record.ALID = alid;
@@ -40,6 +37,9 @@ bool BC_FA::QFA_Get_All_ALID_List() {
         record.index = index;
         record.enable = true;
     }
+    const std::lock_guard lock(ALID_Mutex);
+    // Same number: keep the table, and with it the enable flags that the host has set.
+    if (static_cast<int>(ALID_List.size()) != count) ALID_List.swap(alarms);
     return true;
 }
 
@@ -60,7 +60,8 @@ bool BC_FA::QFA_Set_ALID_Enable(int alid, bool enable) {
 }
 
 // Addresses the alarms numbered 0 to size - 1, not those in the table, and adds a record for each number that
-// is missing. Deliberate: with alarms numbered otherwise the real ones stay as they are.
+// is missing. Deliberate: with alarms numbered otherwise the real ones stay as they are, and the added
+// records, which point at alarm 0 of the framework's list, are listed by S5F6 with that alarm's text.
 void BC_FA::QFA_Set_All_ALID_Enable(bool enable) {
     const std::lock_guard lock(ALID_Mutex);
     const int count = static_cast<int>(ALID_List.size());

@@ -18,8 +18,8 @@ struct ALID_STRU {
     std::atomic<bool> enable = false;     ///< the alarm's report is enabled
 };
 
-/// Held by the four operations on the table while they run, and by whoever walks it. Nothing else is locked
-/// under it.
+/// Held by the four operations while they touch the table, and by whoever walks it. Nothing else is locked
+/// and the controller is not called under it.
 extern std::mutex ALID_Mutex;
 
 /// Ascending by ALID. Must not be rebuilt while the link runs: pointers into it would dangle. Records that

@@ -29,8 +29,8 @@ std::string Config_Read_Path(const char* name) {
     return path;
 }
 
-Config_Lines::Config_Lines(std::string path)
-    : path_(std::move(path)), file_(QFile_Open(path_.c_str(), "r")) {}
+Config_Lines::Config_Lines(std::string path, bool raises)
+    : path_(std::move(path)), file_(QFile_Open(path_.c_str(), "r")), raises_(raises) {}
 
 Config_Lines::~Config_Lines() {
     if (file_ != nullptr) QFile_Close(file_);
@@ -40,10 +40,12 @@ bool Config_Lines::next() {
     // The call that reports the end of the file may still have read a line.
     while (more_) {
         line_.fill('\0');
-        int length = 0;
-        more_ = QAnal_Get_Line_String_From_File(file_, line_.data(), &length);
+        length_ = 0;
+        constexpr int size = 1024;
+        more_ = raises_ ? QAnal_Get_Line_String_From_File2(file_, line_.data(), size, &length_)
+                        : QAnal_Get_Line_String_From_File(file_, line_.data(), &length_);
         ++number_;
-        if (length > 0) return true;
+        if (length_ > 0) return true;
     }
     return false;
 }
@@ -78,7 +80,7 @@ bool Config_Output::close() {
 }
 
 void Config_Output::report() const {
-    QPrint_Red(fa_.Print_Tag, failed_, path_.c_str());
+    QPrint_Red(fa_.Print_Tag, failed_, path_.c_str(), path_.c_str());
 }
 
 void Config_Split(const char* text, char mark, std::initializer_list<std::string*> fields) {

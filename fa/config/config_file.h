@@ -24,8 +24,8 @@ std::string Config_Read_Path(const char* name);
 /// The lines of one file, read one by one. Closes the file at its end of life unless told otherwise.
 class Config_Lines {
   public:
-    /// Opens the file; see opened().
-    explicit Config_Lines(std::string path);
+    /// Opens the file; see opened(). `raises`: next() throws when the file cannot be read, instead of ending.
+    explicit Config_Lines(std::string path, bool raises = false);
     ~Config_Lines();
     Config_Lines(const Config_Lines&) = delete;
     Config_Lines& operator=(const Config_Lines&) = delete;
@@ -36,6 +36,8 @@ class Config_Lines {
     /// The line does not fit the buffer: more than 1023 bytes. Its text() must not be used.
     bool too_long() const { return line_.back() != '\0'; }
     const char* text() const { return line_.data(); }
+    /// The line's bytes, at most 1024 of them.
+    int length() const { return length_; }
     /// The file's path.
     const char* path() const { return path_.c_str(); }
     /// Counts all lines, from 1.
@@ -48,7 +50,9 @@ class Config_Lines {
   private:
     std::string path_;
     std::FILE* file_;
+    bool raises_;
     std::array<char, 1024> line_{};
+    int length_ = 0;
     bool more_ = true;
     int number_ = 0;
 };
@@ -60,7 +64,7 @@ bool Config_Make_Folder(const QSequence& fa);
 class Config_Output {
   public:
     /// Makes the folder and opens the file; see opened(). `failed` is the console's message when that or
-    /// close() fails (a format with %s for the path).
+    /// close() fails (a format with %s for the path, once or twice).
     Config_Output(const QSequence& fa, const char* name, const char* failed);
     ~Config_Output();
     Config_Output(const Config_Output&) = delete;

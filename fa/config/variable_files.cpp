@@ -189,7 +189,7 @@ Row read_row(BC_FA& fa, const Variable_File& file, const Config_Lines& lines, VA
 }
 
 template <class Record>
-bool load(BC_FA& fa, const Variable_File& file, std::map<int, Record>& table) {
+bool load(BC_FA& fa, const Variable_File& file, Variable_Table<Record>& table) {
     Config_Lines lines(Config_Read_Path(file.name));
     if (!lines.opened()) {
         QPrint_Red(fa.Print_Tag, "[%s] 文件读取失败.", lines.path());
@@ -220,7 +220,7 @@ bool load(BC_FA& fa, const Variable_File& file, std::map<int, Record>& table) {
 }
 
 template <class Record>
-bool save(BC_FA& fa, const Variable_File& file, const std::map<int, Record>& table) {
+bool save(BC_FA& fa, const Variable_File& file, const Variable_Table<Record>& table) {
     Config_Output out(fa, file.name, file.save_failed);
     if (!out.opened()) return false;
     const std::string dashes = file.dash_lines ? '#' + std::string(113, '-') + '\n' : "";

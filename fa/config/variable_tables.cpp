@@ -9,10 +9,10 @@
 namespace Talwen {
 
 // Never destroyed: a process may exit while a callback still reads them.
-std::map<int, SVID_STRU>& SVID_List = *new std::map<int, SVID_STRU>;
-std::map<int, ECID_STRU>& ECID_List = *new std::map<int, ECID_STRU>;
-std::map<int, RVID_STRU>& RVID_List = *new std::map<int, RVID_STRU>;
-std::map<int, DVID_STRU>& DVID_List = *new std::map<int, DVID_STRU>;
+Variable_Table<SVID_STRU>& SVID_List = *new Variable_Table<SVID_STRU>;
+Variable_Table<ECID_STRU>& ECID_List = *new Variable_Table<ECID_STRU>;
+Variable_Table<RVID_STRU>& RVID_List = *new Variable_Table<RVID_STRU>;
+Variable_Table<DVID_STRU>& DVID_List = *new Variable_Table<DVID_STRU>;
 
 namespace {
 
@@ -52,7 +52,7 @@ void read_record(QSeqCon& controller, const std::string& text, VARIABLE_STRU& re
 }
 
 template <class Record>
-bool add(QSeqCon& controller, char* text, std::map<int, Record>& table) {
+bool add(QSeqCon& controller, char* text, Variable_Table<Record>& table) {
     Record record;  // one for all: what a record's text does not set stays from the record before it
     for (const char* rest = text; *rest != '\0';) {
         const std::size_t length = std::strcspn(rest, "|");
@@ -67,15 +67,15 @@ bool add(QSeqCon& controller, char* text, std::map<int, Record>& table) {
 }
 
 template <class Record>
-bool get(std::map<int, Record>& table, int id, Record** out) {
-    const auto found = table.find(id);
-    if (found == table.end()) return false;
-    *out = &found->second;
+bool get(Variable_Table<Record>& table, int id, Record** out) {
+    Record* record = table.find(id);
+    if (record == nullptr) return false;
+    *out = record;
     return true;
 }
 
 template <class Record>
-bool remove_all(std::map<int, Record>& table) {
+bool remove_all(Variable_Table<Record>& table) {
     table.clear();
     return true;
 }
@@ -104,9 +104,9 @@ FA_VARIABLE_TABLE(DVID)
 #undef FA_VARIABLE_TABLE
 
 bool BC_FA::QFA_Get_RVID_Stru(const char* name, RVID_STRU** out) {
-    for (auto& [id, record] : RVID_List) {
+    for (const auto& [id, record] : RVID_List) {
         if (record.sv_name != name) continue;
-        *out = &record;
+        *out = RVID_List.find(id);
         return true;
     }
     return false;

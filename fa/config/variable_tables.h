@@ -2,8 +2,12 @@
 // point.
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "fa/framework/framework_types.h"
 
@@ -31,10 +35,68 @@ struct ECID_STRU : VARIABLE_STRU {};
 struct RVID_STRU : VARIABLE_STRU {};
 struct DVID_STRU : VARIABLE_STRU {};
 
-// Ascending by id; one each for the module. Filled before the threads start, only read while the link runs.
-extern std::map<int, SVID_STRU>& SVID_List;
-extern std::map<int, ECID_STRU>& ECID_List;
-extern std::map<int, RVID_STRU>& RVID_List;
-extern std::map<int, DVID_STRU>& DVID_List;
+/// Records in ascending order of their ids, found at once by an id of the usual range.
+template <class Record>
+class Variable_Table {
+  public:
+    Variable_Table() = default;
+    Variable_Table(const Variable_Table&) = delete;
+    Variable_Table& operator=(const Variable_Table&) = delete;
+
+    /// The record of that id, or null; good until the table is cleared.
+    Record* find(int id) const {
+        if (is_direct(id)) {
+            const auto place = static_cast<std::size_t>(id);
+            return place < direct_.size() ? direct_[place] : nullptr;
+        }
+        const auto found = records_.find(id);
+        return found != records_.end() ? const_cast<Record*>(&found->second) : nullptr;
+    }
+    /// The same; throws std::out_of_range for an id that is not there.
+    Record& at(int id) const {
+        Record* record = find(id);
+        if (record == nullptr) throw std::out_of_range("invalid map<K, T> key");
+        return *record;
+    }
+    /// The record of that id, made when it is not there.
+    Record& operator[](int id) { return add(id).first; }
+    void insert_or_assign(int id, const Record& record) { add(id).first = record; }
+    /// Keeps a record that is there.
+    void try_emplace(int id, const Record& record) {
+        const auto [place, is_new] = add(id);
+        if (is_new) place = record;
+    }
+    void clear() {
+        direct_.clear();
+        records_.clear();
+    }
+    std::size_t size() const { return records_.size(); }
+    bool empty() const { return records_.empty(); }
+    /// Pairs of id and record.
+    auto begin() const { return records_.begin(); }
+    auto end() const { return records_.end(); }
+
+  private:
+    static bool is_direct(int id) { return id >= 0 && id < 65536; }
+
+    std::pair<Record&, bool> add(int id) {
+        const auto [place, is_new] = records_.try_emplace(id);
+        if (is_new && is_direct(id)) {
+            const auto element = static_cast<std::size_t>(id);
+            if (element >= direct_.size()) direct_.resize(element + 1);
+            direct_[element] = &place->second;
+        }
+        return {place->second, is_new};
+    }
+
+    std::map<int, Record> records_;
+    std::vector<Record*> direct_;  // by id; what lies beyond is found in the map
+};
+
+// One each for the module. Filled before the threads start, only read while the link runs.
+extern Variable_Table<SVID_STRU>& SVID_List;
+extern Variable_Table<ECID_STRU>& ECID_List;
+extern Variable_Table<RVID_STRU>& RVID_List;
+extern Variable_Table<DVID_STRU>& DVID_List;
 
 }  // namespace Talwen

@@ -1,97 +1,123 @@
-// The text commands of the equipment controller: KEYWORD_SUBWORD ARGUMENTS.
-//
-// This version takes the keyword REQUEST: the framework's answer to a control request, and the operator's
-// switches.
-#include <stdexcept>
-#include <string>
+#include "fa/events/event_command.h"
 
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+#include "fa/config/config_file.h"
 #include "fa/events/event_context.h"
+#include "fa/events/event_table.h"
 #include "fa/framework/qprint.h"
 #include "fa/framework/qstr.h"
 #include "fa/module/bc_fa.h"
 #include "fa/module/module_state.h"
 #include "fa/secs/link_names.h"
-#include "fa/secs/message_queue.h"
-#include "fa/secs/secs_driver.h"
 
 namespace Talwen {
 
 namespace {
 
-constexpr int equipment_off_line_event = 10101;
+struct Keyword_Row {
+    const char* word;
+    Keyword code;
+    bool gated;  ///< refused while the host is not on-line
+};
 
-struct Event_Command {
-    const char* text;  ///< as it was posted
-    std::string keyword;
-    std::string subword;
-    std::string arguments;
-
-    bool is(const char* word) const { return QStr_Compare_L(subword.c_str(), word); }
+constexpr Keyword_Row keywords[] = {
+    {"REQUEST", Keyword::REQUEST, false},    //
+    {"SEND", Keyword::SEND, true},           //
+    {"CTRLMODE", Keyword::CTRLMODE, false},  // the host is told that the equipment goes off-line
+    {"EQUIPMENT", Keyword::EQUIPMENT, true}, {"PM", Keyword::PM, true},
+    {"PORT", Keyword::PORT, true},           {"SUBST", Keyword::SUBST, true},
+    {"CARRIER", Keyword::CARRIER, true},     {"MODULE", Keyword::MODULE, true},
+    {"SPOOL", Keyword::SPOOL, true},         {"TRACE", Keyword::TRACE, true},
+    {"RECIPE", Keyword::RECIPE, true},       {"ALARM", Keyword::ALARM, true},
+    {"ECID", Keyword::ECID, true},           {"OPERATOR", Keyword::OPERATOR, true},
+    {"MESSAGE", Keyword::MESSAGE, true},     {"SEMI", Keyword::SEMI, true},
+    {"PRCSJOB", Keyword::PRCSJOB, true},
 };
 
 Event_Command split(const char* text) {
     Event_Command command{text, {}, {}, {}};
-    const int size = static_cast<int>(std::string_view(text).size()) + 1;
-    std::string word;
-    QStr_Seperate_Char(std::string(text), 13, word, command.arguments, size);
-    QStr_Seperate_Char(word, '_', command.keyword, command.subword, size);
+    const std::size_t size = std::strlen(text) + 1;
+    std::string word(size, '\0');
+    std::string rest(size, '\0');
+    QStr_Seperate(text, word.data(), rest.data(), static_cast<int>(size));
+    word.resize(std::strlen(word.c_str()));
+    rest.resize(std::strlen(rest.c_str()));
+    Split_Fields(word, '_', {&command.keyword, &command.subword});
+    command.arguments = std::move(rest);
     return command;
 }
 
-void queue_primary(unsigned char stream, unsigned char function) {
-    QFA_Message_PushBack(stream, function, nullptr, nullptr, nullptr, nullptr, nullptr);
+const Keyword_Row* find_keyword(const Event_Command& command) {
+    for (const Keyword_Row& row : keywords)
+        if (QStr_Compare_L(command.keyword.c_str(), row.word)) return &row;
+    return nullptr;
 }
 
-bool communication_enabled(BC_FA& fa) {
-    return (Comm_New_Version ? fa.QIO_Get_GEM_Comm_Enable() : fa.QFA_Get_Enable()) != 0;
-}
-
-void request_while_disabled(BC_FA& fa, const Event_Command& command) {
-    const bool enable = command.is("ENABLE");
-    if (!enable && !command.is("DISABLE")) {
-        OnlineLog("忽略 FA消息处理 , FA Disabled.[%s]", command.text);
-        return;
+void raise_event(BC_FA& fa, Keyword code, const Event_Command& command) {
+    std::string selector;
+    Event_Fields fields;
+    if (code == Keyword::SUBST && command.is("TRACK")) {
+        // The selector of SUBST_TRACK is the fifth field, behind a leading one that is not looked at:
+        // x|A|B|C|N|D|E|F. Deliberate; the event number is known only after the second split.
+        std::string leading;
+        std::string remainder;
+        Split_Fields(command.arguments, '|', {&leading, &fields[0], &fields[1], &fields[2], &remainder});
+        Split_Fields(remainder, '|', {&selector, &fields[3], &fields[4], &fields[5]});
+    } else {
+        Split_Fields(command.arguments, '|', {&selector, &fields[0], &fields[1], &fields[2]});
     }
-    fa.QFA_Set_Enable(enable ? 1 : 0);
-    fa.QIO_Set_GEM_Comm_Enable(enable ? 1 : 0);
-    const int link = fa.QFA_Get_LinkMD();
-    // A link that is already marked disabled keeps its mark when communication is enabled: the next select
-    // lifts it.
-    if (enable && link != FA_Link_Disabled) fa.QFA_Set_LinkMD(FA_Link_Enabled);
-    if (!enable && link != FA_Link_Disconn) fa.QFA_Set_LinkMD(FA_Link_Disabled);
-}
-
-// ENABLE and DISABLE mean nothing here on purpose: the controller disables through the GEM enable point.
-void request_while_enabled(BC_FA& fa, const Event_Command& command) {
-    if (command.is("RECONNECT")) {
-        if (!fa.FILE_SAVE_SYSTEM_SETUP()) OnlineLog("FA_SAVE.inf 保存失败!");
-        Reconnect = true;
-    } else if (command.is("OFFLINE")) {
-        fa.QFA_Set_CtrlMD(FA_Ctrl_OffLine);
-        fa.QIO_Set_GEM_Control_State(0);
-        if (fa.QFA_Get_LinkMD() >= FA_Link_Enabled) Raise_Control_State_Event(fa, equipment_off_line_event);
-    } else if (command.is("LOCAL")) {
-        fa.QFA_Set_CtrlMD(FA_Ctrl_OnLocal);
-        fa.QIO_Set_GEM_Control_State(3);
-        queue_primary(1, 13);
-    } else if (command.is("REMOTE")) {
-        fa.QFA_Set_CtrlMD(FA_Ctrl_OnRemote);
-        fa.QIO_Set_GEM_Control_State(4);
-        queue_primary(1, 13);
-        queue_primary(2, 17);
-    }
+    const int number = Config_Int(selector);
+    const Event_Row* row = Find_Event(code, command.subword, number);
+    if (row == nullptr) return;
+    for (std::size_t i = row->fields; i < fields.size(); ++i) fields[i].clear();
+    Raise_Event(fa, row->family, row->ceid(number), row->kind(number), fields);
 }
 
 void run(BC_FA& fa, const Event_Command& command) {
     if (fa.QIO_Get_GEM_PrnChk() != 0) QPrint_Cyan(fa.Print_Tag, "接收消息:%s", command.text);
-    if (!QStr_Compare_L(command.keyword.c_str(), "REQUEST")) return;
-    if (communication_enabled(fa))
-        request_while_enabled(fa, command);
-    else
-        request_while_disabled(fa, command);
+    const Keyword_Row* keyword = find_keyword(command);
+    if (keyword == nullptr) return;
+    if (keyword->gated && !Host_Takes_Events(fa)) {
+        Log_Refused_Command(fa, command);
+        return;
+    }
+    switch (keyword->code) {
+        case Keyword::REQUEST: return Run_Request_Command(fa, command);
+        case Keyword::SEND: return Run_Send_Command(fa, command);
+        default: return raise_event(fa, keyword->code, command);
+    }
 }
 
 }  // namespace
+
+bool Event_Command::is(const char* word) const {
+    return QStr_Compare_L(subword.c_str(), word);
+}
+
+void Split_Fields(const std::string& text, char mark, std::initializer_list<std::string*> fields) {
+    const int size = static_cast<int>(text.size()) + 1;
+    std::string all = text;
+    std::string rest;
+    const auto last = fields.end() - 1;
+    for (auto field = fields.begin(); field != last; ++field) {
+        QStr_Seperate_Char(all, mark, **field, rest, size);
+        all.swap(rest);
+    }
+    **last = std::move(all);
+}
+
+bool Host_Takes_Events(BC_FA& fa) {
+    if (Comm_New_Version) return fa.QIO_Get_GEM_Comm_Enable() != 0 && fa.QIO_Get_GEM_Online_Status() != 0;
+    return fa.QFA_Get_LinkMD() > FA_Link_Enabled && fa.QFA_Get_CtrlMD() != FA_Ctrl_OffLine;
+}
+
+void Log_Refused_Command(BC_FA& fa, const Event_Command& command) {
+    fa.QSystem_Log(LOG_NORMAL, "消息: %s 执行失败![LinkMD:%s , CtrlMD:%s]", command.text,
+                   Link_Name(fa.QFA_Get_LinkMD()), Ctrl_Name(fa.QFA_Get_CtrlMD()));
+}
 
 void BC_FA::QProgram_Event_Code(const char* text) {
     if (text == nullptr) return;

@@ -30,11 +30,13 @@ bool Read_Identifier(const _SECS_ITEM& item, int* id) {
         case SECS_FORMAT_I2: *id = first_as_int<std::int16_t>(item); return true;
         case SECS_FORMAT_I4: *id = first_as_int<std::int32_t>(item); return true;
         case SECS_FORMAT_I8: *id = first_as_int<std::int64_t>(item); return true;
-        case SECS_FORMAT_A:
-            *id = static_cast<int>(std::strtol(item.data != nullptr ? item.data : item.value, nullptr, 10));
-            return true;
+        case SECS_FORMAT_A: *id = static_cast<int>(std::strtol(Item_Text(item), nullptr, 10)); return true;
         default: return false;
     }
+}
+
+const char* Item_Text(const _SECS_ITEM& item) {
+    return item.data != nullptr ? item.data : item.value;
 }
 
 unsigned long Reply_And_Log(void* handle, unsigned char stream, unsigned char function, _SECS_ITEM* root,

@@ -15,6 +15,9 @@ inline constexpr unsigned long Format_Error = static_cast<unsigned long>(-7L);
 /// bits of wider ones). False, `*id` untouched, for every other format.
 bool Read_Identifier(const _SECS_ITEM& item, int* id);
 
+/// Text of an A item (or bytes of a B item), whole and with a NUL behind it; good while the item is.
+const char* Item_Text(const _SECS_ITEM& item);
+
 /// Sends the secondary `stream`, `function` for primary `msgid`, logs it, frees `root`; returns the driver's
 /// result.
 unsigned long Reply_And_Log(void* handle, unsigned char stream, unsigned char function, _SECS_ITEM* root,

@@ -4,6 +4,7 @@
 #include "fa/config/alarm_table.h"
 #include "fa/config/variable_tables.h"
 #include "fa/handlers/handler_support.h"
+#include "fa/handlers/value_items.h"
 #include "fa/module/bc_fa.h"
 #include "fa/secs/secs_driver.h"
 
@@ -23,24 +24,10 @@ bool requested_svids(const _SECS_ITEM& list, std::vector<int>& svids) {
     return true;
 }
 
-bool in_range(int index, int count) {
-    return index >= 0 && index < count;
-}
-
-/// A digital value in the record's integer format; I4 for every other.
+/// A digital value in the record's integer format. Unlike in reports, the eight-byte formats give I4.
 _SECS_ITEM* digital_item(unsigned char format, int value) {
-    switch (format) {
-        case SECS_FORMAT_U1: return SecsCreateItemU1(static_cast<unsigned char>(value));
-        case SECS_FORMAT_U2: return SecsCreateItemU2(static_cast<unsigned short>(value));
-        case SECS_FORMAT_U4: return SecsCreateItemU4(static_cast<unsigned int>(value));
-        case SECS_FORMAT_I1: return SecsCreateItemI1(static_cast<char>(value));
-        case SECS_FORMAT_I2: return SecsCreateItemI2(static_cast<short>(value));
-        default: return SecsCreateItemI4(value);
-    }
-}
-
-_SECS_ITEM* analog_item(unsigned char format, double value) {
-    return format == SECS_FORMAT_F4 ? SecsCreateItemF4(static_cast<float>(value)) : SecsCreateItemF8(value);
+    const bool eight_bytes = format == SECS_FORMAT_I8 || format == SECS_FORMAT_U8;
+    return Integer_Item(eight_bytes ? static_cast<unsigned char>(SECS_FORMAT_I4) : format, value);
 }
 
 /// One SV of S1F4.
@@ -53,19 +40,19 @@ _SECS_ITEM* status_value(BC_FA& fa, int svid) {
     const int point = record->point;
     switch (record->io_type) {
         case IO_DIGITAL:
-            if (in_range(point, fa.QSystem_Get_Digital_Count()))
+            if (In_Range(point, fa.QSystem_Get_Digital_Count()))
                 return digital_item(record->format, fa.QDigital_Read(point));
             OnlineLog("<SVID> [DIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
                       fa.QSystem_Get_Digital_Count() - 1, FA_CODE_LINE("reply_S01F03"));
             break;
         case IO_ANALOG:
-            if (in_range(point, fa.QSystem_Get_Analog_Count()))
-                return analog_item(record->format, fa.QAnalog_Read(point));
+            if (In_Range(point, fa.QSystem_Get_Analog_Count()))
+                return Analog_Item(record->format, fa.QAnalog_Read(point));
             OnlineLog("<SVID> [AIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
                       fa.QSystem_Get_Analog_Count() - 1, FA_CODE_LINE("reply_S01F03"));
             break;
         case IO_STRING:
-            if (in_range(point, fa.QSystem_Get_String_Count()))
+            if (In_Range(point, fa.QSystem_Get_String_Count()))
                 return SecsCreateItemAscii(fa.QString_Read(point));
             OnlineLog("<SVID> [SIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
                       fa.QSystem_Get_String_Count() - 1, FA_CODE_LINE("reply_S01F03"));
@@ -88,7 +75,7 @@ struct Name_And_Unit {
 /// right kind. All of it is meant so; do not straighten either.
 Name_And_Unit point_name_and_unit(BC_FA& fa, int svid, const SVID_STRU& record) {
     const int point = record.point;
-    const bool inside = in_range(point, fa.QSystem_Get_Digital_Count());
+    const bool inside = In_Range(point, fa.QSystem_Get_Digital_Count());
     switch (record.io_type) {
         case IO_DIGITAL:
             if (inside) return {fa.QDigital_Get_Name(point), fa.QDigital_Get_Unit(point)};

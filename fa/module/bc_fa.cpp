@@ -50,8 +50,10 @@ bool BC_FA::QProgram_Enter_Code(const char* /*argument*/) {
     }
     using Loader = bool (BC_FA::*)();
     constexpr Loader loaders[] = {
-        &BC_FA::FILE_SYSTEM_SETUP, &BC_FA::FILE_GET_ALL_ECID,     &BC_FA::FILE_GET_ALL_SVID,
-        &BC_FA::FILE_GET_ALL_RVID, &BC_FA::QFA_Get_All_ALID_List,
+        &BC_FA::FILE_SYSTEM_SETUP,     &BC_FA::FILE_GET_ALL_ECID,   &BC_FA::FILE_GET_ALL_SVID,
+        &BC_FA::FILE_GET_ALL_RVID,     &BC_FA::FILE_GET_ALL_RPTID,  &BC_FA::FILE_GET_ALL_CEID,
+        &BC_FA::FILE_GET_ALL_TRID,     &BC_FA::FILE_GET_ALL_TMSG,   &BC_FA::QFA_Get_All_ALID_List,
+        &BC_FA::FILE_GET_ALL_SPOOLING, &BC_FA::FILE_READ_ECID_SAVE,
     };
     for (const Loader load : loaders)
         if (!(this->*load)()) ++failures;

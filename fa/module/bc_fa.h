@@ -18,6 +18,9 @@ struct ECID_STRU;
 struct RVID_STRU;
 struct DVID_STRU;
 struct ALID_STRU;
+struct RPTID_STRU;
+struct CEID_STRU;
+struct TRID_STRU;
 
 class BC_FA : public QSequence {
   public:
@@ -113,6 +116,34 @@ class BC_FA : public QSequence {
     bool QFA_Set_ALID_Enable(int alid, bool enable);
     void QFA_Set_All_ALID_Enable(bool enable);
 
+    // Reports, events and traces (fa/config/definition_tables.h). Any thread.
+    /// False when the number is there already. An added event starts disabled; a trace replaces one of its
+    /// number.
+    bool QFA_Add_RPTID_List(RPTID_STRU record);
+    bool QFA_Add_CEID_List(CEID_STRU record);
+    bool QFA_Add_TRID_List(TRID_STRU record);
+    /// Looks a record up; false, `*out` untouched, when there is none. The pointer is good until the same
+    /// thread looks up another record of the list. It is for reading: when the host changes the links
+    /// meanwhile, a new record takes this one's place, and what was written through the pointer may be lost.
+    bool QFA_Get_RPTID_Stru(int rptid, RPTID_STRU** out);
+    bool QFA_Get_CEID_Stru(int ceid, CEID_STRU** out);
+    bool QFA_Get_TRID_Stru(int trid, TRID_STRU** out);
+    bool QFA_Check_CEID_Exist(int ceid);
+    bool QFA_Enable_Or_Disable_All_CEID_List(bool enable);
+    /// Removing a report leaves it linked to its events. Each of these returns true, whether there was
+    /// something to remove or not.
+    bool QFA_Remove_RPTID_List(int rptid);
+    bool QFA_Remove_CEID_List(int ceid);
+    bool QFA_Remove_TRID_List(int trid);
+    /// All that the message `dataid` defined.
+    bool QFA_Remove_All_RPTID_List(int dataid);
+    bool QFA_Remove_All_CEID_List(int dataid);
+    /// Unlinks a report from every event; every report from the events that message `dataid` defined; every
+    /// report from one event.
+    bool QFA_Remove_RPTID_From_CEID_List(int rptid);
+    bool QFA_Remove_All_RPTID_From_CEID_List(int dataid);
+    bool QFA_Remove_All_RPTID_From_CEID_Stru(int ceid);
+
     // Configuration files; each loader is one step of QProgram_Enter_Code and reports on the console.
     bool FILE_SYSTEM_SETUP();
     bool FILE_SAVE_SYSTEM_SETUP();
@@ -122,6 +153,23 @@ class BC_FA : public QSequence {
     bool FILE_SAVE_ALL_SVID();
     bool FILE_SAVE_ALL_ECID();
     bool FILE_SAVE_ALL_RVID();
+    bool FILE_GET_ALL_RPTID();
+    bool FILE_GET_ALL_CEID();
+    bool FILE_GET_ALL_TRID();
+    bool FILE_GET_ALL_TMSG();
+    bool FILE_SAVE_ALL_RPTID();
+    bool FILE_SAVE_ALL_CEID();
+    bool FILE_SAVE_ALL_TRID();
+    bool FILE_SAVE_ALL_TMSG();
+    bool FILE_GET_ALL_SPOOLING();
+    bool FILE_SAVE_ALL_SPOOLING();
+    /// Restores the constants' saved values. Throws std::out_of_range when the ECIDs are not numbered from 0
+    /// without a gap, and what std::stoi and std::stod throw for a value that is no number.
+    bool FILE_READ_ECID_SAVE();
+    bool FILE_SAVE_ECID_SAVE();
+
+    /// Asks the system for the process's right to set the clock; it keeps it. Any thread.
+    bool Enable_Systemtime_Privilege();
 
     /// Thread body: owns the link, sends the queued primaries one at a time (fa/secs/connection_monitor.cpp).
     void Thread_FA_Main_Monitor();

@@ -4,6 +4,7 @@
 #include <deque>
 #include <iterator>
 #include <mutex>
+#include <utility>
 
 #include "fa/framework/qprint.h"
 #include "fa/module/bc_fa.h"

@@ -52,7 +52,9 @@ void SecsDisconnect(void* handle);
 void SecsDestroy(void* handle);
 
 /// Sends a primary. Result: 0 and 3 to 100 failed, 1 and 2 sent but no reply is to be awaited, 101 and above
-/// the message id. The body stays the caller's; null or an empty item sends the header alone. Any thread.
+/// the message id. While the link is not selected it waits, until on_close was called for a connection that
+/// has ended and then a second for the next one. The body stays the caller's; null or an empty item sends the
+/// header alone. Any thread.
 unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function,
                                   _SECS_ITEM* body, unsigned long reply_expected);
 /// Sends the secondary that answers primary `msgid`. Result: `msgid` (the sender's choice, so any number)

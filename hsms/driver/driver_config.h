@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace hsms {
 
@@ -14,6 +15,9 @@ struct DriverOptions {
     std::size_t log_rotate_bytes = std::size_t{10} << 20U;
     std::size_t log_rotate_count = 5;
     std::size_t max_message_length = std::size_t{64} << 20U;  ///< of a received message, header and body
+    /// Passive: the only addresses (in figures) that may connect, beside the one that the settings may name;
+    /// empty for any.
+    std::vector<std::string> allowed_hosts;
     /// Called for every connection and message operation, one line each without newline, before it takes
     /// effect; never by two threads at once. It must not call the driver.
     std::function<void(std::string_view)> journal;

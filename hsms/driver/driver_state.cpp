@@ -16,9 +16,10 @@ namespace hsms {
 namespace {
 
 struct State {
-    std::mutex mutex;  // log and max_message_length
+    std::mutex mutex;  // log and what follows
     std::shared_ptr<LogFile> log;
     std::size_t max_message_length = DriverOptions().max_message_length;
+    std::vector<std::string> allowed_hosts;
     std::atomic<bool> has_log{false};
     std::atomic<bool> process_ends{false};
 
@@ -73,6 +74,7 @@ void set_driver_options(DriverOptions options) {
         s.log.swap(log);
         s.has_log = s.log != nullptr;
         s.max_message_length = options.max_message_length;
+        s.allowed_hosts = std::move(options.allowed_hosts);
     }
     // The earlier log, if any, is written and closed here.
 }
@@ -84,6 +86,11 @@ void flush_online_log() {
 std::size_t max_message_length() {
     const std::lock_guard lock(state().mutex);
     return state().max_message_length;
+}
+
+std::vector<std::string> allowed_hosts() {
+    const std::lock_guard lock(state().mutex);
+    return state().allowed_hosts;
 }
 
 bool journal_wanted() {

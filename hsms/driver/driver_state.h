@@ -3,10 +3,12 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace hsms {
 
 std::size_t max_message_length();
+std::vector<std::string> allowed_hosts();
 
 /// Whether a journal line would be heard: building one is not cheap.
 bool journal_wanted();

@@ -5,6 +5,7 @@
 // of their own.
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -23,16 +24,21 @@ void* allocate(std::size_t size) {
     return place;
 }
 
-/// Nodes of deleted trees, kept for the next ones of the same thread: a reply of a hundred items then costs
-/// the heap nothing. Freed with the thread.
+/// Nodes of deleted trees, kept for the next ones of the same thread: a reply of a thousand items then costs
+/// the heap nothing. No more are kept than the thread has had in use at once: one that only deletes what
+/// others build keeps none. Freed with the thread.
 class NodeCache {
   public:
     ~NodeCache() {
         while (first_ != nullptr) std::free(pop());
     }
-    void* take() { return first_ != nullptr ? pop() : allocate(sizeof(_SECS_ITEM)); }
+    void* take() {
+        most_used_ = std::max(most_used_, ++used_);
+        return first_ != nullptr ? pop() : allocate(sizeof(_SECS_ITEM));
+    }
     void give(_SECS_ITEM* node) {
-        if (kept_ == most_kept) {
+        --used_;
+        if (kept_ >= std::min(most_used_, most_kept)) {
             std::free(node);
             return;
         }
@@ -43,9 +49,9 @@ class NodeCache {
 
   private:
 #if defined(__SANITIZE_ADDRESS__)
-    static constexpr std::size_t most_kept = 0;  // or a use of a freed node would go unseen
+    static constexpr std::ptrdiff_t most_kept = 0;  // or a use of a freed node would go unseen
 #else
-    static constexpr std::size_t most_kept = 1024;
+    static constexpr std::ptrdiff_t most_kept = 16384;
 #endif
 
     _SECS_ITEM* pop() {
@@ -56,7 +62,9 @@ class NodeCache {
     }
 
     _SECS_ITEM* first_ = nullptr;
-    std::size_t kept_ = 0;
+    std::ptrdiff_t kept_ = 0;
+    std::ptrdiff_t used_ = 0;  // taken less given back; below 0 where others' nodes are given back
+    std::ptrdiff_t most_used_ = 0;
 };
 
 NodeCache& node_cache() {

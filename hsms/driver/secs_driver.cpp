@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <exception>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include "hsms/driver/driver_config.h"
@@ -98,6 +100,7 @@ hsms::LinkOptions link_options(const __secs_sets& sets, const char* ip, std::uin
     options.port = port;
     options.t5 = time_of(sets.t5);
     options.max_message_length = hsms::max_message_length();
+    options.allowed_peers = hsms::allowed_hosts();
     options.first_id = next_message_id;
     options.log = [](std::string_view line) {
         OnlineLog("HSMS %.*s", static_cast<int>(line.size()), line.data());
@@ -249,14 +252,36 @@ void SecsDestroy(void* handle) {
     registry().remove(handle);
 }
 
+namespace {
+
+/// The connection has ended, and the sender may not have been told yet: going on at once it would lose
+/// message after message. So it is told first; and when the host is back soon, the message still goes out.
+/// Nothing of it was sent before.
+unsigned long send_to_the_next(hsms::Link& link, unsigned char stream, unsigned char function, bool wbit,
+                               const std::string& body) {
+    constexpr hsms::Milliseconds patience{1000};
+    constexpr hsms::Milliseconds pause{1};
+    const auto until = std::chrono::steady_clock::now() + patience;
+    while (std::chrono::steady_clock::now() < until) {
+        link.await_close();
+        if (!link.await_selected(patience)) return 0;
+        if (const unsigned long id = link.send(stream, function, wbit, body)) return id;
+        std::this_thread::sleep_for(pause);  // its end is known to the session, but not to the link yet
+    }
+    return 0;
+}
+
+}  // namespace
+
 unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function,
                                   _SECS_ITEM* body, unsigned long reply_expected) {
     journal_message("SecsSendMessageItem", handle, stream, function, body, reply_expected);
-    unsigned long id = 0;
-    if (const auto link = find_link(handle))
-        if (const std::string* bytes = encode(body))
-            id = link->send(stream, function, reply_expected != 0, *bytes);
-    return id;
+    const auto link = find_link(handle);
+    const std::string* bytes = link ? encode(body) : nullptr;
+    if (bytes == nullptr) return 0;
+    const bool wbit = reply_expected != 0;
+    const unsigned long id = link->send(stream, function, wbit, *bytes);
+    return id != 0 ? id : send_to_the_next(*link, stream, function, wbit, *bytes);
 }
 
 /// The id of the primary when the reply was sent, whatever that id is; 0 when it was not.

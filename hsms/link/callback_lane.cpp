@@ -86,6 +86,11 @@ void CallbackLane::wait_closed_delivered() {
     delivered_.wait(lock, [this] { return closed_delivered_; });
 }
 
+bool CallbackLane::wait_closed_delivered(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    return delivered_.wait_for(lock, limit, [this] { return closed_delivered_; });
+}
+
 void CallbackLane::mute() {
     const std::lock_guard lock(mutex_);
     muted_ = true;

@@ -46,6 +46,8 @@ class CallbackLane : public std::enable_shared_from_this<CallbackLane> {
     void take_over(std::uint64_t number);
     bool closed_delivered() const;
     void wait_closed_delivered();
+    /// The same; false when it has not been within `limit`.
+    bool wait_closed_delivered(std::chrono::milliseconds limit);
 
     /// Begins no further callback, and calls `progress` no more.
     void mute();

@@ -3,6 +3,7 @@
 #include <array>
 #include <asio/buffer.hpp>
 #include <asio/post.hpp>
+#include <optional>
 #include <utility>
 
 namespace hsms {
@@ -65,8 +66,7 @@ void Connection::start(ConnectionEvents events) {
     up_ = true;
     Actions actions;
     {
-        const Lock lock(mutex_);
-        writable_ = true;
+        const Lock lock(session_mutex_);
         actions = session_.connected(now());
     }
     perform(actions, nullptr);
@@ -130,7 +130,7 @@ void Connection::take_in(std::string_view bytes) {
     const bool inside = framer_.inside_message();
     if (inside || inside_message_) {
         {
-            const Lock lock(mutex_);
+            const Lock lock(session_mutex_);
             session_.inside_message(inside, now());
         }
         inside_message_ = inside;
@@ -141,7 +141,7 @@ void Connection::take_in(std::string_view bytes) {
 void Connection::handle(Message& message) {
     Actions actions;
     {
-        const Lock lock(mutex_);
+        const Lock lock(session_mutex_);
         actions = session_.received(message.header, message.body.size(), now());
     }
     perform(actions, &message);
@@ -150,7 +150,7 @@ void Connection::handle(Message& message) {
 void Connection::perform(Actions& actions, Message* message) {
     bool sent = true;
     if (!actions.send.empty()) {
-        const Lock lock(mutex_);
+        const Lock lock(send_mutex_);
         for (const Header& header : actions.send) sent = write(header, {}) && sent;
     }
     if (!actions.note.empty()) events_.log(actions.note);
@@ -171,7 +171,7 @@ void Connection::perform(Actions& actions, Message* message) {
         !lane_->push({LaneEvent::Kind::message, message->header, std::move(message->body)})) {
         reading_held_ = true;
         {
-            const Lock lock(mutex_);
+            const Lock lock(session_mutex_);
             session_.hold(true, now());
         }
         watch_hold();
@@ -185,7 +185,7 @@ void Connection::resume() {
     reading_held_ = false;
     hold_timer_.cancel();
     {
-        const Lock lock(mutex_);
+        const Lock lock(session_mutex_);
         session_.hold(false, now());
     }
     arm_timer();
@@ -209,29 +209,42 @@ void Connection::watch_hold() {
 // ---- sending
 
 std::uint32_t Connection::send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body) {
-    const Lock lock(mutex_);
-    if (!writable_) return 0;
-    const auto header = session_.send_primary(stream, function, wbit, now());
-    if (!header || !write(*header, body)) return 0;
-    if (needs_arming()) asio::post(io_, [self = shared_from_this()] { self->arm_timer(); });
-    return header->system;
+    std::optional<Header> header;
+    bool arm = false;
+    {
+        const Lock lock(session_mutex_);
+        header = session_.send_primary(stream, function, wbit, now());
+        arm = needs_arming();
+    }
+    if (!header) return 0;
+    if (arm) asio::post(io_, [self = shared_from_this()] { self->arm_timer(); });
+    const Lock lock(send_mutex_);
+    return write(*header, body) ? header->system : 0;
 }
 
 bool Connection::reply(std::uint8_t stream, std::uint8_t function, std::string_view body,
                        std::uint32_t system) {
-    const Lock lock(mutex_);
-    if (!writable_) return false;
-    const auto header = session_.send_reply(stream, function, system);
+    std::optional<Header> header;
+    {
+        const Lock lock(session_mutex_);
+        header = session_.send_reply(stream, function, system);
+    }
+    const Lock lock(send_mutex_);
     return header && write(*header, body);
 }
 
+bool Connection::stands() {
+    const Lock lock(send_mutex_);
+    return writable_;
+}
+
 void Connection::deselect() {
-    const Lock lock(mutex_);
+    const Lock lock(session_mutex_);
     post_perform(session_.request_deselect(now()));
 }
 
 void Connection::linktest() {
-    const Lock lock(mutex_);
+    const Lock lock(session_mutex_);
     post_perform(session_.request_linktest(now()));
 }
 
@@ -242,11 +255,12 @@ void Connection::post_perform(Actions actions) {
 }
 
 std::uint32_t Connection::next_id() const {
-    const Lock lock(mutex_);
+    const Lock lock(session_mutex_);
     return session_.next_id();
 }
 
-/// Under the mutex. Writes what the socket takes now and keeps the rest; false when the connection is lost.
+/// Under the send mutex. Writes what the socket takes now and keeps the rest; false when the connection is
+/// lost.
 bool Connection::write(const Header& header, std::string_view body) {
     if (!writable_) return false;
     const HeaderBytes head = encode_header(header, body.size());
@@ -294,7 +308,7 @@ void Connection::wait_writable() {
 }
 
 void Connection::on_writable() {
-    Lock lock(mutex_);
+    Lock lock(send_mutex_);
     asio::error_code error;
     while (unsent_begin_ < unsent_.size() && !error)
         unsent_begin_ += socket_.write_some(asio::buffer(unsent_) + unsent_begin_, error);
@@ -313,7 +327,7 @@ void Connection::on_writable() {
 
 // ---- timers
 
-/// Under the mutex.
+/// Under the session mutex.
 bool Connection::needs_arming() const {
     const auto deadline = session_.next_deadline();
     return deadline && *deadline < armed_until_;
@@ -324,7 +338,7 @@ bool Connection::needs_arming() const {
 void Connection::arm_timer() {
     if (!up_) return;
     {
-        const Lock lock(mutex_);
+        const Lock lock(session_mutex_);
         if (!needs_arming()) return;
         armed_until_ = *session_.next_deadline();
     }
@@ -338,7 +352,7 @@ void Connection::on_timer() {
     if (!up_) return;
     Actions actions;
     {
-        const Lock lock(mutex_);
+        const Lock lock(session_mutex_);
         armed_until_ = Time::max();
         actions = session_.timer(now());
     }
@@ -351,7 +365,7 @@ void Connection::separate() {
     if (!up_) return;
     Actions actions;
     {
-        const Lock lock(mutex_);
+        const Lock lock(session_mutex_);
         actions = session_.request_separate();
     }
     perform(actions, nullptr);
@@ -367,9 +381,12 @@ void Connection::fail(const std::string& reason) {
 void Connection::go_down(const std::string& reason) {
     if (!std::exchange(up_, false)) return;
     {
-        const Lock lock(mutex_);
+        const Lock lock(send_mutex_);
+        writable_ = false;  // first: a sender that the session refuses finds that nothing stands any more
+    }
+    {
+        const Lock lock(session_mutex_);
         session_.disconnected();
-        writable_ = false;
     }
     timer_.cancel();
     hold_timer_.cancel();
@@ -388,7 +405,7 @@ void Connection::linger() {
     });
     bool all_sent = false;
     {
-        const Lock lock(mutex_);
+        const Lock lock(send_mutex_);
         all_sent = !waiting_writable_;
     }
     if (all_sent) shut_down_sending();
@@ -404,7 +421,7 @@ void Connection::close_socket() {
     if (!socket_.is_open()) return;
     linger_timer_.cancel();
     {
-        const Lock lock(mutex_);
+        const Lock lock(send_mutex_);
         asio::error_code ignored;
         socket_.close(ignored);
         writable_ = false;

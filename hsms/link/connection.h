@@ -26,8 +26,9 @@ struct ConnectionEvents {
     std::function<void(std::string_view)> log;
 };
 
-/// Lives in a shared_ptr. Functions run on the I/O thread unless they say otherwise; the mutex guards the
-/// session, the send buffer and the socket against senders on other threads.
+/// Lives in a shared_ptr. Functions run on the I/O thread unless they say otherwise; two mutexes guard
+/// the session, and the socket with its send buffer, against senders on other threads. They are never held
+/// together: a peer may answer before a write has returned, and its answer must not wait for that.
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
     Connection(asio::io_context& io, asio::ip::tcp::socket socket, const LinkOptions& options,
@@ -48,6 +49,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     // Any thread.
     std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body);
     bool reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system);
+    /// False from the moment on that nothing can be sent any more.
+    bool stands();
     void deselect();
     void linktest();
     std::uint32_t next_id() const;
@@ -95,13 +98,15 @@ class Connection : public std::enable_shared_from_this<Connection> {
     bool reading_held_ = false;
     bool inside_message_ = false;
 
-    mutable std::mutex mutex_;
+    mutable std::mutex session_mutex_;
     Session session_;
+    Time armed_until_ = Time::max();
+
+    std::mutex send_mutex_;
     std::string unsent_;  // from unsent_begin_ on
     std::size_t unsent_begin_ = 0;
-    bool writable_ = false;  // the socket takes bytes and the session is up
+    bool writable_ = true;  // until the connection ends
     bool waiting_writable_ = false;
-    Time armed_until_ = Time::max();
 };
 
 }  // namespace hsms

@@ -1,5 +1,6 @@
 #include "hsms/link/link.h"
 
+#include <asio/ip/address.hpp>
 #include <mutex>
 #include <utility>
 
@@ -83,6 +84,12 @@ class Link::Impl {
     std::shared_ptr<CallbackLane> last_lane_;
 };
 
+bool is_address(const std::string& text) {
+    asio::error_code error;
+    asio::ip::make_address(text, error);
+    return !error;
+}
+
 std::string_view to_text(LinkState state) {
     switch (state) {
         case LinkState::stopped: return "stopped";
@@ -133,6 +140,21 @@ std::uint32_t Link::next_id() const {
 std::uint32_t Link::send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body) {
     const auto [core, connection] = impl_->live();
     return connection ? connection->send(stream, function, wbit, body) : 0;
+}
+
+void Link::await_close() {
+    if (impl_->on_callback_thread()) return;
+    const auto [core, connection] = impl_->live();
+    if (!core) return;
+    // The peer may be back before the close of its last connection was delivered.
+    const bool stands = connection && connection->stands();
+    if (const auto lane = stands ? core->ended_lane() : core->last_lane())
+        lane->wait_closed_delivered(Milliseconds(2000));
+}
+
+bool Link::await_selected(Milliseconds limit) {
+    const auto core = impl_->core();
+    return core && core->await_selected(impl_->on_callback_thread() ? Milliseconds(0) : limit);
 }
 
 bool Link::reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system) {

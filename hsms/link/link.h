@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hsms/core/header.h"
 #include "hsms/core/session.h"
@@ -18,7 +19,9 @@ struct LinkOptions {
     /// on; any other is the only peer let in (and all addresses are listened on); empty listens on 127.0.0.1.
     std::string address;
     std::uint16_t port =
-        5000;                ///< passive: 0 takes any free port, the same one again when a link is re-created
+        5000;  ///< passive: 0 takes any free port, the same one again when a link is re-created
+    /// Passive: the addresses that may connect; empty for any. Everyone else is closed at once and logged.
+    std::vector<std::string> allowed_peers;
     Milliseconds t5{10000};  ///< time between the starts of two attempts to connect (or to listen)
     std::size_t max_message_length = std::size_t{64} << 20U;  ///< header and body of a received message
     /// A peer that leaves more than this unread when the next message is sent is dropped.
@@ -44,6 +47,9 @@ enum class LinkState : std::uint8_t { stopped, listening, connecting, connected,
 
 /// "stopped", "listening", "connecting", "connected" or "selected".
 std::string_view to_text(LinkState state);
+
+/// True for an IPv4 or IPv6 address in figures.
+bool is_address(const std::string& text);
 
 /// All functions may be called from any thread, callbacks included.
 class Link {
@@ -73,6 +79,12 @@ class Link {
     /// Sends a primary and returns its id; 0 when not selected. With `wbit`, on_reply_timeout follows when no
     /// reply came within T3.
     std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body);
+    /// Returns once on_closed was delivered for the last connection that has ended, also when the next one
+    /// stands already (two seconds at the most); at once on a callback thread.
+    void await_close();
+    /// Waits until a connection is selected; false when none is within `limit`, and at once on a callback
+    /// thread without one.
+    bool await_selected(Milliseconds limit);
     /// Sends the secondary that answers primary `system`. False when not selected, and on the callback thread
     /// of a connection that is gone.
     bool reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system);

@@ -1,5 +1,6 @@
 #include "hsms/link/link_core.h"
 
+#include <algorithm>
 #include <asio/post.hpp>
 #include <system_error>
 #include <utility>
@@ -33,7 +34,8 @@ LinkCore::LinkCore(const LinkOptions& options, std::shared_ptr<const LinkCallbac
       retry_timer_(io_),
       watch_timer_(io_),
       port_(options.port),
-      last_lane_(std::move(predecessor)),
+      last_lane_(predecessor),
+      ended_lane_(std::move(predecessor)),
       next_id_(options.first_id) {}
 
 bool LinkCore::start() {
@@ -63,7 +65,13 @@ void LinkCore::run() {
         const std::lock_guard lock(mutex_);
         running_ = false;
     }
-    ended_.notify_all();
+    changed_.notify_all();
+}
+
+bool LinkCore::await_selected(Milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, limit, [this] { return state_ == LinkState::selected || !running_; });
+    return state_ == LinkState::selected;
 }
 
 void LinkCore::begin_stop() {
@@ -82,7 +90,7 @@ void LinkCore::begin_stop() {
 
 void LinkCore::wait_stopped() {
     std::unique_lock lock(mutex_);
-    ended_.wait(lock, [this] { return !running_; });
+    changed_.wait(lock, [this] { return !running_; });
 }
 
 void LinkCore::mute() {
@@ -104,6 +112,11 @@ std::shared_ptr<Connection> LinkCore::connection() const {
 std::shared_ptr<CallbackLane> LinkCore::last_lane() const {
     const std::lock_guard lock(mutex_);
     return last_lane_;
+}
+
+std::shared_ptr<CallbackLane> LinkCore::ended_lane() const {
+    const std::lock_guard lock(mutex_);
+    return ended_lane_;
 }
 
 std::string LinkCore::peer() const {
@@ -197,12 +210,25 @@ void LinkCore::accept_later(const ErrorCode& error) {
     });
 }
 
+bool LinkCore::may_connect(const asio::ip::address& address) const {
+    const auto is_it = [&](const std::string& text) {
+        ErrorCode error;
+        return asio::ip::make_address(text, error) == address && !error;
+    };
+    return options_.allowed_peers.empty() ||
+           std::any_of(options_.allowed_peers.begin(), options_.allowed_peers.end(), is_it);
+}
+
 void LinkCore::on_accepted(tcp::socket socket) {
     ErrorCode error;
     const auto address = socket.remote_endpoint(error).address();
     if (error) return;  // gone again
     if (only_peer_ && address != *only_peer_) {
         log("connection from " + address.to_string() + " refused: not the peer");
+        return;
+    }
+    if (!may_connect(address)) {
+        log("connection from " + address.to_string() + " refused: not an allowed address");
         return;
     }
     // A peer that closed and came back at once is not to be refused because of its own predecessor.
@@ -279,7 +305,11 @@ void LinkCore::adopt(tcp::socket socket) {
     const std::weak_ptr<Connection> weak = connection;
     connection->start({
         [this](SessionState state) {
-            state_ = state == SessionState::selected ? LinkState::selected : LinkState::connected;
+            {
+                const std::lock_guard lock(mutex_);
+                state_ = state == SessionState::selected ? LinkState::selected : LinkState::connected;
+            }
+            changed_.notify_all();
             log(state == SessionState::selected ? "selected" : "deselected");
         },
         [this, weak] {
@@ -297,6 +327,7 @@ void LinkCore::on_down(Connection& connection) {
         const std::uint32_t next_id = connection.next_id();
         const std::lock_guard lock(mutex_);
         next_id_ = next_id;
+        ended_lane_ = connection.lane();
         current_ = nullptr;
     }
     const bool passive = options_.session.role == Role::passive;

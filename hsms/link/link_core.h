@@ -38,7 +38,11 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     std::shared_ptr<Connection> connection() const;
     /// The lane of the newest connection; may be null.
     std::shared_ptr<CallbackLane> last_lane() const;
+    /// That of the last connection that has ended; null before one has.
+    std::shared_ptr<CallbackLane> ended_lane() const;
     LinkState state() const { return state_.load(); }
+    /// Waits until a connection is selected; false when none is within `limit` or the link has ended.
+    bool await_selected(Milliseconds limit);
     std::uint16_t port() const { return port_.load(); }
     std::string peer() const;
     std::uint32_t next_id() const;
@@ -58,6 +62,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     void on_accepted(tcp::socket socket);
     void accept_later(const ErrorCode& error);
 
+    bool may_connect(const asio::ip::address& address) const;
     void connect();
     tcp::endpoint resolve(ErrorCode& error) const;
     void on_connected(tcp::socket socket, const ErrorCode& error);
@@ -94,10 +99,11 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     std::atomic<LinkState> state_{LinkState::stopped};
     std::atomic<std::uint16_t> port_{0};
     std::atomic<bool> muted_{false};
-    mutable std::mutex mutex_;  // what follows
-    std::condition_variable ended_;
+    mutable std::mutex mutex_;         // what follows
+    std::condition_variable changed_;  // selected, or not running any more
     std::shared_ptr<Connection> current_;
     std::shared_ptr<CallbackLane> last_lane_;
+    std::shared_ptr<CallbackLane> ended_lane_;
     std::uint32_t next_id_;
     bool running_ = false;
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fa/config/alarm_table.h"
+#include "fa/config/definition_tables.h"
 #include "fa/config/variable_tables.h"
 #include "fa/module/bc_fa.h"
 #include "fa/module/module_state.h"
@@ -48,6 +49,10 @@ class ModuleFixture : public ::testing::Test {
         Talwen::RVID_List.clear();
         Talwen::DVID_List.clear();
         Talwen::ALID_List.clear();
+        Talwen::RPTID_List.clear();
+        Talwen::CEID_List.clear();
+        Talwen::TRID_List.clear();
+        Talwen::TMSG_List.clear();
         Talwen::QFA_Clear_Spool_Table();
         Talwen::Comm_New_Version = true;
         Talwen::Reconnect = false;

@@ -189,7 +189,10 @@ TEST(HostOverTcp, ActiveEquipmentConnectsRetriesAndRecovers) {
         // Selected: its S1F13 comes; in round 2 the host goes away in the middle of it.
         std::string header(14, '\0');
         asio::read(socket, asio::buffer(header));
-        EXPECT_EQ(header.substr(4, 4), std::string("\x00\x00\x81\x0D", 4));
+        // In round 3 the S2F17 that stood behind it may not have been dropped yet.
+        const std::string first = header.substr(4, 4);
+        EXPECT_TRUE(first == std::string("\x00\x00\x81\x0D", 4) ||
+                    (round == 3 && first == std::string("\x00\x00\x82\x11", 4)));
         if (round == 2) socket.set_option(asio::socket_base::linger(true, 0));
     }
     EXPECT_EQ(equipment.quit(), 0);

@@ -150,8 +150,10 @@ TEST_F(Driver, IdsGoOnOverRecreatedLinks) {
 
 TEST_F(Driver, LogsAndKeepsAJournal) {
     const TempFolder folder;
-    set_driver_options({.online_log = folder.path() / "online.log",
-                        .journal = [this](std::string_view line) { journal.emplace_back(line); }});
+    DriverOptions options;
+    options.online_log = folder.path() / "online.log";
+    options.journal = [this](std::string_view line) { journal.emplace_back(line); };
+    set_driver_options(std::move(options));
     connect();
     _SECS_ITEM* const body = SecsCreateItemAscii("ab");
     SecsSendMessageItem(handle, 1, 13, body, 1);

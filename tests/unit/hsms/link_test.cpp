@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <future>
 #include <gtest/gtest.h>
+#include <optional>
 #include <thread>
 
 #include "peer.h"
@@ -199,6 +200,62 @@ TEST(Link, ConnectsAndTriesAgain) {
         EXPECT_EQ(link.state(), LinkState::selected);
     }
     EXPECT_EQ(record.wait(4), (Entries{"selected", "closed", "selected", "closed"}));
+}
+
+TEST(Link, LetsOnlyAllowedAddressesIn) {
+    for (const bool allowed : {false, true}) {
+        Record record;
+        Record log;
+        LinkOptions options = passive_options();
+        options.allowed_peers = {"192.0.2.7", allowed ? "127.0.0.1" : "127.0.0.9"};
+        options.log = [&](std::string_view line) { log.add(std::string(line)); };
+        Link link(options, recording(record));
+        ASSERT_TRUE(link.start());
+        Peer peer(link.port());
+        if (allowed) {
+            peer.select();
+            EXPECT_EQ(record.wait(1), Entries{"selected"});
+        } else {
+            EXPECT_EQ(peer.receive_to_end(), "");
+            EXPECT_EQ(log.wait(2).at(1), "connection from 127.0.0.1 refused: not an allowed address");
+        }
+    }
+}
+
+// Or a sender with a full queue would lose all of it between the end of the link and the news of it.
+void expect_await_close_returns_behind_the_callback(bool peer_is_back) {
+    SCOPED_TRACE(peer_is_back);
+    std::promise<void> release;
+    const std::shared_future<void> released = release.get_future().share();
+    Record record;
+    LinkCallbacks callbacks = recording(record);
+    // By value: the thread of a callback that does not return in time may outlive the link.
+    callbacks.on_message = [&record, released](const Header&, std::string&&) {
+        record.add("message");
+        released.wait();
+    };
+    Link link(passive_options(), std::move(callbacks));
+    link.start();
+    link.await_close();  // there was no connection yet
+    Peer peer(link.port());
+    peer.select();
+    peer.send(s1f1);
+    record.wait(2);
+    link.await_close();  // one stands
+    peer.close();
+    while (link.send(1, 1, true, {}) != 0) std::this_thread::yield();
+    std::optional<Peer> next;
+    if (peer_is_back) next.emplace(link.port());
+    while (peer_is_back && link.state() != LinkState::connected) std::this_thread::yield();
+    EXPECT_EQ(link.send(1, 1, true, {}), 0U);
+    link.await_close();
+    EXPECT_EQ(record.wait(0), (Entries{"selected", "message", "closed"}));  // waits for none
+    release.set_value();
+}
+
+TEST(Link, AwaitCloseReturnsBehindTheCallbackOfTheClose) {
+    expect_await_close_returns_behind_the_callback(false);
+    expect_await_close_returns_behind_the_callback(true);
 }
 
 TEST(Link, DropsAPeerThatDoesNotRead) {

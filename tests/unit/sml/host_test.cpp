@@ -88,7 +88,7 @@ class Equipment {
             case 7: link_.separate(); break;
             case 11: reply("S1F0."); break;
             case 15:  // events before and behind the reply
-                say({"S6F11 W <L <U4 1> <U4 100> <L>>."});
+                say({"S6F11 W <L <U4 1> <U4 100> <L <L <U4 1> <L <U4 5>>>>>."});
                 reply("S1F16 <B 0>.");
                 say({"S5F1 W <L <B 1> <U4 5> <A \"\">>.", "S6F11 W <L <U4 2> <U4 101> <L>>."});
                 break;
@@ -216,6 +216,27 @@ TEST_F(HostProgram, ConsoleSendsWhatIsTypedAndSurvivesMistakes) {
         EXPECT_NE(host.output().find(part), std::string::npos) << part << "\nin\n" << host.output();
     EXPECT_EQ(host.output().find("\033"), std::string::npos) << "colours without a terminal";
     EXPECT_TRUE(equipment_->got("S1F14 <L <B 0x00> <L>>."));
+}
+
+TEST_F(HostProgram, ConsoleCommandsAndTheLiveScreen) {
+    HostProcess host(connect() + " --t3 0.3",
+                     "help\\nmessages off\\nS1F15 W.\\nclock\\nwatch\\nnothing\\nq\\nhelp define\\nset 1\\n");
+    EXPECT_EQ(host.exit_status(), 0);
+    const char* parts[] = {"  define FILE ",
+                           "  watch ",
+                           "** event 100: report 1 (5)\n",
+                           "! expected S2F18, got no reply within T3\n",
+                           "link selected, control state ",
+                           "q or Enter leaves this screen\n",
+                           "Definition file, a line each",
+                           "! 1:6: expected a value, found end of line\n"};
+    std::size_t at = 0;
+    for (const char* part : parts) {  // in this order
+        at = host.output().find(part, at);
+        ASSERT_NE(at, std::string::npos) << part << "\nin\n" << host.output();
+    }
+    EXPECT_EQ(host.output().find("S1F16"), std::string::npos) << "messages are off";
+    EXPECT_EQ(host.output().find("\033"), std::string::npos) << "a screen's codes without a terminal";
 }
 
 TEST_F(HostProgram, WaitsForAnEquipmentThatComesLate) {

@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "fa/config/alarm_table.h"
+#include "fa/config/definition_tables.h"
 #include "fa/config/variable_tables.h"
 #include "fa/module/module_state.h"
+#include "fa/secs/spool_table.h"
 #include "sim/console.h"
 #include "sim/file_layer.h"
 #include "sim/machine.h"
@@ -54,16 +56,21 @@ std::string without_code_line(std::string text) {
     return text;
 }
 
-void forget_tables() {
+}  // namespace
+
+void Config_Test::forget_tables() {
     Talwen::SVID_List.clear();
     Talwen::ECID_List.clear();
     Talwen::RVID_List.clear();
     Talwen::DVID_List.clear();
     Talwen::ALID_List.clear();
+    Talwen::RPTID_List.clear();
+    Talwen::CEID_List.clear();
+    Talwen::TRID_List.clear();
+    Talwen::TMSG_List.clear();
+    Talwen::QFA_Clear_Spool_Table();
     Talwen::Comm_New_Version = true;
 }
-
-}  // namespace
 
 Config_Test::Config_Test() {
     std::string name = (std::filesystem::temp_directory_path() / "fa-config-XXXXXX").string();
@@ -103,6 +110,36 @@ std::string Config_Test::read(const std::string& path) const {
 
 std::vector<std::string> Config_Test::printed() {
     return std::exchange(printed_, {});
+}
+
+std::string listed(std::string_view list) {
+    Texts all;
+    const auto text = [](int number) { return std::to_string(number); };
+    const auto links = [&](const std::vector<int>& numbers) {
+        std::string joined;
+        for (const int number : numbers) joined += (joined.empty() ? "" : ",") + text(number);
+        return " [" + joined + "] ";
+    };
+    if (list == "RPTID")
+        for (const auto& r : Talwen::RPTID_List.all())
+            all.push_back(text(r->DATAID) + ' ' + text(r->RPTID) + links(r->LINKVID) + r->description);
+    if (list == "CEID")
+        for (const auto& e : Talwen::CEID_List.all())
+            all.push_back(text(e->DATAID) + ' ' + text(e->CEID) + (e->enable ? "" : " disabled") +
+                          links(e->LINKRPTID) + e->event_name + '|' + e->description);
+    if (list == "TRID")
+        for (const auto& t : Talwen::TRID_List.all())
+            all.push_back(text(t->TRID) + ' ' + t->DSPER + '=' + text(t->period) + ' ' + text(t->TOTSMP) +
+                          ' ' + text(t->REPGSZ) + links(t->LINKSVID) + t->description);
+    if (list == "TMSG")
+        for (const auto& [tid, m] : Talwen::TMSG_List) all.push_back(text(tid) + ' ' + m.TMESSAGE);
+    if (list == "SPOOLING")
+        for (int s = 0; s < 128; ++s)
+            for (int f = 0; f < 256; ++f)
+                if (Talwen::QFA_Get_Spool_Enable(s, f)) all.push_back(text(s) + ',' + text(f));
+    std::string joined;
+    for (const std::string& record : all) joined += (joined.empty() ? "" : "; ") + record;
+    return joined;
 }
 
 }  // namespace fa_test

@@ -21,6 +21,7 @@ class Config_Test : public testing::Test {
     Config_Test();
     ~Config_Test() override;
 
+    static void forget_tables();
     /// Writes a file below the data folder, byte for byte.
     void write(const std::string& path, std::string_view bytes);
     std::string read(const std::string& path) const;
@@ -37,5 +38,9 @@ class Config_Test : public testing::Test {
 };
 
 using Texts = std::vector<std::string>;
+
+/// What a list of definitions ("RPTID", "CEID", "TRID", "TMSG") or the spool table ("SPOOLING") holds, joined
+/// by "; ".
+std::string listed(std::string_view list);
 
 }  // namespace fa_test

@@ -25,6 +25,9 @@ struct Loader_Case {
     std::string nothing;  ///< the state before, after the line, after the other line
     std::string loaded;
     std::string other_loaded;
+    Texts says = {};             ///< printed for the line
+    std::size_t longest = 1023;  ///< bytes of a line
+    bool without_file = false;   ///< the result
 };
 
 template <class Table>
@@ -49,6 +52,50 @@ Loader_Case variable_case(const char* id, bool (BC_FA::*load)(), std::function<s
     c.too_long = "r 参数过长. [文件行:Z:\\FA\\" + file + ":3][代码行:" + loader + ":#]";
     c.refused_text = "[文件行:Z:\\FA\\" + file + ":4][代码行:" + loader + ":#]";
     return c;
+}
+
+/// Files whose loaders refuse single lines only.
+std::vector<Loader_Case> definition_cases() {
+    const struct {
+        const char* file;
+        bool (BC_FA::*load)();
+        const char* line;
+        const char* other_line;
+        const char* loaded;
+        const char* other_loaded;
+        const char* open_failed;
+        const char* too_long = "参数过长. ";
+    } table[] = {
+        {"RPTID.cfg", &BC_FA::FILE_GET_ALL_RPTID, "1 7", "2 7", "1 7 [] ", "2 7 [] ", "文件打开失败."},
+        {"CEID.cfg", &BC_FA::FILE_GET_ALL_CEID, "1 7 - E", "2 7", "1 7 [] E|", "2 7 [] |", "文件打开失败.",
+         "参数过长 - "},
+        {"TRID.cfg", &BC_FA::FILE_GET_ALL_TRID, "7 000001 9 1 - d", "7 000002", "7 000001=1000 9 1 [] d",
+         "7 000002=2000 0 0 [] ", "文件读取失败."},
+        {"TMSG.cfg", &BC_FA::FILE_GET_ALL_TMSG, "7 \"a\"", "7 b", "7 a", "7 b", "文件读取失败."},
+        {"SPOOLING.inf", &BC_FA::FILE_GET_ALL_SPOOLING, "5,1", "6,11", "5,1", "6,11", "文件不存在.",
+         "参数过长 - "},
+    };
+    std::vector<Loader_Case> cases;
+    for (const auto& row : table) {
+        const std::string file = row.file;
+        const std::string list = file.substr(0, file.find('.'));
+        Loader_Case c;
+        c.file = row.file;
+        c.load = row.load;
+        c.line = row.line;
+        c.other_line = row.other_line;
+        c.open_failed = "r [J:\\Talwen\\Config\\FA\\" + file + "] " + row.open_failed;
+        c.too_long = std::string("r ") + row.too_long + "[文件行:Z:\\FA\\" + file +
+                     ":3][代码行:FILE_GET_ALL_" + list + ":#]";
+        c.state = [list] { return listed(list); };
+        c.loaded = row.loaded;
+        c.other_loaded = row.other_loaded;
+        cases.push_back(c);
+    }
+    cases.back().says = {"g S5,F1\tGET SPOOLING"};
+    cases.back().longest = 1022;
+    cases.back().without_file = true;
+    return cases;
 }
 
 std::vector<Loader_Case> loader_cases() {
@@ -95,6 +142,8 @@ class Loader_Test : public Config_Test, public testing::WithParamInterface<Loade
     bool load() { return (fa.*c.load)(); }
 };
 
+class Refusing_Loader_Test : public Loader_Test {};
+
 }  // namespace
 
 TEST_P(Loader_Test, ReadsThePrimaryFileAndNotTheFallback) {
@@ -102,7 +151,7 @@ TEST_P(Loader_Test, ReadsThePrimaryFileAndNotTheFallback) {
     write(fallback_file, c.other_line + "\n");
     EXPECT_TRUE(load());
     EXPECT_EQ(c.state(), c.loaded);
-    EXPECT_EQ(printed(), Texts{});
+    EXPECT_EQ(printed(), c.says);
     EXPECT_TRUE(sim::open_files().empty());
 }
 
@@ -112,8 +161,8 @@ TEST_P(Loader_Test, ReadsTheFallbackWhenThereIsNoPrimaryFile) {
     EXPECT_EQ(c.state(), c.other_loaded);
 }
 
-TEST_P(Loader_Test, FailsWithoutAnyFile) {
-    EXPECT_FALSE(load());
+TEST_P(Loader_Test, SaysWhatIsMissingWithoutAnyFile) {
+    EXPECT_EQ(load(), c.without_file);
     EXPECT_EQ(c.state(), c.nothing);
     EXPECT_EQ(printed(), Texts{c.open_failed});
 }
@@ -129,37 +178,39 @@ TEST_P(Loader_Test, LoadsWhatIsThereHoweverItsLinesEnd) {
         {c.line + "\r\n", c.loaded},  // CRLF
         {" \t" + c.line + " \t\r\n", c.loaded},
         {"#x\n\n" + c.line + "\n\n#y", c.loaded},
-        {"#" + std::string(3000, '-') + "\n" + c.line + "\n", c.loaded},     // a comment may be of any length
-        {c.line + std::string(1023 - c.line.size(), ' ') + "\n", c.loaded},  // fills the buffer
-        {c.line + std::string(1023 - c.line.size(), ' ') + "\r\n", c.loaded},  // not counting its end
+        {"#" + std::string(3000, '-') + "\n" + c.line + "\n", c.loaded},  // a comment may be of any length
+        {c.line + std::string(c.longest - c.line.size(), ' ') + "\n", c.loaded},
+        {c.line + std::string(c.longest - c.line.size(), ' ') + "\r\n", c.loaded},  // not counting its end
     };
     for (const auto& row : table) {
         SCOPED_TRACE(row.bytes.substr(0, 80));
-        Talwen::SVID_List.clear();
-        Talwen::RVID_List.clear();
-        Talwen::ECID_List.clear();
+        forget_tables();
         sim::machine().set_fa("T3", 0);
         write(primary_file, row.bytes);
         EXPECT_TRUE(load());
         EXPECT_EQ(c.state(), row.state);
-        EXPECT_EQ(printed(), Texts{});
+        EXPECT_EQ(printed(), row.state == c.loaded ? c.says : Texts{});
         EXPECT_TRUE(sim::open_files().empty());
     }
 }
 
 TEST_P(Loader_Test, EndsAtALineThatIsTooLong) {
-    for (const std::size_t length : {1024U, 1025U, 1100U, 5000U}) {
+    for (const std::size_t length :
+         {c.longest + 1, std::size_t{1024}, std::size_t{1025}, std::size_t{1100}, std::size_t{5000}}) {
         SCOPED_TRACE(length);
+        forget_tables();
         write(primary_file, "# head\n" + c.line + "\n" + c.other_line +
                                 std::string(length - c.other_line.size(), ' ') + "\n" + c.other_line);
         EXPECT_FALSE(load());
         EXPECT_EQ(c.state(), c.loaded);
-        EXPECT_EQ(printed(), Texts{c.too_long});
+        Texts texts = c.says;
+        texts.push_back(c.too_long);
+        EXPECT_EQ(printed(), texts);
         EXPECT_TRUE(sim::open_files().empty());
     }
 }
 
-TEST_P(Loader_Test, EndsAtALineItDoesNotKnowAndLeavesTheFileOpen) {
+TEST_P(Refusing_Loader_Test, EndsAtALineItDoesNotKnowAndLeavesTheFileOpen) {
     write(primary_file, "\n" + c.line + "\n#\n" + c.refused + "\n" + c.other_line + "\n");
     EXPECT_FALSE(load());
     EXPECT_EQ(c.state(), c.loaded);
@@ -167,7 +218,12 @@ TEST_P(Loader_Test, EndsAtALineItDoesNotKnowAndLeavesTheFileOpen) {
     EXPECT_EQ(sim::open_files(), Texts{"Z:\\FA\\" + std::string(c.file)});
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Loader_Test, testing::ValuesIn(loader_cases()),
-                         [](const auto& test) { return std::string(test.param.file, 4); });
+std::string name_of(const testing::TestParamInfo<Loader_Case>& test) {
+    return std::string(test.param.file, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Loader_Test, testing::ValuesIn(loader_cases()), name_of);
+INSTANTIATE_TEST_SUITE_P(Definitions, Loader_Test, testing::ValuesIn(definition_cases()), name_of);
+INSTANTIATE_TEST_SUITE_P(Files, Refusing_Loader_Test, testing::ValuesIn(loader_cases()), name_of);
 
 }  // namespace fa_test

@@ -230,26 +230,12 @@ TEST_F(Settings_File_Test, WritesTheNewerLayoutOverWhatWasThere) {
 
 TEST_F(Settings_File_Test, WritesAWordForEveryValue) {
     const struct {
-        const char* value;
-        Texts older;  // connection, control, link test, enable
-        Texts newer;  // the same and the method
+        const char *value, *connection, *control, *switches;
     } table[] = {
-        {"0",
-         {"CONN_MODE     PASSIVE", "COMM_CTRL     OFFLINE", "LINK_TEST     DISABLE", "COMM_ENABLE   DISABLE"},
-         {"COMM_TRY      PASSIVE", "COMM_CTRL     OFFLINE", "LINK_TEST     DISABLE", "COMM_ENABLE   DISABLE",
-          "COMM_METHOD   HSMS"}},
-        {"1",
-         {"CONN_MODE     ACTIVE", "COMM_CTRL     LOCAL", "LINK_TEST     ENABLE", "COMM_ENABLE   ENABLE"},
-         {"COMM_TRY      ACTIVE", "COMM_CTRL     LOCAL", "LINK_TEST     ENABLE", "COMM_ENABLE   ENABLE",
-          "COMM_METHOD   HSMS"}},
-        {"2",
-         {"CONN_MODE     PASSIVE", "COMM_CTRL     REMOTE", "LINK_TEST     DISABLE", "COMM_ENABLE   DISABLE"},
-         {"COMM_TRY      PASSIVE", "COMM_CTRL     REMOTE", "LINK_TEST     DISABLE", "COMM_ENABLE   DISABLE",
-          "COMM_METHOD   HSMS"}},
-        {"-1",
-         {"CONN_MODE     PASSIVE", "COMM_CTRL     LOCAL", "LINK_TEST     DISABLE", "COMM_ENABLE   DISABLE"},
-         {"COMM_TRY      PASSIVE", "COMM_CTRL     LOCAL", "LINK_TEST     DISABLE", "COMM_ENABLE   DISABLE",
-          "COMM_METHOD   HSMS"}},
+        {"0", "PASSIVE", "OFFLINE", "DISABLE"},
+        {"1", "ACTIVE", "LOCAL", "ENABLE"},
+        {"2", "PASSIVE", "REMOTE", "DISABLE"},
+        {"-1", "PASSIVE", "LOCAL", "DISABLE"},
     };
     for (const auto& row : table) {
         for (const bool newer : {false, true}) {
@@ -258,9 +244,11 @@ TEST_F(Settings_File_Test, WritesAWordForEveryValue) {
             Talwen::Comm_New_Version = newer;
             ASSERT_TRUE(fa.FILE_SAVE_SYSTEM_SETUP());
             const std::string bytes = read("Z/FA/FA_SAVE.inf");
-            std::string end;
-            for (const std::string& line : newer ? row.newer : row.older) end += line + "\n";
-            EXPECT_TRUE(bytes.ends_with("\n" + end)) << bytes;
+            const std::string end = std::string(newer ? "\nCOMM_TRY      " : "\nCONN_MODE     ") +
+                                    row.connection + "\nCOMM_CTRL     " + row.control + "\nLINK_TEST     " +
+                                    row.switches + "\nCOMM_ENABLE   " + row.switches +
+                                    (newer ? "\nCOMM_METHOD   HSMS\n" : "\n");
+            EXPECT_TRUE(bytes.ends_with(end)) << bytes;
         }
     }
 }

@@ -1,4 +1,3 @@
-#include <chrono>
 #include <map>
 
 #include "config_fixture.h"
@@ -142,21 +141,6 @@ TEST_F(Variable_Files_Test, NamesThePrimaryFileOfTheConstantsWhateverItRead) {
     write("J/Talwen/Config/FA/ECID.cfg", std::string(1024, 'x'));
     EXPECT_FALSE(fa.FILE_GET_ALL_ECID());
     EXPECT_EQ(printed(), Texts{"r Parameter Too Long - [Z:\\FA\\ECID.cfg]-[Line:1]"});
-}
-
-TEST_F(Variable_Files_Test, LoadsTenThousandRowsQuickly) {
-    std::string bytes;
-    for (int i = 0; i < 10000; ++i)
-        bytes +=
-            std::to_string(i) + " Temp F4 1 Variable_" + std::to_string(i) + " \"A variable of the tool\"\n";
-    write("Z/FA/SVID.cfg", bytes);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(fa.FILE_GET_ALL_SVID());
-    const auto spent = std::chrono::steady_clock::now() - start;
-    EXPECT_EQ(Talwen::SVID_List.size(), 10000U);
-    RecordProperty("ms", static_cast<int>(spent / std::chrono::milliseconds(1)));
-    // Generous: it guards against an order of growth, not a figure. Sanitizers cost a factor of ten.
-    EXPECT_LT(spent, std::chrono::seconds(5));
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #include "fa/config/variable_tables.h"
 
+#include <cstdio>
 #include <string>
 
 #include "config_fixture.h"
@@ -21,28 +22,14 @@ class Variable_Tables_Test : public Config_Test {
 
 TEST_F(Variable_Tables_Test, AddsRecords) {
     add("5&1&1&100&-0.5&2&Gas flow|6&0&2&&&&|7&1&0&3&-1&0&a&b");
-    ASSERT_EQ(Talwen::SVID_List.size(), 3U);
-
-    Talwen::SVID_STRU* record = nullptr;
-    ASSERT_TRUE(fa.QFA_Get_SVID_Stru(5, &record));
-    EXPECT_EQ(record->id, 5);
-    EXPECT_EQ(record->point, 1);
-    EXPECT_EQ(record->io_type, Talwen::IO_ANALOG);
-    EXPECT_EQ(record->max, 100.0);
-    EXPECT_EQ(record->min, -0.5);
-    EXPECT_EQ(record->dev, 2);
-    EXPECT_EQ(record->sv_name, "Flow");
-    EXPECT_EQ(record->unit, "-");
-    EXPECT_EQ(record->description, "Gas flow");
-
-    ASSERT_TRUE(fa.QFA_Get_SVID_Stru(6, &record));
-    EXPECT_EQ(record->sv_name, "Lot");
-    EXPECT_EQ(record->max, 0.0);
-    EXPECT_EQ(record->description, "");
-
-    ASSERT_TRUE(fa.QFA_Get_SVID_Stru(7, &record));
-    EXPECT_EQ(record->sv_name, "Valve");
-    EXPECT_EQ(record->description, "a&b");
+    std::string all;
+    for (const auto& [id, r] : Talwen::SVID_List) {
+        char numbers[100];
+        std::snprintf(numbers, sizeof numbers, "%d=%d %d %d %g %g %d ", id, r.id, r.point,
+                      static_cast<int>(r.io_type), r.max, r.min, r.dev);
+        all += numbers + r.sv_name + ' ' + r.unit + ' ' + r.description + '|';
+    }
+    EXPECT_EQ(all, "5=5 1 1 100 -0.5 2 Flow - Gas flow|6=6 0 2 0 0 0 Lot - |7=7 1 0 3 -1 0 Valve - a&b|");
 }
 
 TEST_F(Variable_Tables_Test, ALaterRecordReplacesOneOfItsId) {

@@ -2,15 +2,14 @@
 #include <filesystem>
 #include <unistd.h>
 
-#include "fa/secs/message_queue.h"
+#include "event_fixture.h"
 #include "sim/file_layer.h"
-#include "support/module_fixture.h"
 
 namespace {
 
 using namespace Talwen;
 
-class Request : public fake::ModuleFixture {
+class Request : public fake::EventFixture {
   protected:
     static std::vector<std::string> queued() {
         std::vector<std::string> names;
@@ -36,7 +35,8 @@ TEST_F(Request, WhileCommunicationIsDisabled) {
     };
     for (const DisabledCase& c : cases) {
         SCOPED_TRACE(c.text);
-        start_over();
+        begin();
+        set_states("Comm_Enable=0 fa:Enable=0");
         Comm_New_Version = c.new_version;
         sim::machine().set_fa("LinkMD", c.link_before);
         module->QProgram_Event_Code(c.text);
@@ -59,7 +59,7 @@ struct EnabledCase {
 TEST_F(Request, WhileCommunicationIsEnabled) {
     const EnabledCase cases[] = {
         {"REQUEST_LOCAL", 1, 3, {"S1F13"}},
-        {"REQUEST_REMOTE", 2, 4, {"S1F13"}},  // S2F17 has no builder in this version
+        {"REQUEST_REMOTE", 2, 4, {"S1F13", "S2F17"}},
         {"REQUEST_OFFLINE", 0, 0, {}},
         {"REQUEST_ENABLE", 9, 9, {}},
         {"REQUEST_DISABLE", 9, 9, {}},
@@ -71,7 +71,7 @@ TEST_F(Request, WhileCommunicationIsEnabled) {
     for (const bool new_version : {true, false}) {
         for (const EnabledCase& c : cases) {
             SCOPED_TRACE(c.text);
-            start_over();
+            begin();
             Comm_New_Version = new_version;
             set_states("Comm_Enable=1 fa:Enable=1 fa:CtrlMD=9 Control_State=9 fa:LinkMD=1");
             module->QProgram_Event_Code(c.text);

@@ -1,0 +1,196 @@
+// Reports, collection events and traces as the host defines them, and the operator's terminal messages.
+//
+// The host redefines them on the driver's callback thread while events are raised and traces run on other
+// threads. What a lookup hands out is a shared record that its reader keeps alive; a change of links puts a
+// new record in the old one's place. So no lock is held while a report is built, and a controller operation
+// that calls back into the module finds none.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace Talwen {
+
+/// A field that changes in its place while others read it: an atomic value that copies with its record.
+template <class Value>
+class Shared_Value {
+  public:
+    Shared_Value(Value value = {}) : value_(value) {}
+    Shared_Value(const Shared_Value& other) : value_(other.value_.load()) {}
+    Shared_Value& operator=(const Shared_Value& other) {
+        value_ = other.value_.load();
+        return *this;
+    }
+    operator Value() const { return value_; }
+
+  private:
+    std::atomic<Value> value_;
+};
+
+/// A report: the variables it carries.
+struct RPTID_STRU {
+    int DATAID = 0;  ///< of the message that defined it, or the file's
+    int RPTID = 0;
+    std::string description;   ///< without double quotes
+    std::vector<int> LINKVID;  ///< RVIDs in report order, each once when from the file
+};
+
+/// A collection event: the reports it sends.
+struct CEID_STRU {
+    int DATAID = 0;  ///< of the message that defined it, or the file's
+    int CEID = 0;
+    Shared_Value<bool> enable;  ///< its report is sent; true from the file, false from the host
+    std::string event_name;
+    std::string description;     ///< without double quotes
+    std::vector<int> LINKRPTID;  ///< RPTIDs in order, each once when from the file
+};
+
+/// A trace: status variables sampled at a fixed period.
+struct TRID_STRU {
+    int TRID = 0;
+    std::string DSPER;               ///< period as text, HHMMSS
+    int period = 0;                  ///< milliseconds
+    int TOTSMP = 0;                  ///< samples to take in all
+    Shared_Value<int> sample_count;  ///< samples taken so far
+    Shared_Value<int> elapsed;       ///< milliseconds towards the next sample
+    int REPGSZ = 0;                  ///< samples in one report: carried, every sample is sent by itself
+    std::string description;         ///< without double quotes
+    std::vector<int> LINKSVID;       ///< SVIDs in order, each once when from the file
+};
+
+/// A text for the operator.
+struct TMSG_STRU {
+    int TID = 0;
+    std::string TMESSAGE;
+};
+
+/// Records in insertion order, each number once. Every operation holds the list's mutex for its whole run and
+/// calls nothing outside under it. Any thread.
+template <class Record>
+class Definition_List {
+  public:
+    using Pointer = std::shared_ptr<Record>;
+
+    explicit Definition_List(int Record::*number) : number_(number) {}
+
+    /// The record with that number, or null. It stays good for as long as the pointer is kept, also when the
+    /// list has changed since.
+    Pointer find(int number) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = by_number_.find(number);
+        return found != by_number_.end() ? found->second : nullptr;
+    }
+
+    /// False, and no change, when the number is there already.
+    bool append(Record record) {
+        auto pointer = std::make_shared<Record>(std::move(record));
+        const std::lock_guard lock(mutex_);
+        return put_last(std::move(pointer));
+    }
+
+    /// Takes the place of an earlier record of its number, at the end of the list.
+    void append_or_replace(Record record) {
+        auto pointer = std::make_shared<Record>(std::move(record));
+        const std::lock_guard lock(mutex_);
+        const int number = (*pointer).*number_;
+        drop_if([&](const Record& other) { return other.*number_ == number; });
+        put_last(std::move(pointer));
+    }
+
+    template <class Condition>
+    void remove_if(Condition condition) {
+        const std::lock_guard lock(mutex_);
+        drop_if(condition);
+    }
+
+    void remove(int number) {
+        const std::lock_guard lock(mutex_);
+        if (by_number_.count(number) != 0)
+            drop_if([&](const Record& record) { return record.*number_ == number; });
+    }
+
+    /// Puts a changed copy in the place of each record that fulfils the condition.
+    template <class Condition, class Change>
+    void replace_if(Condition condition, Change change) {
+        const std::lock_guard lock(mutex_);
+        for (Pointer& place : records_) {
+            if (!condition(std::as_const(*place))) continue;
+            auto changed = std::make_shared<Record>(*place);
+            change(*changed);
+            by_number_[(*changed).*number_] = changed;
+            place = std::move(changed);
+        }
+    }
+
+    /// Changes a field that may change in its place (Shared_Value) in every record.
+    template <class Change>
+    void for_each(Change change) {
+        const std::lock_guard lock(mutex_);
+        for (const Pointer& record : records_) change(*record);
+    }
+
+    /// The same in each record of these numbers. False, and no change, when one of them is unknown.
+    template <class Change>
+    bool change_all_of(const std::vector<int>& numbers, Change change) {
+        const std::lock_guard lock(mutex_);
+        for (const int number : numbers)
+            if (by_number_.count(number) == 0) return false;
+        for (const int number : numbers) change(*by_number_.at(number));
+        return true;
+    }
+
+    /// All records as they stand now, in order.
+    std::vector<Pointer> all() const {
+        const std::lock_guard lock(mutex_);
+        return records_;
+    }
+
+    std::size_t size() const {
+        const std::lock_guard lock(mutex_);
+        return records_.size();
+    }
+
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        records_.clear();
+        by_number_.clear();
+    }
+
+  private:
+    bool put_last(Pointer record) {
+        if (!by_number_.try_emplace((*record).*number_, record).second) return false;
+        records_.push_back(std::move(record));
+        return true;
+    }
+
+    template <class Condition>
+    void drop_if(Condition condition) {
+        std::erase_if(records_, [&](const Pointer& record) {
+            if (!condition(std::as_const(*record))) return false;
+            by_number_.erase((*record).*number_);
+            return true;
+        });
+    }
+
+    int Record::*number_;
+    mutable std::mutex mutex_;
+    std::vector<Pointer> records_;
+    std::unordered_map<int, Pointer> by_number_;
+};
+
+// One each for the module. The module's own readers use find() and all() of these; the operations of BC_FA
+// are for the controller and for changes.
+extern Definition_List<RPTID_STRU>& RPTID_List;
+extern Definition_List<CEID_STRU>& CEID_List;
+extern Definition_List<TRID_STRU>& TRID_List;
+/// Ascending by TID. Filled before the threads start, only read afterwards.
+extern std::map<int, TMSG_STRU>& TMSG_List;
+
+}  // namespace Talwen

@@ -1,0 +1,49 @@
+// SPOOLING.inf: the primaries that the host lets the equipment spool.
+#include <cstdio>
+#include <string>
+
+#include "fa/config/config_file.h"
+#include "fa/framework/qprint.h"
+#include "fa/module/bc_fa.h"
+#include "fa/secs/spool_table.h"
+
+namespace Talwen {
+
+bool BC_FA::FILE_GET_ALL_SPOOLING() {
+    QFA_Clear_Spool_Table();
+    Config_Lines lines(Config_Read_Path("SPOOLING.inf"));
+    if (!lines.opened()) {
+        QPrint_Red(Print_Tag, "[%s] 文件不存在.", lines.path());
+        return true;  // no file, nothing to spool
+    }
+    while (lines.next()) {
+        // 1023 bytes would fit, and the definition loaders take them; here they are too long, on purpose.
+        if (lines.length() >= 1023) {
+            QPrint_Red(Print_Tag, "参数过长 - %s", lines.place("FILE_GET_ALL_SPOOLING", __LINE__).c_str());
+            return false;
+        }
+        std::string stream, function;
+        Config_Split(lines.text(), ',', {&stream, &function});
+        const int s = Config_Int(stream);
+        const int f = Config_Int(function);
+        QFA_Set_Spool_Enable(s, f, true);
+        QPrint_Green(Print_Tag, "S%d,F%d\tGET SPOOLING", s, f);
+    }
+    return true;
+}
+
+bool BC_FA::FILE_SAVE_ALL_SPOOLING() {
+    Config_Output out(*this, "SPOOLING.inf", "[%s] 文件保存失败!");
+    if (!out.opened()) return false;
+    std::fputs("#Sx,Fx\n", out.file());
+    for (int s = 0; s < Spool_Streams; ++s) {
+        for (int f = 0; f < Spool_Functions; ++f) {
+            if (!QFA_Get_Spool_Enable(s, f)) continue;
+            std::fprintf(out.file(), "%d,%d\n", s, f);
+            QPrint_Green(Print_Tag, "S%d,F%d\tSET SPOOLING", s, f);
+        }
+    }
+    return out.close();
+}
+
+}  // namespace Talwen

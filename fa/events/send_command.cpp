@@ -1,0 +1,79 @@
+#include <string>
+
+#include "fa/config/alarm_table.h"
+#include "fa/config/config_file.h"
+#include "fa/events/event_command.h"
+#include "fa/framework/qstr.h"
+#include "fa/module/bc_fa.h"
+#include "fa/secs/link_names.h"
+#include "fa/secs/message_queue.h"
+#include "fa/secs/secs_driver.h"
+#include "fa/secs/spool_table.h"
+
+namespace Talwen {
+
+namespace {
+
+constexpr unsigned char alarm_set = 128;  // ALCD: the alarm is set, not cleared
+
+/// Queues S5F1 of an alarm that was set or cleared: one byte of ALCD, the ALID, the text.
+void send_alarm(BC_FA& fa, const Event_Command& command, bool set) {
+    const int alid = Config_Int(command.arguments);
+    ALID_STRU* alarm = nullptr;
+    if (!fa.QFA_Get_ALID_Stru(alid, &alarm)) {
+        // An unknown alarm that is cleared goes without a line, on purpose.
+        if (set) OnlineLog("%s , AlarmID 未识别 , 不能向主机端传送!", "Talwen::BC_FA::QProgram_Event_Code");
+        return;
+    }
+    if (!alarm->enable) return;
+    const unsigned char alcd = set ? (alarm->ALCD |= alarm_set) : (alarm->ALCD &= 127);
+    // A code of 0 is a text of one NUL byte, not an empty one, so the queue keeps it in its place.
+    std::string code(1, static_cast<char>(alcd));
+    std::string number = std::to_string(alid);
+    char buffer[512] = "";
+    fa.QAlarm_Get_Text_Full(alarm->index, buffer);
+    std::string text = buffer;
+    QFA_Message_PushBack(5, 1, &code, &number, &text, nullptr, nullptr);
+}
+
+/// Off-line nothing but an S1F13 goes out; only with the newer settings does one come as far as here, since
+/// the older ones refuse every SEND while off-line. Without communication only what may be spooled is queued.
+bool may_queue(BC_FA& fa, unsigned char stream, unsigned char function) {
+    const bool on_line = fa.QFA_Get_CtrlMD() >= FA_Ctrl_OnLocal;
+    if (fa.QFA_Get_LinkMD() == FA_Link_Commu) return on_line || (stream == 1 && function == 13);
+    return on_line && QFA_Get_Spool_Enable(stream, function);
+}
+
+/// SxxFyy|parameter,parameter ...
+void send_primary(BC_FA& fa, const Event_Command& command) {
+    if (fa.QFA_Get_LinkMD() == FA_Link_Disabled) return;
+    std::string name;
+    std::string parameters;
+    Split_Fields(command.arguments, '|', {&name, &parameters});
+    unsigned char stream = 0;
+    unsigned char function = 0;
+    if (!QStr_Check_SxxFxx(name.c_str(), &stream, &function) || !QFA_Is_Spool_Candidate(stream, function)) {
+        fa.QSystem_Log(LOG_NORMAL, "消息: %s 不支持!", command.text);
+        return;
+    }
+    if (!may_queue(fa, stream, function)) {
+        Log_Refused_Command(fa, command);
+        return;
+    }
+    std::string p[5];
+    Split_Fields(parameters, ',', {&p[0], &p[1], &p[2], &p[3], &p[4]});
+    QFA_Message_PushBack(stream, function, &p[0], &p[1], &p[2], &p[3], &p[4]);
+}
+
+}  // namespace
+
+void Run_Send_Command(BC_FA& fa, const Event_Command& command) {
+    if (command.is("ALARM_POST"))
+        send_alarm(fa, command, true);
+    else if (command.is("ALARM_CLEAR"))
+        send_alarm(fa, command, false);
+    else if (command.is("PRIMIRY"))  // spelled so by the controller
+        send_primary(fa, command);
+}
+
+}  // namespace Talwen

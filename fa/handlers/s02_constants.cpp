@@ -1,0 +1,253 @@
+// Stream 2: equipment constants - request, new values, namelist (SEMI E5). A constant's value is the value of
+// the IO point that it is bound to.
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+#include "fa/config/variable_tables.h"
+#include "fa/handlers/handler_support.h"
+#include "fa/module/bc_fa.h"
+#include "fa/secs/secs_driver.h"
+
+namespace Talwen {
+
+namespace {
+
+/// What differs between the constants on digital, analog and string points, in the order of IO_TYPE.
+struct Point_Family {
+    int (QSeqCon::*count)();
+    const char* name;         ///< in the logs
+    const char* request_end;  ///< end of S2F13's log
+    const char* send_blank;   ///< in front of the code line of S2F15's logs
+    const char* formats;      ///< of an ECV, as S2F15's log names them
+};
+constexpr Point_Family families[] = {
+    {&QSeqCon::QSystem_Get_Digital_Count, "DIO", "", "", "A/I1/I2/I4/U1/U2/U4"},
+    {&QSeqCon::QSystem_Get_Analog_Count, "AIO", "", " ", "A/F4/F8"},
+    {&QSeqCon::QSystem_Get_String_Count, "SIO", ".", " ", "A"},
+};
+
+/// Null for an IO type that constants do not have.
+const Point_Family* family_of(const ECID_STRU& record) {
+    const auto type = static_cast<std::size_t>(record.io_type);
+    return type < std::size(families) ? &families[type] : nullptr;
+}
+
+bool has_point(BC_FA& fa, const ECID_STRU& record, const Point_Family& family) {
+    return record.point >= 0 && record.point < (fa.*family.count)();
+}
+
+std::vector<int> every_ecid() {
+    std::vector<int> ecids;
+    ecids.reserve(ECID_List.size());
+    for (const auto& [ecid, record] : ECID_List) ecids.push_back(ecid);
+    return ecids;
+}
+
+/// The ECID as S2F13 takes it: one byte of whatever is sent, and two of a U1. Hosts live with ECIDs up to 255
+/// and nothing is refused here; do not make it Read_Identifier.
+int low_byte_ecid(const _SECS_ITEM& item) {
+    const auto byte = [&item](int i) { return static_cast<int>(static_cast<unsigned char>(item.value[i])); };
+    return item.format == SECS_FORMAT_U1 ? byte(0) + byte(1) * 256 : byte(0);
+}
+
+/// One ECV of S2F14.
+_SECS_ITEM* constant_value(BC_FA& fa, int ecid) {
+    ECID_STRU* record = nullptr;
+    if (!fa.QFA_Get_ECID_Stru(ecid, &record)) {
+        OnlineLog("ECID:%d 未识别.[代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F13"));
+        return Placeholder_Item();
+    }
+    const Point_Family* family = family_of(*record);
+    const char* name = record->sv_name.c_str();
+    if (family == nullptr) {
+        OnlineLog("ECID:%d [IO:%s:%d] IOType:%d 未识别 , ECV 返回\"-\".[代码行:%s:%d].", ecid, name,
+                  record->point, record->io_type, FA_CODE_LINE("reply_S02F13"));
+        return Placeholder_Item();
+    }
+    if (!has_point(fa, *record, *family)) {
+        OnlineLog("ECID:%d [%s %s:%d] 未识别 , ECV 返回\"-\".[代码行:%s:%d]%s", ecid, family->name, name,
+                  record->point, FA_CODE_LINE("reply_S02F13"), family->request_end);
+        return Placeholder_Item();
+    }
+    switch (record->io_type) {
+        case IO_DIGITAL: return SecsCreateItemI4(fa.QDigital_Read(record->point));
+        case IO_ANALOG: return SecsCreateItemF4(static_cast<float>(fa.QAnalog_Read(record->point)));
+        default: return SecsCreateItemAscii(fa.QString_Read(record->point));
+    }
+}
+
+/// A pair of S2F15 that has passed its checks.
+struct New_Constant {
+    const ECID_STRU* record = nullptr;
+    double number = 0;  ///< of a digital or analog point
+    const char* text = nullptr;
+};
+
+/// What the checks of a pair give: the EAC, or no answer at all.
+enum class Verdict : unsigned char { accepted = 0, unknown = 1, refused = 3, malformed = 255 };
+
+template <class Float>
+double first_float(const _SECS_ITEM& item) {
+    Float value;
+    std::memcpy(&value, item.value, sizeof value);
+    return static_cast<double>(value);
+}
+
+/// Reads the ECV for a point of that type; false for a format that it does not take.
+bool read_ecv(IO_TYPE type, const _SECS_ITEM& ecv, New_Constant& constant) {
+    if (type == IO_DIGITAL) {
+        int value = 0;
+        const bool eight_bytes = ecv.format == SECS_FORMAT_U8 || ecv.format == SECS_FORMAT_I8;
+        if (eight_bytes || !Read_Identifier(ecv, &value)) return false;
+        constant.number = value;
+        return true;
+    }
+    if (ecv.format == SECS_FORMAT_A) {
+        constant.text = Item_Text(ecv);
+        if (type == IO_ANALOG) constant.number = std::strtod(constant.text, nullptr);
+        return true;
+    }
+    if (type == IO_STRING || (ecv.format != SECS_FORMAT_F4 && ecv.format != SECS_FORMAT_F8)) return false;
+    constant.number = ecv.format == SECS_FORMAT_F4 ? first_float<float>(ecv) : first_float<double>(ecv);
+    return true;
+}
+
+Verdict check_pair(BC_FA& fa, const _SECS_ITEM& pair, int position, New_Constant& constant) {
+    if (pair.format != SECS_FORMAT_L || pair.count != 2) {
+        OnlineLog("p_item1[%d] 格式错误 , 必须是 L2.[代码行:%s:%d]", position, FA_CODE_LINE("reply_S02F15"));
+        return Verdict::malformed;
+    }
+    int ecid = 0;
+    if (!Read_Identifier(*pair.children[0], &ecid)) {
+        OnlineLog("ECID 格式错误 , 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S02F15"));
+        return Verdict::malformed;
+    }
+    ECID_STRU* record = nullptr;
+    if (!fa.QFA_Get_ECID_Stru(ecid, &record)) {
+        OnlineLog("ECID:%d 未识别.[代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F15"));
+        return Verdict::unknown;
+    }
+    constant.record = record;
+    const Point_Family* family = family_of(*record);
+    const char* name = record->sv_name.c_str();
+    if (family == nullptr) {
+        OnlineLog("ECID:%d [SIO %s:%d] IOType:%d 未识别 , 必须是 ASCII. [代码行:%s:%d]", ecid, name,
+                  record->point, record->io_type, FA_CODE_LINE("reply_S02F15"));
+        return Verdict::unknown;
+    }
+    if (!has_point(fa, *record, *family)) {
+        OnlineLog("ECID:%d [%s %s:%d] IO未识别.%s[代码行:%s:%d]", ecid, family->name, name, record->point,
+                  family->send_blank, FA_CODE_LINE("reply_S02F15"));
+        return Verdict::unknown;
+    }
+    if (!read_ecv(record->io_type, *pair.children[1], constant)) {
+        OnlineLog("ECID:%d [%s %s:%d] ECV 格式错误 , 必须是 %s.%s[代码行:%s:%d]", ecid, family->name, name,
+                  record->point, family->formats, family->send_blank, FA_CODE_LINE("reply_S02F15"));
+        return Verdict::malformed;
+    }
+    // With a proper range this refuses nothing; only a single-point or an inverted range refuses values, and
+    // limits of 0 and 0 refuse exactly 0. Equipment is set up for it: do not turn it into a range test.
+    if (record->io_type != IO_STRING && record->min >= constant.number && constant.number >= record->max) {
+        OnlineLog("ECID:%d [%s %s:%d] ECV 值超限 , 定义范围:[%g,%g]. [代码行:%s:%d]", ecid, family->name,
+                  name, record->point, record->min, record->max, FA_CODE_LINE("reply_S02F15"));
+        return Verdict::refused;
+    }
+    return Verdict::accepted;
+}
+
+void write_constant(BC_FA& fa, const New_Constant& constant) {
+    const int point = constant.record->point;
+    switch (constant.record->io_type) {
+        case IO_DIGITAL: fa.QDigital_Write(point, static_cast<int>(constant.number)); break;
+        case IO_ANALOG: fa.QAnalog_Write(point, constant.number); break;
+        default: fa.QString_Write(point, constant.text); break;
+    }
+}
+
+/// A limit cut to an integer; the smallest one stands for what an int cannot hold.
+int cut(double limit) {
+    return limit > INT_MIN - 1.0 && limit < INT_MAX + 1.0 ? static_cast<int>(limit) : INT_MIN;
+}
+
+/// One item of S2F30.
+_SECS_ITEM* constant_description(BC_FA& fa, int ecid) {
+    _SECS_ITEM* entry = SecsCreateItemList(6);
+    ECID_STRU* record = nullptr;
+    if (!fa.QFA_Get_ECID_Stru(ecid, &record)) {
+        OnlineLog("ECID:%d 未识别. [代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F29"));
+        return entry;
+    }
+    if (record->io_type != IO_DIGITAL && record->io_type != IO_ANALOG) {
+        OnlineLog("ECID:%d IOType:%d 未识别. [代码行:%s:%d]", ecid, record->io_type,
+                  FA_CODE_LINE("reply_S02F29"));
+        return entry;
+    }
+    // The reverse of S2F13's test, and meant so: a constant whose point is there is answered with L[0]; one
+    // whose index lies past the points is described, with what the controller reads there (0).
+    const int point = record->point;
+    if (point < 0 || has_point(fa, *record, *family_of(*record))) return entry;
+    SecsListItemAppend(entry, SecsCreateItemU4(static_cast<unsigned int>(ecid)));
+    SecsListItemAppend(entry, SecsCreateItemAscii(record->sv_name.c_str()));
+    if (record->io_type == IO_DIGITAL) {
+        for (const int number : {cut(record->min), cut(record->max), fa.QDigital_Read(point)})
+            SecsListItemAppend(entry, SecsCreateItemI4(number));
+    } else {
+        for (const double number : {record->min, record->max, fa.QAnalog_Read(point)})
+            SecsListItemAppend(entry, SecsCreateItemF4(static_cast<float>(number)));
+    }
+    SecsListItemAppend(entry, SecsCreateItemAscii(record->unit.c_str()));
+    return entry;
+}
+
+}  // namespace
+
+unsigned long BC_FA::reply_S02F13(void* handle, _SECS_ITEM* item, unsigned long msgid) {
+    if (item->format != SECS_FORMAT_L) {
+        OnlineLog("消息头格式错误 , 必须是 L.[代码行:%s:%d]", FA_CODE_LINE("reply_S02F13"));
+        return Format_Error;
+    }
+    std::vector<int> ecids(static_cast<std::size_t>(item->count));
+    for (std::size_t i = 0; i < ecids.size(); ++i) ecids[i] = low_byte_ecid(*item->children[i]);
+    if (ecids.empty()) ecids = every_ecid();
+    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(ecids.size()));
+    for (const int ecid : ecids) SecsListItemAppend(root, constant_value(*this, ecid));
+    return Reply_And_Log(handle, 2, 14, root, msgid);
+}
+
+unsigned long BC_FA::reply_S02F15(void* handle, _SECS_ITEM* item, unsigned long msgid) {
+    if (item->format != SECS_FORMAT_L) {
+        OnlineLog("消息头格式错误 , 必须是 L.[代码行:%s:%d]", FA_CODE_LINE("reply_S02F15"));
+        return Format_Error;
+    }
+    // All pairs are checked before the first point is written.
+    std::vector<New_Constant> constants(static_cast<std::size_t>(item->count));
+    Verdict verdict = Verdict::accepted;
+    for (int i = 0; i < item->count && verdict == Verdict::accepted; ++i)
+        verdict = check_pair(*this, *item->children[i], i, constants[static_cast<std::size_t>(i)]);
+    if (verdict == Verdict::malformed) return Format_Error;
+    if (verdict == Verdict::accepted)
+        for (const New_Constant& constant : constants) write_constant(*this, constant);
+    return Reply_And_Log(handle, 2, 16, Acknowledge_Item(static_cast<unsigned char>(verdict)), msgid);
+}
+
+unsigned long BC_FA::reply_S02F29(void* handle, _SECS_ITEM* item, unsigned long msgid) {
+    if (item->format != SECS_FORMAT_L) {
+        OnlineLog("消息头格式错误 , 必须是 L. [代码行:%s:%d]", FA_CODE_LINE("reply_S02F29"));
+        return Format_Error;
+    }
+    std::vector<int> ecids(static_cast<std::size_t>(item->count));
+    for (std::size_t i = 0; i < ecids.size(); ++i) {
+        if (Read_Identifier(*item->children[i], &ecids[i])) continue;
+        OnlineLog("ECID 格式错误! 必须是 I()/U()/A. [代码行:%s:%d]", FA_CODE_LINE("reply_S02F29"));
+        return Format_Error;
+    }
+    if (ecids.empty()) ecids = every_ecid();
+    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(ecids.size()));
+    for (const int ecid : ecids) SecsListItemAppend(root, constant_description(*this, ecid));
+    return Reply_And_Log(handle, 2, 30, root, msgid);
+}
+
+}  // namespace Talwen

@@ -1,0 +1,68 @@
+#include "fuzz/module_under_fuzz.h"
+
+#include <cstdlib>
+
+#include "fa/module/module_state.h"
+#include "fa/secs/message_queue.h"
+#include "sim/calls.h"
+#include "sim/clock.h"
+#include "sim/console.h"
+#include "sim/events.h"
+#include "sim/file_layer.h"
+#include "sim/machine.h"
+#include "support/fake_driver.h"
+#include "support/temp_folder.h"
+
+namespace fuzz {
+
+namespace {
+
+struct Demo {
+    support::TempFolder folder;
+    std::filesystem::path fa = folder.path() / "Z" / "FA";
+    Talwen::BC_FA module;
+
+    Demo() {
+        std::filesystem::copy(FA_DEMO_MACHINE, folder.path(), std::filesystem::copy_options::recursive);
+        sim::set_console_sink([](const sim::ConsoleLine&) {});
+        sim::set_data_folder(folder.path());
+        sim::machine().load_file(folder.path() / "machine.toml");
+        sim::set_sleep_scale(0);
+        if (!module.QProgram_Enter_Code("")) std::abort();
+        Talwen::QFA_Message_Queue_Init();
+    }
+};
+
+Demo& demo() {
+    static Demo one;
+    return one;
+}
+
+}  // namespace
+
+Talwen::BC_FA& module() {
+    return demo().module;
+}
+
+const std::filesystem::path& fa_folder() {
+    return demo().fa;
+}
+
+void set_states(std::uint8_t choice) {
+    Talwen::BC_FA& fa = module();
+    Talwen::Comm_New_Version = (choice & 1U) != 0;
+    fa.QIO_Set_GEM_Comm_Enable((choice >> 1U) & 1U);
+    fa.QFA_Set_Enable((choice >> 1U) & 1U);
+    fa.QIO_Set_GEM_Online_Status((choice >> 2U) & 1U);
+    fa.QFA_Set_LinkMD((choice >> 3U) & 3U);
+    fa.QFA_Set_CtrlMD(static_cast<int>(choice >> 5U) % 3);
+}
+
+void forget() {
+    Talwen::QFA_Message_Clear();
+    fake::driver().reset();
+    sim::take_posted_events();
+    sim::close_open_files();  // a variable file with an unknown type stays open
+}
+
+}  // namespace fuzz

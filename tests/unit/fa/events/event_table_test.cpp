@@ -1,0 +1,401 @@
+// Which command raises which event, and that nothing else does; the fields in the data variables.
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "event_fixture.h"
+#include "fa/events/event_context.h"
+
+namespace {
+
+using namespace Talwen;
+
+// COMMAND, then "n:" before the event of N = n; those of n + 1 ... follow.
+const char* const event_rows = R"(
+CTRLMODE_STATE 1: 10101 10101 10103 10104 11: 10111
+EQUIPMENT_STATE 1: 12101 12102 12103 12104 12105 12106 12107 12108 12109 12110 12111
+PM_STATE 1: 10301 10302 10303 10304 10305 10306
+PORT_STATE 1: 11101 11201 11301 11401 11501 11601 11701 11801 11901 12001 12101 12201
+PORT_TRANSFER 1: 11101 11201 11301 11401 11501 11601 11701
+PORT_AMHS 1: 41101 41102
+PORT_MATERIAL 1: 41201 41202
+PORT_RESERVE 1: 41301 41302
+SUBST_TRACK 1: 30101 30102 30201 30202 30301 30302 30303 30304 30401 30402 30403 30501 30502 30601 30701
+SUBST_OCR 1: 30101 30102 30201
+CARRIER_ID 1: 41401 41402 41403 41404 41405 41406 41407 11: 43901 43902 43903
+CARRIER_MAP 1: 41501 41502 41503 41601 41602 41701 41702 41703 41801
+CARRIER_ASSOC 1: 42101 42102 42103
+CARRIER_ACCESS 1: 42201 42301 42302 42303
+CARRIER_ACTION 1: 48101 48102 48103 48104 48105 48106 11: 48111 48112 48113 48114 21: 48121 48122 48123 48124
+    31: 48131 48132 48133 48134 41: 48141 48142 48143 48144 51: 48151 48152 48153 48154 61: 48161 48162
+    71: 48171 48172 48173 48174 81: 48181 48182
+CARRIER_IDMANL 1: 60101 60102 60103 60104 60105 60106 60107 60108 60109
+MODULE_MODE 1: 50101 50102 50104
+SPOOL_TRANSFER 1: 51101 51102
+TRACE_REPORT 1: 52101 52102 52103
+RECIPE_EDIT 1: 53101 53102 53103 53201 53202 53203 53301 53302 53303
+ALARM_REPORT 1: 54101 54102
+ECID_CHANGE 1: 56101
+OPERATOR_COMMAND 1: 57101
+MESSAGE_RECOGNI 1: 55101
+SEMI_TRANSFER 1: 61001 61002 61003 61004 61005 61006 61007 101: 61101 61102 61103 61104 61105 61106 61107 61108
+    201: 61201 61202 61203 61204 301: 61301 61302 61303 61304 401: 61401 61402 61403 61404
+PRCSJOB_STATE 1: 49101 49102 49103 49104 49105 49106 49107
+)";
+
+/// N and CEID of every command.
+std::map<std::string, std::map<int, int>> event_map() {
+    std::map<std::string, std::map<int, int>> map;
+    std::string command;
+    int n = 0;
+    std::istringstream in(event_rows);
+    for (std::string word; in >> word;) {
+        if (word[0] >= 'A')
+            command = word;
+        else if (word.back() == ':')
+            n = std::stoi(word);
+        else
+            map[command][n++] = std::stoi(word);
+    }
+    return map;
+}
+
+/// The text with one blank for every run of white space.
+std::string one_line(const std::string& text) {
+    std::string joined;
+    std::istringstream in(text);
+    for (std::string word; in >> word;) joined += word + " ";
+    return joined;
+}
+
+/// The command with its selector where the command expects it.
+std::string with_number(const std::string& command, const std::string& number) {
+    return command + " " + (command == "SUBST_TRACK" ? "1||||" : "") + number;
+}
+
+class EventTable : public fake::EventFixture {
+  protected:
+    /// Every data variable and GEM point that the module has set, as "name=value", in the lists' order; the
+    /// GEM points with "gem." before them.
+    static std::string written() {
+        std::string all;
+        const auto add = [&](const char* shown, const char* operation) {
+            const auto record = sim::calls(operation);
+            if (record && record->count > 0)
+                all += (all.empty() ? "" : " ") + std::string(shown) + "=" + record->arguments;
+        };
+#define FA_DVID(type, name) add(#name, "QFA_Set_DVID_" #name);
+#include "fa/framework/dvid_setters.def"
+#undef FA_DVID
+#define FA_GEM(type, access, name) add("gem." #name, "QIO_Set_GEM_" #name);
+#include "fa/framework/gem_points.def"
+#undef FA_GEM
+        return all;
+    }
+};
+
+TEST_F(EventTable, EveryNumberRaisesItsEventOnceAndNoOtherNumberRaisesAny) {
+    for (const auto& [command, events] : event_map()) {
+        for (int n = -3; n <= 450; ++n) {
+            const auto found = events.find(n);
+            const std::string expected = found == events.end() ? "" : std::to_string(found->second);
+            ASSERT_EQ(raised_by(with_number(command, std::to_string(n))), expected) << command << " " << n;
+            ASSERT_EQ(QFA_Message_Queue_Length(), expected.empty() ? 0U : 1U);
+            if (expected.empty()) {
+                ASSERT_EQ(written(), "") << command << " " << n;
+            }
+        }
+        for (const char* number : {"", "x", "99999999999999999999", "4294967297", "-4294967295"})
+            EXPECT_EQ(raised_by(with_number(command, number)), "") << command << " " << number;
+    }
+}
+
+TEST_F(EventTable, OnlyTheTablesSubwordsRaiseEvents) {
+    std::set<std::string> keywords{"EVENT", "Pm", ""};
+    std::set<std::string> subwords{"", "state", "STATES", "STAT", "STATE_"};
+    for (const auto& [command, events] : event_map()) {
+        keywords.insert(command.substr(0, command.find('_')));
+        subwords.insert(command.substr(command.find('_') + 1));
+    }
+    const auto known = event_map();
+    for (const std::string& keyword : keywords)
+        for (const std::string& subword : subwords)
+            if (!known.contains(keyword + "_" + subword)) {
+                const std::string command = keyword + "_" + subword;
+                EXPECT_EQ(raised_by(command + " 1"), "") << command;
+                EXPECT_EQ(raised_by(command + " 1||||1"), "") << command;
+            }
+    EXPECT_EQ(raised_by("PM STATE 1"), "");
+    EXPECT_EQ(raised_by("PM_STATE\t1"), "10301");
+}
+
+// A command, the event, and all that is written; continued on lines that begin with a blank.
+const char* const field_rows = R"(
+CTRLMODE_STATE 2|9|9|9 => 10101 gem.Equip_Status=7
+EQUIPMENT_STATE 11 => 12111 gem.EquipModel_State=11
+PM_STATE 1|1|4|5 => 10301
+    PMState_StepNum=0 PMState_PrcsResult=0 PMState_MdlName=PM2 PMState_MdlID=PM2-STRIP PMState_StepName=
+    gem.ModuleModel_State=1 gem.StepNum=0 gem.StepName=
+PM_STATE 5|0|Main Etch|4 => 10305
+    PMState_StepNum=4 PMState_PrcsResult=0 PMState_MdlName=PM1 PMState_MdlID=PM1-ETCH PMState_StepName=Main
+    Etch gem.ModuleModel_State=5 gem.StepNum=4 gem.StepName=Main Etch
+PM_STATE 6|0|2|9 => 10306
+    PMState_StepNum=0 PMState_PrcsResult=2 PMState_MdlName=PM1 PMState_MdlID=PM1-ETCH PMState_StepName=
+    gem.ModuleModel_State=6 gem.StepNum=0 gem.StepName=
+PORT_STATE 7|1|8|no => 11701
+    PortID=2 RejectCode=0 RejectName= PortState_PortID=PORT2 PortState_CarrierID=C-2 PortState_PPID=LR-2
+    PortState_JobID=J-2 gem.Port_Status=6
+PORT_TRANSFER 7|1|8|clamp | stuck => 11701
+    PortID=2 RejectCode=8 RejectName=clamp | stuck PortState_PortID=PORT2 PortState_CarrierID=C-2
+    PortState_PPID=LR-2 PortState_JobID=J-2 gem.Port_Status=6
+PORT_AMHS 2|1 => 41102 PortID=2 PortState_PortID=PORT2 gem.AMHS_Status=1 gem.PortID=2
+PORT_AMHS 2|2 => 41102 PortID=3 PortState_PortID=PORT3 gem.AMHS_Status=0 gem.PortID=3
+PORT_MATERIAL 1|1 => 41201 PortID=2 PortState_PortID=PORT2
+PORT_RESERVE 1|x => 41301 PortID=1 PortState_PortID=PORT1
+SUBST_TRACK x|1|1|no|1|no|no|no => 30101
+    PortID=2 SlotID=2 SubstState_PortID=PORT2 SubstState_SlotID=SLOT2 SubstTrack_FromMdlName=
+    SubstTrack_FromMdlID= SubstTrack_FromMdlSlotID= SubstTrack_ToMdlName= SubstTrack_ToMdlID=
+    SubstTrack_ToMdlSlotID= gem.PortID=2 gem.WaferID=W-22 gem.LotID=LOT2 gem.MID=C-2 gem.PPID=PP2
+SUBST_TRACK 9|0|2|LP1|5|2|PM1|0 => 30301
+    PortID=1 SlotID=3 SubstState_PortID=PORT1 SubstState_SlotID=SLOT3 SubstTrack_FromMdlName=LP1
+    SubstTrack_FromMdlID=LP1 SubstTrack_FromMdlSlotID=SLOT3 SubstTrack_ToMdlName=PM1
+    SubstTrack_ToMdlID=PM1-ETCH SubstTrack_ToMdlSlotID=SLOT1 gem.PortID=1 gem.WaferID= gem.LotID= gem.MID=
+    gem.PPID=
+SUBST_OCR 3|1|0 => 30201
+    PortID=2 SlotID=1 SubstState_PortID=PORT2 SubstState_SlotID=SLOT1 SubstTrack_FromMdlName=
+    SubstTrack_FromMdlID= SubstTrack_FromMdlSlotID= SubstTrack_ToMdlName= SubstTrack_ToMdlID=
+    SubstTrack_ToMdlSlotID= gem.PortID=2 gem.WaferID= gem.LotID=LOT2 gem.MID=C-2 gem.PPID=PP2
+CARRIER_ID 1|1|0|no => 41401
+    PortID=2 CarrierState_PortID=PORT2 CarrierState_CarrierID=C-2 CarrierState_DupPortID= gem.PortID=2
+    gem.MID=C-2
+CARRIER_ID 13|1|0|C-9 => 43903
+    PortID=2 CarrierState_PortID=PORT2 CarrierState_CarrierID=C-9 CarrierState_DupPortID=PORT1 gem.PortID=2
+    gem.MID=C-9
+CARRIER_MAP 9|1 => 41801 PortID=2 CarrierState_PortID=PORT2 gem.PortID=2 gem.Substx_MapState=3?
+CARRIER_MAP 1|2 => 41501 PortID=3 CarrierState_PortID=PORT3 gem.PortID=3 gem.Substx_MapState=
+CARRIER_ASSOC 3|1 => 42103 PortID=2 CarrierState_PortID=PORT2
+CARRIER_ACCESS 2|0 => 42301 PortID=1 CarrierState_PortID=PORT1
+CARRIER_ACTION 72|1|no => 48172 PortID=2 CarrierState_PortID=PORT2 gem.PortID=2 gem.MID=RC2
+CARRIER_ACTION 73|1|C-7 => 48173 PortID=2 CarrierState_PortID=PORT2 gem.PortID=2 gem.MID=C-7
+CARRIER_ACTION 1|0 => 48101 PortID=1 CarrierState_PortID=PORT1 gem.PortID=1 gem.MID=
+CARRIER_IDMANL 9|1 => 60109 PortID=2 CarrierState_PortID=PORT2
+PRCSJOB_STATE 7|1 => 49107 gem.PortID=2 gem.LotID=LOT2 gem.PPID=PP2
+MODULE_MODE 2|PM2|5|no => 50102 RejectCode=0 RejectName= ModuleMode_MdlName=PM2 ModuleMode_MdlID=PM2-STRIP
+MODULE_MODE 3|PM2|5|busy => 50104
+    RejectCode=5 RejectName=busy ModuleMode_MdlName=PM2 ModuleMode_MdlID=PM2-STRIP
+SPOOL_TRANSFER 2|17 => 51102 SpoolTransfer_Count=17
+TRACE_REPORT 3|12 => 52103
+    TraceReport_ID=12 TraceReport_Totsam=0 TraceReport_Repgsz=0 TraceReport_VIDNum=0 TraceReport_CurCut=0
+    TraceReport_Dsper=HHMMSS
+RECIPE_EDIT 2|R1|no => 53102 RecipeEdit_Name=R1 RecipeEdit_Type=LOT
+RECIPE_EDIT 6|R1|no => 53203 RecipeEdit_Name=R1 RecipeEdit_Type=CLUSTER
+RECIPE_EDIT 7|R1|PM2 => 53301 RecipeEdit_Name=R1 RecipeEdit_Type=PM2
+ALARM_REPORT 1|1001|133|Door|open => 54101
+    AlarmReport_ALID=1001 AlarmReport_ALCD=133 AlarmReport_Text=Door|open
+MESSAGE_RECOGNI 1|3 => 55101 MessageRecogni_TID=3
+ECID_CHANGE 1|40 => 56101
+    ECIDChange_IOName=AccessModeStatus2 ECIDChange_IOType=U1 ECIDChange_OldValue=9 ECIDChange_NewValue=1
+ECID_CHANGE 1|41 => 56101 ECIDChange_IOName=41 ECIDChange_IOType= ECIDChange_OldValue= ECIDChange_NewValue=
+OPERATOR_COMMAND 1|START LP1 => 57101 Operator_Command=START LP1
+SEMI_TRANSFER 301|1|2|3 => 61301
+)";
+
+TEST_F(EventTable, FieldsReachTheirVariables) {
+    ECID_STRU constant;
+    constant.id = 40;
+    constant.io_type = IO_DIGITAL;
+    constant.sv_name = "AccessModeStatus2";
+    constant.type = "U1";
+    ECID_List.insert_or_assign(40, constant);
+    sim::Machine& machine = sim::machine();
+    machine.set_mem("AccessModeStatus2", 9);
+    machine.set_ctc("RUN_CONTROL", -1, -1, 7);
+    machine.set_ctc("MAIN_CONTROL", 1, -1, 6);
+    machine.set_ctc("CMx_CarrierID", 1, -1, "C-2");
+    machine.set_ctc("LOT_RECIPE", 1, -1, "LR-2");
+    machine.set_ctc("JOB_ID", 1, -1, "J-2");
+    machine.set_ctc("CMx_WAFER_ID", 1, 1, "W-22");
+    machine.set_ctc("CMx_Wafer_Status", 1, 0, 3);
+    machine.set_ctc("CMx_Wafer_Status", 1, 1, 12);
+    std::string row;
+    std::istringstream in(std::string(field_rows) + "end");
+    for (std::string line; std::getline(in, line); row += " " + line) {
+        if (line.starts_with(' ') || row.find(" => ") == std::string::npos) continue;
+        const std::string command = row.substr(1, row.find(" => ") - 1);
+        const std::string raised = raised_by(command);
+        EXPECT_EQ(one_line(command + " => " + raised + " " + written()), one_line(row));
+        row.clear();
+    }
+}
+
+TEST_F(EventTable, WhatIsNotThereRaisesAndWritesNothing) {
+    std::istringstream commands(
+        R"(PM_STATE 1|2; PM_STATE 1|-1; PORT_STATE 1|3; PORT_TRANSFER 7|-1|1|x; PORT_AMHS 1|3; PORT_MATERIAL 1|3;
+PORT_RESERVE 1|-1; SUBST_TRACK x|3|0||1; SUBST_OCR 1|0|3; SUBST_OCR 1|0|-1; SUBST_OCR 1|2|0; SUBST_TRACK
+x|0|3||1; CARRIER_ID 1|3; CARRIER_ID 13|0|3|x; CARRIER_ID 13|0|-1|x; SUBST_TRACK x|0|0|PM1|5|-1|PM2|0;
+CARRIER_MAP 1|3; CARRIER_ASSOC 1|3; CARRIER_ACCESS 1|3; SUBST_TRACK x|0|0|PM1|8|0|PM2|-1; CARRIER_ACTION
+7|; CARRIER_ACTION 1|3; CARRIER_IDMANL 1|3; PRCSJOB_STATE 1|99999999999; PRCSJOB_STATE 1|3; CARRIER_ACCESS
+1|-1; CARRIER_ACCESS 1|2147483648)");
+    for (std::string command; std::getline(commands >> std::ws, command, ';');) {
+        const std::string raised = raised_by(command);
+        EXPECT_EQ(raised + written(), "") << command;
+        EXPECT_TRUE(logged().empty()) << command;
+    }
+}
+
+TEST_F(EventTable, RoutinesWithoutACommand) {
+    struct Case {
+        bool (*raise)(BC_FA&, int, const Event_Fields&);
+        int kind;
+        const char* port;
+        const char* raised;
+        const char* written;
+    };
+    const char* const substrate =
+        "PortID=2 SlotID=2 SubstState_PortID=PORT2 SubstState_SlotID=SLOT2 "
+        "SubstState_WaferID=W-22";
+    const char* const load = "PortID=2 SlotID=2 RejectCode=1 RejectName=why PortState_PortID=PORT2";
+    const Case cases[] = {
+        {Raise_Substrate_State_Event, 0, "1", "", ""},
+        {Raise_Substrate_State_Event, 1, "1", "31001", substrate},
+        {Raise_Substrate_State_Event, 3, "1", "31003", substrate},
+        {Raise_Substrate_State_Event, 4, "1", "", ""},
+        {Raise_Substrate_State_Event, 1, "3", "", ""},
+        {Raise_Port_Load_Event, 0, "1", "", ""},
+        {Raise_Port_Load_Event, 6, "1", "40106", load},
+        {Raise_Port_Load_Event, 7, "1", "40201", load},
+        {Raise_Port_Load_Event, 8, "1", "", ""},
+        {Raise_Port_Load_Event, 1, "-1", "", ""},
+    };
+    sim::machine().set_ctc("CMx_WAFER_ID", 1, 1, "W-22");
+    for (const Case& c : cases) {
+        forget();
+        EXPECT_EQ(c.raise(*module, c.kind, {c.port, "1", "why"}), *c.raised != '\0');
+        EXPECT_EQ(built.empty() ? "" : built.at(0).at(1), c.raised);
+        EXPECT_EQ(written(), c.written);
+    }
+}
+
+TEST_F(EventTable, EventsOfSeveralThreadsDoNotMix) {
+    std::atomic<int> under_way{0};
+    std::atomic<int> mixed{0};
+    std::atomic<int> reports{0};
+    sim::set_journal_sink([&](std::string_view line) {
+        if (line.starts_with("QFA_Set_DVID_PortID") && ++under_way > 1) ++mixed;
+        for (int i = 0; i < 20; ++i) std::this_thread::yield();  // lets the others in, if anything does
+    });
+    on_report = [&](const std::string&) {
+        if (sim::machine().dvid("PortState_PortID") != "PORT" + sim::machine().dvid("PortID")) ++mixed;
+        --under_way;
+        ++reports;
+    };
+    const auto post = [&](const char* command) {
+        for (int i = 0; i < 300; ++i) module->QProgram_Event_Code(command);
+    };
+    std::thread first(post, "PORT_MATERIAL 1|0");
+    std::thread second(post, "PORT_RESERVE 1|1");
+    post("PORT_AMHS 1|2");
+    first.join();
+    second.join();
+    sim::set_journal_sink(nullptr);
+    EXPECT_EQ(reports, 900);
+    EXPECT_EQ(mixed, 0);
+}
+
+TEST_F(EventTable, AnEventFromWithinAnEventIsRaisedBehindIt) {
+    std::string reported;
+    on_report = [&](const std::string& ceid) {
+        if (ceid == "41201") {
+            EXPECT_TRUE(Raise_Event(*module, Event_Family::reserve, 41301, 1, {"1"}));
+            module->QProgram_Event_Code("SEMI_TRANSFER 1");
+        }
+        reported += ceid + " on " + sim::machine().dvid("PortID") + ", ";
+    };
+    EXPECT_EQ(raised_by("PORT_MATERIAL 1|0"), "41201 41301 61001");
+    EXPECT_EQ(reported, "41201 on 1, 41301 on 2, 61001 on 2, ");
+}
+
+TEST_F(EventTable, EventsThatBringEachOtherEnd) {
+    on_report = [&](const std::string& ceid) {
+        module->QProgram_Event_Code(ceid == "41201" ? "PORT_RESERVE 1|1" : "PORT_MATERIAL 1|0");
+    };
+    raised_by("PORT_MATERIAL 1|0");
+    EXPECT_EQ(built.size(), 1001U);
+    EXPECT_EQ(logged(), (std::vector<std::string>{"1 事件嵌套超过 1000 个, 丢弃 CEID:41301."}));
+}
+
+TEST_F(EventTable, ReportsAndAlarmsOnTheWire) {
+    module.reset();
+    module = std::make_unique<BC_FA>();
+    module->QProgram_Enter_Code("");
+    RVID_STRU port;
+    port.id = 1;
+    port.point = 1;  // DVID.PortID
+    port.format = SECS_FORMAT_U4;
+    RVID_STRU port_name;
+    port_name.id = 2;
+    port_name.point = 3;  // DVID.CarrierState_PortID
+    port_name.format = SECS_FORMAT_A;
+    RVID_List.insert_or_assign(1, port);
+    RVID_List.insert_or_assign(2, port_name);
+    RPTID_List.append({0, 10, "", {1, 2}});
+    CEID_List.append({5, 42301, true, "", "", {10}});
+    CEID_List.append({5, 42302, false, "", "", {10}});
+    set_states("Comm_Enable=1 Online_Status=1 fa:LinkMD=3 fa:CtrlMD=2");
+    for (const char* command : {"CARRIER_ACCESS 2|2", "CARRIER_ACCESS 2|0", "CARRIER_ACCESS 3|0",
+                                "CARRIER_ACCESS 2|3", "SEND_ALARM_POST 1001", "SEND_ALARM_CLEAR 500"})
+        module->QProgram_Event_Code(command);
+    std::vector<std::string> sent;
+    for (FA_Message entry; QFA_Message_PopFront(&entry); QFA_Message_RemoveFront()) {
+        fake::driver().reset();
+        QFA_Message_Send(nullptr, &entry);
+        sent.push_back(fake::driver().sent().at(0).sml);
+    }
+    const std::vector<std::string> expected = {
+        R"(S6F11 W <L <U4 5> <U4 42301> <L <L <U4 10> <L <U4 3> <A "PORT3">>>>>.)",
+        R"(S6F11 W <L <U4 5> <U4 42301> <L <L <U4 10> <L <U4 1> <A "PORT1">>>>>.)",
+        R"(S5F1 W <L <B 0x85> <U4 1001> <A "Door open">>.)",
+        R"(S5F1 W <L <B 0x00> <U4 500> <A "no level">>.)",
+    };
+    EXPECT_EQ(sent, expected);
+}
+
+TEST_F(EventTable, GarbageRaisesNoEventOfNobody) {
+    std::set<int> ceids;
+    std::vector<std::string> pieces{std::string(3000, 'x'), std::string(500, '|'), std::string(1100, '7')};
+    std::istringstream words(
+        "_ | |||| , %s%n%d \x01\x7f \xe4\xb8\xad -1 3 2147483648 REQUEST SEND ALARM_POST PRIMIRY");
+    for (std::string word; words >> word;) pieces.push_back(word);
+    for (const char* blank : {" ", "\t", "\r\n"}) pieces.emplace_back(blank);
+    for (const auto& [command, events] : event_map()) {
+        pieces.push_back(command);
+        pieces.push_back(command + " 1|0|");
+        for (const auto& [n, ceid] : events) ceids.insert(ceid);
+    }
+    std::mt19937 random(20250101);
+    const auto pick = [&](std::size_t count) { return random() % count; };
+    int raised = 0;
+    for (int i = 0; i < 100000; ++i) {
+        std::string command;
+        for (std::size_t left = 1 + pick(6); left > 0; --left) command += pieces[pick(pieces.size())];
+        if (pick(3) == 0 && !command.empty())
+            command[pick(command.size())] = static_cast<char>(1 + pick(255));
+        built.clear();
+        ASSERT_NO_THROW(module->QProgram_Event_Code(command.c_str())) << command;
+        ASSERT_LE(built.size(), 2U) << command;  // REQUEST_REMOTE queues two
+        for (const Params& entry : built) {
+            if (entry[0] != "S6F11" || entry.size() < 2 || command.find("PRIMIRY") != std::string::npos)
+                continue;
+            ++raised;
+            ASSERT_TRUE(ceids.contains(std::stoi(entry[1]))) << command;
+        }
+        if (i % 100 == 0) QFA_Message_Clear();
+        const std::string port = sim::machine().dvid("PortID");
+        ASSERT_TRUE(port.empty() || port == "1" || port == "2" || port == "3") << command;
+    }
+    EXPECT_GT(raised, 1000);
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+// When traces take their samples, without waiting; and that the monitor queues them.
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "fa/events/trace_sampling.h"
+#include "fa/secs/message_queue.h"
+#include "support/module_fixture.h"
+
+namespace {
+
+using namespace Talwen;
+
+std::shared_ptr<TRID_STRU> trace(int trid, int period, int totsmp) {
+    auto record = std::make_shared<TRID_STRU>();
+    record->TRID = trid;
+    record->period = period;
+    record->TOTSMP = totsmp;
+    return record;
+}
+
+/// The samples of one pass as "TRID/SMPLN" joined by blanks.
+std::string pass(const Trace_Records& traces, int ms, bool running = true) {
+    std::string text;
+    for (const Trace_Sample& sample : Take_Due_Samples(traces, ms, running))
+        text += (text.empty() ? "" : " ") + std::to_string(sample.TRID) + "/" + std::to_string(sample.SMPLN);
+    return text;
+}
+
+TEST(TraceSampling, SixtySamplesTakeSixtySecondsWhateverThePassesTake) {
+    for (const unsigned seed : {1U, 2U, 3U}) {
+        std::mt19937 random(seed);
+        std::uniform_int_distribution<int> jitter(440, 590);
+        const Trace_Records traces{trace(1, 1000, 60)};
+        int now = 0;
+        int taken = 0;
+        while (now < 70'000) {
+            const int ms = jitter(random);
+            now += ms;
+            for (const Trace_Sample& sample : Take_Due_Samples(traces, ms, true)) {
+                EXPECT_EQ(sample.SMPLN, ++taken);
+                EXPECT_GE(now, taken * 1000);
+                EXPECT_LT(now, taken * 1000 + 600);
+            }
+        }
+        EXPECT_EQ(taken, 60);
+    }
+}
+
+TEST(TraceSampling, TracesCountEachForItselfInOrder) {
+    const Trace_Records traces{trace(5, 1500, 2), trace(2, 1000, 9), trace(3, 1000, 0)};
+    const char* const passes[] = {"", "2/1", "5/1", "2/2", "", "5/2 2/3", "", "2/4", "", "2/5"};
+    for (const char* expected : passes) EXPECT_EQ(pass(traces, 500), expected);
+}
+
+TEST(TraceSampling, ALongPassGivesOneSampleAndTheRestLater) {
+    const Trace_Records traces{trace(1, 1000, 10)};
+    EXPECT_EQ(pass(traces, 3700), "1/1");
+    EXPECT_EQ(pass(traces, 0), "1/2");
+    EXPECT_EQ(pass(traces, 0), "1/3");
+    EXPECT_EQ(pass(traces, 299), "");
+    EXPECT_EQ(pass(traces, 1), "1/4");
+    traces[0]->elapsed = 2'147'483'000;
+    EXPECT_EQ(pass(traces, 2'147'483'000), "1/5");
+    EXPECT_EQ(traces[0]->elapsed, 2'147'483'647 - 1000);
+}
+
+TEST(TraceSampling, WhatRestsTakesNoSampleAndLosesNone) {
+    const Trace_Records traces{trace(1, 1000, 10)};
+    EXPECT_EQ(pass(traces, 900), "");
+    EXPECT_EQ(pass(traces, 200, false), "");  // it ran for 200 ms, then the link went
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(pass(traces, 0, false), "");
+    EXPECT_EQ(pass(traces, 0), "1/1");
+    EXPECT_EQ(traces[0]->elapsed, 100);
+}
+
+TEST(TraceSampling, APeriodBelowOneSamplesAtEachPass) {
+    const Trace_Records traces{trace(1, 0, 3), trace(2, -4, 2)};
+    EXPECT_EQ(pass(traces, 500), "1/1 2/1");
+    EXPECT_EQ(pass(traces, 500, false), "");
+    EXPECT_EQ(traces[0]->elapsed, 0);
+    EXPECT_EQ(pass(traces, 500), "1/2 2/2");
+    EXPECT_EQ(pass(traces, 500), "1/3");
+    EXPECT_EQ(pass(traces, 500), "");
+    EXPECT_EQ(traces[1]->elapsed, 0);
+}
+
+TEST(TraceSampling, ATraceCountsFromTheLookThatFirstSawIt) {
+    Trace_Records known;
+    const auto first = trace(1, 1000, 5);
+    Start_New_Traces(known, {first}, 0);
+    EXPECT_EQ(pass(known, 500), "");
+    const auto redefined = trace(1, 1000, 5);
+    Start_New_Traces(known, {first}, 100);
+    Start_New_Traces(known, {redefined}, 300);  // 300 ms into the second pass
+    EXPECT_EQ(pass(known, 500), "");
+    EXPECT_EQ(redefined->elapsed, 200);
+    Start_New_Traces(known, {redefined}, 50);
+    EXPECT_EQ(pass(known, 500), "");
+    EXPECT_EQ(pass(known, 300), "1/1");  // its own numbers, its own zero
+    EXPECT_EQ(first->sample_count, 0);
+    EXPECT_EQ(first->elapsed, 500);
+}
+
+class TraceMonitor : public fake::ModuleFixture {
+  protected:
+    void TearDown() override {
+        end();
+        ModuleFixture::TearDown();
+    }
+    void begin() { monitor = std::thread(&BC_FA::Thread_FA_TRID_Monitor, module.get()); }
+    void end() {
+        if (!monitor.joinable()) return;
+        module->Stop_Request = 1;
+        monitor.join();
+        QFA_Message_Clear();
+    }
+    /// Waits 10 s at most; the condition's last value.
+    template <class Condition>
+    static bool until(Condition condition) {
+        for (int i = 0; i < 10'000 && !condition(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return condition();
+    }
+    static bool queued(std::size_t count) {
+        return until([=] { return QFA_Message_Queue_Length() >= count; });
+    }
+    /// Waits until the monitor has slept through as many passes.
+    static bool passes_over(unsigned long long count) {
+        const unsigned long long enough = calls("QTime_MSleep") + 10 * count;
+        return until([=] { return calls("QTime_MSleep") >= enough; });
+    }
+
+    std::thread monitor;
+};
+
+TEST_F(TraceMonitor, RunsOnlyWhileTheHostTakesEvents) {
+    for (const bool runs : {true, false}) {  // in which states it does: the gate of the event commands
+        start_over();
+        set_states(runs ? "Comm_Enable=1 Online_Status=1" : "Comm_Enable=1 Online_Status=0");
+        TRID_List.append_or_replace(*trace(8, 0, 2));
+        begin();
+        EXPECT_TRUE(!runs || queued(2));
+        EXPECT_TRUE(passes_over(3));
+        EXPECT_EQ(QFA_Message_Queue_Length(), runs ? 2U : 0U);
+        end();
+    }
+}
+
+TEST_F(TraceMonitor, SamplesByTheClockNotByThePasses) {
+    set_states("Comm_Enable=1 Online_Status=1");
+    const auto from = std::chrono::steady_clock::now();
+    TRID_List.append_or_replace(*trace(8, 200, 2));  // forty passes at this speed
+    begin();
+    ASSERT_TRUE(queued(2));
+    EXPECT_GE(std::chrono::steady_clock::now() - from, std::chrono::milliseconds(400));
+    ASSERT_TRUE(passes_over(3));
+    EXPECT_EQ(QFA_Message_Queue_Length(), 2U);
+    FA_Message entry;
+    ASSERT_TRUE(QFA_Message_PopFront(&entry));
+    EXPECT_EQ(entry.stream * 1000 + entry.function, 6001);
+    EXPECT_EQ(entry.params, (std::vector<std::string>{"8", "1"}));
+}
+
+}  // namespace

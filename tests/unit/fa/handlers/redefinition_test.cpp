@@ -1,0 +1,140 @@
+// The host redefines everything while events are raised and traces walked: each reader sees whole
+// definitions.
+#include <atomic>
+#include <cstring>
+#include <set>
+#include <thread>
+
+#include "fa/secs/message_queue.h"
+#include "sim/file_layer.h"
+#include "support/module_fixture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using namespace Talwen;
+
+constexpr int rounds = 2000;  // of five or six messages
+
+std::uint32_t u4(const _SECS_ITEM& item) {
+    std::uint32_t value;
+    std::memcpy(&value, item.value, sizeof value);
+    return value;
+}
+
+/// "<DATAID>: <RPTID>(<values>)..." of an S6F11.
+std::string described(const _SECS_ITEM& root) {
+    std::string text = std::to_string(u4(*root.children[0])) + ":";
+    for (int r = 0; r < root.children[2]->count; ++r) {
+        const _SECS_ITEM& report = *root.children[2]->children[r];
+        text += " " + std::to_string(u4(*report.children[0])) + "(";
+        for (int v = 0; v < report.children[1]->count; ++v)
+            text += std::to_string(u4(*report.children[1]->children[v]));
+        text += ")";
+    }
+    return text;
+}
+
+class Redefinition : public fake::ModuleFixture {
+  protected:
+    void SetUp() override {
+        ModuleFixture::SetUp();
+        std::string toml = "[[alarm]]\nid = 0\nlevel = 2\n";
+        for (const char* value : {"1", "2", "3", "4"})
+            toml += std::string("[[digital]]\nname = \"D") + value + "\"\nvalue = " + value + "\n";
+        start_over(toml);
+        set_states("Comm_Enable=1 Online_Status=1");
+        sim::set_data_folder(folder.path());
+        QFA_Message_Queue_Init();
+        for (int id = 1; id <= 4; ++id) {
+            RVID_List[id].id = SVID_List[id].id = id;
+            RVID_List[id].point = id - 1;
+            RVID_List[id].format = SECS_FORMAT_U4;
+        }
+        module->QFA_Get_All_ALID_List();
+        RPTID_List.append({0, 20, "", {4}});
+        CEID_List.append({2, 100, true, "", "", {20, 10}});
+        QFA_Set_Spool_Enable(6, 11, true);
+    }
+    void TearDown() override {
+        QFA_Message_Clear();
+        sim::set_data_folder(".");
+        ModuleFixture::TearDown();
+    }
+
+    support::TempFolder folder;
+};
+
+TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {
+    // Report 10 carries 1, 2 or 3, 4, 3. Event 100 sends it alone (DATAID 1) or behind report 20 (DATAID 2).
+    // Each is taken away before it is defined anew, so an event may be without the report, or the report
+    // empty.
+    std::set<std::string> whole;
+    for (const char* event : {"1:", "2: 20(4)"})
+        for (const char* report : {"", " 10()", " 10(12)", " 10(343)"})
+            whole.insert(std::string(event) + report);
+
+    std::atomic<bool> done{false};
+    std::set<std::string> torn_reports;
+    const auto raise = [&] {
+        std::string ceid = "100";
+        if (!QFA_Message_PushBack(6, 11, &ceid, nullptr, nullptr, nullptr, nullptr)) return std::string();
+        FA_Message entry;
+        QFA_Message_PopFront(&entry);
+        const std::string text = described(*entry.item);
+        QFA_Message_RemoveFront();
+        if (whole.count(text) == 0) torn_reports.insert(text);
+        return text;
+    };
+    std::thread events([&] {
+        while (!done) raise();
+    });
+    int torn_traces = 0;
+    int spooling_lost = 0;
+    std::thread traces([&] {
+        while (!done) {
+            for (const auto& trace : TRID_List.all()) {
+                trace->elapsed = trace->elapsed + 500;  // as the trace monitor does
+                const std::vector<int> svids =
+                    trace->period == 1000 ? std::vector<int>{1, 2} : std::vector<int>{3, 4, 3};
+                torn_traces += trace->LINKSVID == svids ? 0 : 1;
+            }
+            spooling_lost += QFA_Get_Spool_Enable(6, 11) ? 0 : 1;
+            ALID_STRU* alarm = nullptr;
+            if (module->QFA_Get_ALID_Stru(0, &alarm)) static_cast<void>(alarm->enable.load());
+        }
+    });
+
+    const std::vector<std::string> messages[2] = {
+        {"S2F33 W <L <U4 1> <L <L <U4 10> <L>> <L <U4 10> <L <U4 1> <U4 2>>>>>.",
+         "S2F35 W <L <U4 1> <L <L <U4 100> <L>> <L <U4 100> <L <U4 10>>>>>.",
+         "S2F37 W <L <BOOLEAN T> <L <U4 100>>>.",
+         "S2F23 W <L <U4 1> <A \"000001\"> <U4 9> <U4 1> <L <U4 1> <U4 2>>>.", "S5F3 W <L <B 0> <U4 0>>.",
+         "S2F43 W <L <L <U1 6> <L <U1 11>>>>."},
+        {"S2F33 W <L <U4 2> <L <L <U4 10> <L>> <L <U4 10> <L <U4 3> <U4 4> <U4 3>>>>>.",
+         "S2F35 W <L <U4 2> <L <L <U4 100> <L>> <L <U4 100> <L <U4 20> <U4 10>>>>>.",
+         "S2F37 W <L <BOOLEAN T> <L>>.",
+         "S2F23 W <L <U4 1> <A \"000002\"> <U4 9> <U4 1> <L <U4 3> <U4 4> <U4 3>>>.",
+         "S5F3 W <L <B 0x80> <U4>>.", "S2F43 W <L <L <U1 5> <L>> <L <U1 6> <L <U1 1> <U1 11>>>>."},
+    };
+    int refused = 0;
+    for (int round = 0; round < rounds; ++round) {
+        fake::driver().reset();
+        for (const std::string& message : messages[round % 2]) {
+            if (message.starts_with("S2F43") && round % 20 > 1) continue;  // each writes its file
+            fake::driver().host_sends(message);
+            refused += fake::driver().replies().find("<B 0x00>") == std::string::npos ? 1 : 0;
+        }
+    }
+    done = true;
+    events.join();
+    traces.join();
+
+    EXPECT_EQ(refused, 0);
+    EXPECT_EQ(torn_reports, std::set<std::string>{});
+    EXPECT_EQ(torn_traces, 0);
+    EXPECT_EQ(spooling_lost, 0) << "S6F11 was enabled for spooling before and after every change";
+    EXPECT_EQ(raise(), "2: 20(4) 10(343)");
+}
+
+}  // namespace
