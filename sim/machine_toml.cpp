@@ -167,7 +167,8 @@ void read_string(const Where& where, const toml::table& table, MachineState& sta
     StringPoint& point = state.points.string.emplace_back();
     std::string value;
     read_table(where, "[[string]]", table,
-               std::array{required_key("name", point.name), optional_key("value", value)});
+               std::array{required_key("name", point.name), optional_key("value", value),
+                          optional_key("clock", point.clock)});
     point.live.set(value);
     point.memory.set(value);
     name_point(where, table, state, Talwen::IO_STRING, point, state.points.string.size());

@@ -1,5 +1,6 @@
 #include "sim/points.h"
 
+#include "sim/clock.h"
 #include "sim/text.h"
 
 namespace sim {
@@ -24,6 +25,10 @@ bool store(Atomic& value, const std::optional<Number>& number) {
 
 }  // namespace
 
+const char* StringPoint::read_live() const {
+    return clock ? ring_text(clock_text()) : live.read();
+}
+
 bool Points::add_name(std::string_view name, PointAddress address) {
     return names_.emplace(name, address).second;
 }
@@ -37,7 +42,10 @@ std::optional<std::string> Points::get(PointAddress address, Held held) const {
     switch (address.type) {
         case Talwen::IO_DIGITAL: return to_text(value_of(at(digital, address.index), held).load());
         case Talwen::IO_ANALOG: return to_text(value_of(at(analog, address.index), held).load());
-        case Talwen::IO_STRING: return value_of(at(string, address.index), held).get();
+        case Talwen::IO_STRING: {
+            const StringPoint& point = at(string, address.index);
+            return held == Held::live ? point.read_live() : point.memory.get();
+        }
         case Talwen::IO_FUNCTION: break;
     }
     return std::nullopt;

@@ -29,7 +29,11 @@ struct AnalogPoint {
 
 struct StringPoint {
     std::string name;
+    bool clock = false;  ///< what is read as the live value is the equipment clock
     TextCell live, memory;
+
+    /// As TextCell::read.
+    const char* read_live() const;
 };
 
 struct FunctionPoint {

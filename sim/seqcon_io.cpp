@@ -160,7 +160,7 @@ int QSeqCon::QAnalog_Get_Decimal(int point) {
 const char* QSeqCon::QString_Read(int point) {
     count(Op::QString_Read);
     return read(
-        string(point), [](const auto& p) { return p.live.read(); }, "");
+        string(point), [](const auto& p) { return p.read_live(); }, "");
 }
 
 const char* QSeqCon::QString_Read_Mem(int point) {

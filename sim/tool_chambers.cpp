@@ -12,6 +12,11 @@ namespace {
 constexpr int chamber_idles = 1, chamber_processes = 2, chamber_in_error = 6;
 constexpr int result_good = 0, result_aborted = 1;
 
+/// The alarm's category (SEMI E5), as the module tells it: 3 to 5 for levels 1 to 3.
+int category(const Alarms::Alarm& alarm) {
+    return alarm.level == Talwen::ALARM_NONE ? 0 : static_cast<int>(alarm.level) + 2;
+}
+
 }  // namespace
 
 void Cluster::begin_process(Wafer& wafer) {
@@ -57,7 +62,7 @@ void Cluster::strike(Wafer& wafer) {
         machine_.alarms.post(chamber.alarm->id);
         tell(ToolStep::alarm_set, {.port = wafer.port,
                                    .slot = wafer.slot,
-                                   .number = 128 | static_cast<int>(chamber.alarm->level),
+                                   .number = 128 | category(*chamber.alarm),
                                    .alarm = chamber.alarm->id,
                                    .name = chamber.alarm->text});
     }
@@ -75,7 +80,7 @@ void Cluster::clear_alarm(Chamber& chamber, const Wafer& wafer) {
     machine_.alarms.clear(chamber.alarm->id);
     tell(ToolStep::alarm_cleared, {.port = wafer.port,
                                    .slot = wafer.slot,
-                                   .number = static_cast<int>(chamber.alarm->level),
+                                   .number = category(*chamber.alarm),
                                    .alarm = chamber.alarm->id,
                                    .name = chamber.alarm->text});
     chamber.alarm = nullptr;

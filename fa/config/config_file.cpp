@@ -83,9 +83,8 @@ void Config_Output::report() const {
     QPrint_Red(fa_.Print_Tag, failed_, path_.c_str(), path_.c_str());
 }
 
-void Config_Split(const char* text, char mark, std::initializer_list<std::string*> fields) {
-    constexpr int size = 1024;
-    std::string all = text;
+void Config_Split(std::string all, char mark, std::initializer_list<std::string*> fields, std::size_t limit) {
+    const int size = static_cast<int>(limit) + 1;
     std::string rest;
     const auto last = fields.end() - 1;
     for (auto field = fields.begin(); field != last; ++field) {

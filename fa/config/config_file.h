@@ -85,8 +85,9 @@ class Config_Output {
 };
 
 /// Splits `text` at `mark` (Config_White_Space or a character) into the fields; the last one is all that is
-/// left. Missing fields are empty. Each field is cut to 1023 bytes.
-void Config_Split(const char* text, char mark, std::initializer_list<std::string*> fields);
+/// left. Missing fields are empty. Each field is cut to `limit` bytes.
+void Config_Split(std::string text, char mark, std::initializer_list<std::string*> fields,
+                  std::size_t limit = 1023);
 /// Cuts a field to so many bytes.
 void Config_Cut(std::string& field, std::size_t limit);
 /// Free text as the tables keep it: CR becomes a blank, double quotes go.

@@ -100,7 +100,7 @@ template <class Take_Item>
 void for_each_item(std::string list, Take_Item take_item) {
     std::string item;
     while (!list.empty()) {
-        Config_Split(list.c_str(), ',', {&item, &list});
+        Config_Split(list, ',', {&item, &list});
         Config_Cut(item, 499);
         take_item(item);
     }

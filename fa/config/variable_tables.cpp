@@ -34,7 +34,7 @@ void handle_brackets(VARIABLE_STRU& record) {
 /// Reads "id&point&iotype&max&min&dev&description" into the record; other fields stay as they are.
 void read_record(QSeqCon& controller, const std::string& text, VARIABLE_STRU& record) {
     std::string id, point, io_type, max, min, dev;
-    Config_Split(text.c_str(), '&', {&id, &point, &io_type, &max, &min, &dev, &record.description});
+    Config_Split(text, '&', {&id, &point, &io_type, &max, &min, &dev, &record.description});
     Config_Cut(record.description, 199);
     record.id = Config_Int(id);
     record.point = Config_Int(point);

@@ -98,15 +98,7 @@ bool Event_Command::is(const char* word) const {
 }
 
 void Split_Fields(const std::string& text, char mark, std::initializer_list<std::string*> fields) {
-    const int size = static_cast<int>(text.size()) + 1;
-    std::string all = text;
-    std::string rest;
-    const auto last = fields.end() - 1;
-    for (auto field = fields.begin(); field != last; ++field) {
-        QStr_Seperate_Char(all, mark, **field, rest, size);
-        all.swap(rest);
-    }
-    **last = std::move(all);
+    Config_Split(text, mark, fields, text.size());
 }
 
 bool Host_Takes_Events(BC_FA& fa) {

@@ -31,8 +31,8 @@ void request_while_disabled(BC_FA& fa, const Event_Command& command) {
     fa.QFA_Set_Enable(enable ? 1 : 0);
     fa.QIO_Set_GEM_Comm_Enable(enable ? 1 : 0);
     const int link = fa.QFA_Get_LinkMD();
-    // A link that is already marked disabled keeps its mark when communication is enabled: the next select
-    // lifts it.
+    // A link that is already marked disabled keeps its mark when communication is enabled: the main monitor's
+    // next pass lifts it.
     if (enable && link != FA_Link_Disabled) fa.QFA_Set_LinkMD(FA_Link_Enabled);
     if (!enable && link != FA_Link_Disconn) fa.QFA_Set_LinkMD(FA_Link_Disabled);
 }

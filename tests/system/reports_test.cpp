@@ -87,6 +87,29 @@ TEST(Spooling, WithoutItNothingOutlivesTheLink) {
     EXPECT_EQ(number_of(report), 2026);
 }
 
+/// FA_SOAK=1 takes 100,000 reports.
+TEST(EventReports, LeaveNoMemoryBehind) {
+    const int rounds = std::getenv("FA_SOAK") != nullptr ? 100 : 5;
+    EquipmentProcess equipment;
+    SmlHost host(equipment.port());
+    define_numbered_report(host);
+    long resident = 0;
+    for (int round = 1; round <= rounds; ++round) {
+        EXPECT_EQ(equipment.command(std::string("repeat 1000 ") + event_of_number), "= ok 1000");
+        for (int expected = 1; expected <= 1000; ++expected) {
+            sml::Message report;
+            do {
+                report = host.next(6, 11).message;
+            } while (report.body.value().children.at(1).integer(0) != 54101);
+            ASSERT_EQ(number_of(report), expected) << round;
+        }
+        if (round == 2) resident = equipment.resident_kb();
+    }
+    if (!support::sanitized) {
+        EXPECT_LE(equipment.resident_kb() - resident, 512) << "beside " << resident;
+    }
+}
+
 /// Every sample comes when it is due; FA_SOAK=1 takes the full minute.
 TEST(Trace, SamplesComeAtTheirTime) {
     const int samples = std::getenv("FA_SOAK") != nullptr ? 60 : 4;

@@ -283,7 +283,7 @@ TEST(Tool, AnAlarmHoldsItsModuleAndClears) {
     tool.make_ready(1, "FOUP");
     tool.ask("StartProcess1(F) J,R,1,3");
     ASSERT_TRUE(tool.run_until(step_held));
-    EXPECT_EQ(tool.texts(alarm_set), (Texts{"SEND_ALARM_POST 1000", "ALARM_REPORT 1|1000|130|PM1 is hot"}));
+    EXPECT_EQ(tool.texts(alarm_set), (Texts{"SEND_ALARM_POST 1000", "ALARM_REPORT 1|1000|132|PM1 is hot"}));
     EXPECT_EQ(state().alarms.queue_count(), 1);
     EXPECT_EQ(machine().io("PM1.State"), "6");
     const auto struck = tool.events.back().time;
@@ -291,7 +291,7 @@ TEST(Tool, AnAlarmHoldsItsModuleAndClears) {
     EXPECT_GE(tool.events.back().time - struck, 15000);
     EXPECT_LE(tool.events.back().time - struck, 45000);
     EXPECT_EQ(tool.texts(alarm_cleared),
-              (Texts{"SEND_ALARM_CLEAR 1000", "ALARM_REPORT 2|1000|2|PM1 is hot"}));
+              (Texts{"SEND_ALARM_CLEAR 1000", "ALARM_REPORT 2|1000|4|PM1 is hot"}));
     EXPECT_EQ(state().alarms.queue_count(), 0);
     tool.run();
     EXPECT_EQ(tool.count(alarm_set), 6U) << "two commands for each of three wafers";
