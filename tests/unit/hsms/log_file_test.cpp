@@ -1,58 +1,57 @@
 #include "hsms/log/log_file.h"
 
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <thread>
 #include <vector>
 
-#include "log_text.h"
+#include "tests/support/bytes.h"
+#include "tests/support/temp_folder.h"
 
 namespace hsms {
 namespace {
 
 TEST(LogFile, EntriesBeginWithTheTime) {
-    const TempFolder folder;
-    const std::string path = folder.path() / "made" / "online.log";
+    const support::TempFolder folder;
     {
-        LogFile log({.path = path});
+        LogFile log({.path = folder.path() / "made" / "online.log"});
         log.entry("first\n中文 \xFF");
         log.entry("");
         log.line("bare");
         log.flush();
-        EXPECT_EQ(without_times(read_file(path)), "TIME\nfirst\n中文 \xFF\nTIME\n\nbare\n");
+        EXPECT_EQ(without_times(folder.read("made/online.log")), "TIME\nfirst\n中文 \xFF\nTIME\n\nbare\n");
         log.entry("written by the destructor");
     }
-    EXPECT_NE(read_file(path).find("written by the destructor\n"), std::string::npos);
+    EXPECT_TRUE(folder.read("made/online.log").ends_with("\nwritten by the destructor\n"));
 }
 
 TEST(LogFile, LosesNothingUnderManyWriters) {
-    const TempFolder folder;
-    const std::string path = folder.path() / "a.log";
+    const support::TempFolder folder;
     constexpr int writers = 4;
     constexpr int lines = 5000;
     {
         // The buffer is far smaller than what is written: writers have to wait for room.
-        LogFile log({.path = path, .rotate_bytes = 200'000, .rotate_count = 100, .buffer_bytes = 10'000});
-        std::vector<std::thread> threads;
+        LogFile log({.path = folder.path() / "a.log",
+                     .rotate_bytes = 200'000,
+                     .rotate_count = 100,
+                     .buffer_bytes = 10'000});
+        std::vector<std::jthread> threads;
         for (int writer = 0; writer < writers; ++writer)
             threads.emplace_back([&log, writer] {
                 for (int i = 0; i < lines; ++i)
                     log.line(std::to_string(writer) + " " + std::to_string(i) + std::string(30, '.'));
             });
-        for (std::thread& thread : threads) thread.join();
+        threads.clear();
     }
+    std::vector<std::string> files{folder.read("a.log")};  // then a.1.log and so on, older and older
+    while (std::filesystem::exists(folder.path() / ("a." + std::to_string(files.size()) + ".log")))
+        files.push_back(folder.read("a." + std::to_string(files.size()) + ".log"));
+    EXPECT_GT(files.size(), 3U);
     std::vector<int> next(writers, 0);
-    std::size_t files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
-        ++files;
-        EXPECT_LE(entry.file_size(), 200'000U);
-    }
-    EXPECT_GT(files, 3U);
-    for (std::size_t i = files; i-- > 0;) {  // a.N.log is the oldest, a.log the newest
-        std::istringstream in(
-            read_file(i == 0 ? path : (folder.path() / ("a." + std::to_string(i) + ".log")).string()));
+    for (auto file = files.rbegin(); file != files.rend(); ++file) {
+        EXPECT_LE(file->size(), 200'000U);
+        std::istringstream in(*file);
         int writer = 0;
         int number = 0;
         for (std::string rest; in >> writer >> number >> rest;)
@@ -62,8 +61,8 @@ TEST(LogFile, LosesNothingUnderManyWriters) {
 }
 
 TEST(LogFile, SurvivesAFileThatCannotBeWritten) {
-    const TempFolder folder;
-    std::ofstream(folder.path() / "file") << "in the way";
+    const support::TempFolder folder;
+    folder.put("file", "in the way");
     for (const std::string& path : {(folder.path() / "file" / "a.log").string(), std::string("/dev/full")}) {
         testing::internal::CaptureStderr();
         {
@@ -73,7 +72,7 @@ TEST(LogFile, SurvivesAFileThatCannotBeWritten) {
             EXPECT_EQ(log.lost_bytes(), 10'000U) << path;
         }
         const std::string said = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
     }
 }
 

@@ -9,16 +9,12 @@
 #include <asio/write.hpp>
 #include <condition_variable>
 #include <mutex>
-#include <optional>
-#include <string>
 #include <vector>
 
-#include "bytes.h"
 #include "hsms/link/link.h"
+#include "tests/support/bytes.h"
 
 namespace hsms {
-
-inline constexpr std::chrono::seconds test_patience{20};
 
 /// A blocking TCP client.
 class Peer {
@@ -28,34 +24,31 @@ class Peer {
     }
     explicit Peer(asio::ip::tcp::acceptor& acceptor) : socket_(io_) { acceptor.accept(socket_); }
 
-    void send(const std::string& text) { asio::write(socket_, asio::buffer(bytes(text))); }
+    void send(const std::string& text) { send_raw(bytes(text)); }
     void send_raw(const std::string& data) { asio::write(socket_, asio::buffer(data)); }
 
-    /// The next `size` bytes in hex; what came before the end when the connection ended.
-    std::string receive(std::size_t size) {
+    /// The next `size` bytes; what came before the end when the connection ended.
+    std::string receive_raw(std::size_t size) {
         std::string data(size, '\0');
         asio::error_code error;
         data.resize(asio::read(socket_, asio::buffer(data), error));
-        return to_hex(data);
+        return data;
     }
-    /// Everything until the connection ends.
-    std::string receive_to_end() {
-        std::string data;
-        asio::error_code error;
-        asio::read(socket_, asio::dynamic_buffer(data), error);
-        return to_hex(data);
-    }
+    std::string receive(std::size_t size) { return to_hex(receive_raw(size)); }
+    /// Everything until the connection ends, at most a megabyte.
+    std::string receive_to_end() { return receive(1'000'000); }
     void select() {
         send("00 00 00 0A FF FF 00 00 00 01 00 00 00 01");
         receive(14);
     }
     void close() { socket_.close(); }
-    asio::ip::tcp::socket& socket() { return socket_; }
 
   private:
     asio::io_context io_;
     asio::ip::tcp::socket socket_;
 };
+
+using Entries = std::vector<std::string>;
 
 /// Keeps the names of callbacks in order.
 class Record {
@@ -66,38 +59,16 @@ class Record {
         changed_.notify_all();
     }
     /// Waits until `count` entries came; all entries.
-    std::vector<std::string> wait(std::size_t count) {
+    Entries wait(std::size_t count) {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, test_patience, [&] { return entries_.size() >= count; });
+        changed_.wait_for(lock, std::chrono::seconds(20), [&] { return entries_.size() >= count; });
         return entries_;
     }
 
   private:
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::vector<std::string> entries_;
+    Entries entries_;
 };
-
-using Entries = std::vector<std::string>;
-
-inline LinkCallbacks recording(Record& record) {
-    return {
-        .on_selected = [&record] { record.add("selected"); },
-        .on_deselected = [&record] { record.add("deselected"); },
-        .on_closed = [&record] { record.add("closed"); },
-        .on_message =
-            [&record](const Header& header, std::string&& body) {
-                record.add("S" + std::to_string(header.stream()) + "F" + std::to_string(header.function()) +
-                           " " + to_hex(body));
-            },
-        .on_reply_timeout = [&record](std::uint32_t id) { record.add("timeout " + std::to_string(id)); },
-    };
-}
-
-inline LinkOptions passive_options() {
-    LinkOptions options;
-    options.port = 0;
-    return options;
-}
 
 }  // namespace hsms

@@ -13,15 +13,16 @@
 namespace Talwen {
 namespace {
 
+using Names = std::vector<std::string>;
+
 class Files : public testing::Test {
   protected:
     Files() { sim::set_data_folder(folder.path()); }
 
-    std::vector<std::string> names(const char* below) const {
-        std::vector<std::string> list;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path() / below)) {
+    Names names(const char* below) const {
+        Names list;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path() / below))
             list.push_back(entry.path().filename().string());
-        }
         std::ranges::sort(list);
         return list;
     }
@@ -30,10 +31,8 @@ class Files : public testing::Test {
 };
 
 TEST_F(Files, PathsStayInsideTheDataFolder) {
-    const struct {
-        const char* path;
-        const char* mapped;  // below the data folder; null: no path of the controller's
-    } cases[] = {
+    // The path below the data folder; null: no path of the controller's.
+    const std::pair<const char*, const char*> cases[] = {
         {"Z:\\FA\\FA_SAVE.inf", "Z/FA/FA_SAVE.inf"},
         {"j:\\Talwen/Config\\FA", "J/Talwen/Config/FA"},
         {"Z:\\..\\..\\etc\\passwd", "Z/etc/passwd"},
@@ -45,44 +44,36 @@ TEST_F(Files, PathsStayInsideTheDataFolder) {
         {"", nullptr},
         {nullptr, nullptr},
     };
+    for (const auto& [path, mapped] : cases)
+        EXPECT_EQ(sim::map_path(path), mapped == nullptr ? std::filesystem::path() : folder.path() / mapped)
+            << (path == nullptr ? "null" : path);
+}
+
+TEST_F(Files, ContentChangesAtTheCloseAndNotBefore) {
+    const struct {
+        const char *mode, *text;
+        bool closed;
+        const char* content;
+    } cases[] = {
+        {"w+", "new", true, "new"},
+        {"a", "+new", true, "old+new"},
+        {"r+", "O", true, "Old"},
+        {"w", "new", false, "old"},
+    };
     for (const auto& c : cases) {
-        const auto expected = c.mapped == nullptr ? std::filesystem::path() : folder.path() / c.mapped;
-        EXPECT_EQ(sim::map_path(c.path), expected) << (c.path == nullptr ? "null" : c.path);
+        folder.put("Z/FA/a", "old");
+        std::FILE* file = QFile_Open("Z:\\FA\\a", c.mode);
+        ASSERT_NE(file, nullptr) << c.mode;
+        std::fputs(c.text, file);
+        std::fflush(file);
+        EXPECT_EQ(folder.read("Z/FA/a"), "old") << c.mode;
+        EXPECT_EQ(sim::open_files(), Names{"Z:\\FA\\a"});
+        EXPECT_EQ(c.closed ? QFile_Close(file) : 0, 0) << c.mode;
+        sim::close_open_files();
+        EXPECT_EQ(folder.read("Z/FA/a"), c.content) << c.mode;
+        EXPECT_EQ(names("Z/FA"), Names{"a"}) << "nothing is left beside it";
+        EXPECT_TRUE(sim::open_files().empty());
     }
-}
-
-TEST_F(Files, NewContentReplacesTheOldAtTheCloseAndNotBefore) {
-    folder.put("Z/FA/a.inf", "old");
-    std::FILE* file = QFile_Open("Z:\\FA\\a.inf", "w+");
-    ASSERT_NE(file, nullptr);
-    std::fputs("new", file);
-    std::fflush(file);
-    EXPECT_EQ(folder.read("Z/FA/a.inf"), "old");
-    EXPECT_EQ(sim::open_files(), std::vector<std::string>{"Z:\\FA\\a.inf"});
-    EXPECT_EQ(QFile_Close(file), 0);
-    EXPECT_EQ(folder.read("Z/FA/a.inf"), "new");
-    EXPECT_EQ(names("Z/FA"), std::vector<std::string>{"a.inf"}) << "nothing is left beside it";
-    EXPECT_TRUE(sim::open_files().empty());
-}
-
-TEST_F(Files, AppendingAndUpdatingStartFromTheOldContent) {
-    folder.put("Z/a", "old");
-    std::FILE* file = QFile_Open("Z:\\a", "a");
-    std::fputs("+new", file);
-    EXPECT_EQ(QFile_Close(file), 0);
-    EXPECT_EQ(folder.read("Z/a"), "old+new");
-    file = QFile_Open("Z:\\a", "r+");
-    std::fputs("OLD", file);
-    EXPECT_EQ(QFile_Close(file), 0);
-    EXPECT_EQ(folder.read("Z/a"), "OLD+new");
-}
-
-TEST_F(Files, AFileLeftOpenKeepsTheOldContent) {
-    folder.put("Z/a", "old");
-    ASSERT_NE(QFile_Open("Z:\\a", "w"), nullptr);
-    sim::close_open_files();
-    EXPECT_EQ(folder.read("Z/a"), "old");
-    EXPECT_EQ(names("Z"), std::vector<std::string>{"a"});
 }
 
 TEST_F(Files, RefusedWithAnErrorText) {
@@ -101,22 +92,15 @@ TEST_F(Files, RefusedWithAnErrorText) {
         EXPECT_STREQ(QStr_Get_SysErrMsg(), c.error) << c.path << " " << c.mode;
     }
     EXPECT_EQ(QFile_Close(nullptr), EOF);
-}
-
-TEST_F(Files, CloseReportsContentThatCouldNotTakeItsName) {
-    std::FILE* file = QFile_Open("Z:\\a", "w");
-    ASSERT_EQ(file, nullptr) << "there is no drive yet";
-    ASSERT_TRUE(QFile_Create_Folder("Z:\\"));
-    file = QFile_Open("Z:\\a", "w");
+    std::FILE* file = QFile_Open("Z:\\b", "w");
     ASSERT_NE(file, nullptr);
-    std::filesystem::create_directories(folder.path() / "Z/a/in-the-way");
+    std::filesystem::create_directories(folder.path() / "Z/b/in-the-way");
     EXPECT_EQ(QFile_Close(file), EOF);
-    EXPECT_EQ(names("Z"), std::vector<std::string>{"a"}) << "what was written is gone";
+    EXPECT_EQ(names("Z"), (Names{"FA", "b"})) << "what was written is gone";
 }
 
 TEST_F(Files, FoldersAreMadeWithThoseAboveThem) {
-    EXPECT_TRUE(QFile_Create_Folder("J:\\Talwen\\Config\\FA"));
-    EXPECT_TRUE(QFile_Create_Folder("J:\\Talwen\\Config\\FA")) << "it is there already";
+    for (int i = 0; i < 2; ++i) EXPECT_TRUE(QFile_Create_Folder("J:\\Talwen\\Config\\FA"));
     EXPECT_TRUE(std::filesystem::is_directory(folder.path() / "J/Talwen/Config/FA"));
     EXPECT_FALSE(QFile_Check_File_Exist("J:\\Talwen\\Config\\FA")) << "a folder is no file";
     folder.put("Z/FA", "a file in the way");

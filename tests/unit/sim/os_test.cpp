@@ -1,38 +1,35 @@
 #include "sim/os.h"
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/file.h>
-#include <system_error>
 #include <unistd.h>
 #include <vector>
 
 #include "sim/console.h"
-#include "tests/support/temp_folder.h"
 
 namespace sim {
 namespace {
 
+using Lines = std::vector<std::string>;
+
 std::array<int, 2> make_pipe() {
     std::array<int, 2> ends = {-1, -1};
-    if (::pipe(ends.data()) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+    EXPECT_EQ(::pipe(ends.data()), 0);
     return ends;
 }
 
 /// The lines that read_line() makes of these bytes on standard input.
-std::vector<std::string> lines_of(const std::string& bytes) {
+Lines lines_of(const std::string& bytes) {
     const auto ends = make_pipe();
     EXPECT_EQ(::write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     ::close(ends[1]);
     const int kept = ::dup(STDIN_FILENO);
     ::dup2(ends[0], STDIN_FILENO);
     ::close(ends[0]);
-    std::vector<std::string> lines;
+    Lines lines;
     while (auto line = os::read_line()) lines.push_back(*line);
     ::dup2(kept, STDIN_FILENO);
     ::close(kept);
@@ -40,26 +37,11 @@ std::vector<std::string> lines_of(const std::string& bytes) {
 }
 
 TEST(Input, TheLastLineNeedsNoNewline) {
-    using Lines = std::vector<std::string>;
-    const struct {
-        std::string bytes;
-        Lines lines;
-    } cases[] = {
+    const std::pair<const char*, Lines> cases[] = {
         {"", {}},           {"status\n", {"status"}},   {"status\r\nquit", {"status", "quit"}},
         {"quit", {"quit"}}, {"\n\nx\r", {"", "", "x"}},
     };
-    for (const auto& c : cases) EXPECT_EQ(lines_of(c.bytes), c.lines) << c.bytes;
-}
-
-TEST(FolderLock, AHeldLockIsNotAnUnwritableOne) {
-    const support::TempFolder folder;
-    EXPECT_THROW(os::lock_folder(folder.path() / "missing"), std::system_error);
-    // flock() belongs to the open file, so that a second one in this process stands for another process.
-    const int other = ::open((folder.path() / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    ASSERT_EQ(::flock(other, LOCK_EX | LOCK_NB), 0);
-    EXPECT_FALSE(os::lock_folder(folder.path()));
-    ::close(other);
-    EXPECT_TRUE(os::lock_folder(folder.path()));
+    for (const auto& [bytes, lines] : cases) EXPECT_EQ(lines_of(bytes), lines) << bytes;
 }
 
 /// Prints more than the pipe and the buffer hold, with nobody reading, after a stop was asked for.
@@ -78,6 +60,16 @@ void print_to_nobody() {
 TEST(ConsoleDeathTest, AStopDoesNotWaitForAReader) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(print_to_nobody(), testing::ExitedWithCode(0), "");
+}
+
+TEST(Console, NoLineLooksLikeAnAnswer) {
+    testing::internal::CaptureStdout();
+    print_console(Colour::plain, "", "= 5");
+    print_console(Colour::plain, "", "a\n! b\n= c\n=d");
+    print_console(Colour::plain, "FA", "= 5");
+    print_answer("= ok");
+    flush_console();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), " = 5\na\n ! b\n = c\n=d\n[FA] = 5\n= ok\n");
 }
 
 }  // namespace

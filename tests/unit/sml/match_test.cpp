@@ -8,19 +8,15 @@ namespace {
 
 TEST(Match, FirstDifference) {
     const struct {
-        const char* pattern;
-        const char* message;
-        const char* difference;  // "" when it matches
+        const char *pattern, *message, *difference;  // "" when it matches
     } cases[] = {
         {"S1F1.", "S1F1 W.", ""},
-        {"S1F1 W.", "S1F1 W.", ""},
         {"S1F1 W.", "S1F1.", "expected W, got S1F1."},
         {"S1F2 *.", "S1F2 <L>.", ""},
         {"S1F2 *.", "S1F2.", "body: expected *, got none"},
         {"S1F2.", "S1F2 <L>.", "expected no body, got <L>"},
         {"S1F4 *.", "S1F0.", "expected S1F4, got S1F0."},
         {"S1F4 *.", "S2F4 <L>.", "expected S1F4, got S2F4 <L>."},
-        {"S1F4 <L>.", "S1F4 <L>.", ""},
         {"S1F4 <L>.", "S1F4 <A>.", "body: expected <L>, got <A \"\">"},
         {"S1F4 <A>.", "S1F4 <L>.", "body: expected <A \"\">, got <L>"},
         {"S1F4 <L * *>.", "S1F4 <L <A> <L <A>>>.", ""},
@@ -29,7 +25,6 @@ TEST(Match, FirstDifference) {
         {"S1F4 <L ...>.", "S1F4 <L>.", ""},
         {"S1F4 <L ...>.", "S1F4 <L <A> <A>>.", ""},
         {"S1F4 <L ...>.", "S1F4 <A>.", "body: expected <L ...>, got <A \"\">"},
-        {"S1F4 <L <A \"x\"> ...>.", "S1F4 <L <A \"x\"> <B 1>>.", ""},
         {"S1F4 <L * ...>.", "S1F4 <L>.", "body: expected a list of 1 or more, got a list of 0: <L>"},
         {"S1F4 <L * <L <U4 1001> *>>.", "S1F4 <L <B 0> <L <U4 1002> <A>>>.",
          "item 2.1: expected <U4 1001>, got <U4 1002>"},

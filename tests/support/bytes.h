@@ -1,9 +1,13 @@
-// Bytes written by hand: "00 00 00 0A" or 'text' in single quotes.
+// Bytes written by hand: "00 00 00 0A" or 'text' in single quotes; lists of texts; logs without their times.
 #pragma once
 
 #include <cctype>
+#include <cstdio>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 inline std::string bytes(std::string_view text) {
     std::string out;
@@ -23,13 +27,23 @@ inline std::string bytes(std::string_view text) {
 }
 
 inline std::string to_hex(std::string_view data) {
-    constexpr char digits[] = "0123456789ABCDEF";
     std::string out;
+    char text[4];
     for (const char c : data) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (!out.empty()) out.push_back(' ');
-        out.push_back(digits[byte >> 4U]);
-        out.push_back(digits[byte & 0xFU]);
+        std::snprintf(text, sizeof text, "%s%02X", out.empty() ? "" : " ", static_cast<unsigned char>(c));
+        out += text;
     }
     return out;
+}
+
+inline std::vector<std::string> split(const std::string& text, char mark) {
+    std::vector<std::string> parts;
+    std::istringstream in(text);
+    for (std::string part; std::getline(in, part, mark);) parts.push_back(part);
+    return parts;
+}
+
+inline std::string without_times(const std::string& log) {
+    static const std::regex time(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\n)");
+    return std::regex_replace(log, time, "TIME\n");
 }
