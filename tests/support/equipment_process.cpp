@@ -1,9 +1,7 @@
 #include "support/equipment_process.h"
 
-#include <atomic>
 #include <fcntl.h>
 #include <fstream>
-#include <iterator>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -21,19 +19,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string read_file(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void write_file(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
-/// Replaces the values of the keys in a settings file; a key that is not there is appended.
-void change_settings(const fs::path& path, const std::map<std::string, std::string>& values) {
-    std::istringstream old(read_file(path));
-    std::map<std::string, std::string> left = values;
+/// Replaces the values of the keys in settings; a key that is not there is appended.
+std::string changed_settings(const std::string& settings, std::map<std::string, std::string> left) {
+    std::istringstream old(settings);
     std::string text;
     for (std::string line; std::getline(old, line);) {
         const std::string key = line.substr(0, line.find(' '));
@@ -45,7 +33,7 @@ void change_settings(const fs::path& path, const std::map<std::string, std::stri
         text += line + "\n";
     }
     for (const auto& [key, value] : left) text += key + " " + value + "\n";
-    write_file(path, text);
+    return text;
 }
 
 struct Spawned {
@@ -54,7 +42,7 @@ struct Spawned {
     int from;
 };
 
-Spawned spawn(const std::vector<std::string>& arguments, bool with_errors) {
+Spawned spawn(const std::vector<std::string>& arguments) {
     int in[2];
     int out[2];
     if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
@@ -62,7 +50,7 @@ Spawned spawn(const std::vector<std::string>& arguments, bool with_errors) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in[0], 0);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    if (with_errors) posix_spawn_file_actions_adddup2(&actions, out[1], 2);
+    posix_spawn_file_actions_adddup2(&actions, out[1], 2);
     std::vector<char*> argv;
     for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
@@ -81,18 +69,22 @@ int status_of(int wait_status) {
 
 }  // namespace
 
-EquipmentProcess::EquipmentProcess(const EquipmentOptions& options) : data_(own_.path()) {
-    fs::copy(FA_DEMO_MACHINE, data_, fs::copy_options::recursive);
+void make_data_folder(const TempFolder& data, const EquipmentOptions& options) {
+    fs::copy(FA_DEMO_MACHINE, data.path(), fs::copy_options::recursive);
     std::map<std::string, std::string> settings = options.settings;
     settings.emplace("COMM_PORT", "0");
-    change_settings(data_ / "Z" / "FA" / "FA_SAVE.inf", settings);
-    std::string machine = read_file(data_ / "machine.toml");
+    data.put("Z/FA/FA_SAVE.inf", changed_settings(data.read("Z/FA/FA_SAVE.inf"), settings));
+    std::string machine = data.read("machine.toml");
     for (const auto& [from, to] : options.machine) {
         const std::size_t at = machine.find(from);
         if (at == std::string::npos) throw std::runtime_error("machine.toml does not hold: " + from);
         machine.replace(at, from.size(), to);
     }
-    write_file(data_ / "machine.toml", machine);
+    data.put("machine.toml", machine);
+}
+
+EquipmentProcess::EquipmentProcess(const EquipmentOptions& options) : data_(own_.path()) {
+    make_data_folder(own_, options);
     start();
 }
 
@@ -105,7 +97,7 @@ EquipmentProcess::~EquipmentProcess() {
 }
 
 void EquipmentProcess::start() {
-    const Spawned child = spawn({FA_EQUIPMENT, "--data", data_.string()}, true);
+    const Spawned child = spawn({FA_EQUIPMENT, "--data", data_.string()});
     pid_ = child.pid;
     to_ = child.to;
     from_ = child.from;
@@ -161,6 +153,11 @@ std::string EquipmentProcess::await(const std::string& text, const std::string& 
     return got;
 }
 
+bool EquipmentProcess::awaits_host() {
+    const std::string listening = "= listening " + std::to_string(port_) + " -";
+    return await("link", listening) == listening;
+}
+
 int EquipmentProcess::wait_for_end() {
     if (pid_ < 0) return -1;
     int status = 0;
@@ -211,7 +208,7 @@ int EquipmentProcess::threads() const {
 }
 
 Finished run_program(const std::vector<std::string>& arguments) {
-    const Spawned child = spawn(arguments, true);
+    const Spawned child = spawn(arguments);
     ::close(child.to);
     Finished result{0, {}};
     char buffer[4096];
@@ -222,6 +219,12 @@ Finished run_program(const std::vector<std::string>& arguments) {
     ::waitpid(child.pid, &status, 0);
     result.status = status_of(status);
     return result;
+}
+
+Finished run_host(const EquipmentProcess& equipment, const std::string& script) {
+    const TempFolder folder;
+    return run_program({FA_HOST, "--connect", "127.0.0.1:" + std::to_string(equipment.port()), "--script",
+                        folder.put("test.script", script).string()});
 }
 
 }  // namespace support

@@ -27,6 +27,9 @@ struct EquipmentOptions {
     std::map<std::string, std::string> machine;
 };
 
+/// Makes the copy, to be used by several processes in turn.
+void make_data_folder(const TempFolder& data, const EquipmentOptions& options = {});
+
 class EquipmentProcess {
   public:
     /// Starts it and waits for its "= ready" line; throws std::runtime_error with its output when it ends
@@ -45,6 +48,8 @@ class EquipmentProcess {
     /// Repeats a command until it gives `answer`, at most for `limit`; the last answer.
     std::string await(const std::string& command, const std::string& answer,
                       std::chrono::milliseconds limit = std::chrono::seconds(15));
+    /// Waits until it listens and has no host; false when it does not come to that.
+    bool awaits_host();
     /// Orderly stop; the exit status, or 128 + the signal that ended it.
     int quit();
     void kill();
@@ -76,5 +81,7 @@ struct Finished {
     std::string output;
 };
 Finished run_program(const std::vector<std::string>& arguments);
+/// fa-host with a script against the equipment.
+Finished run_host(const EquipmentProcess& equipment, const std::string& script);
 
 }  // namespace support

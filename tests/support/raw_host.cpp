@@ -83,36 +83,33 @@ int RawHost::select() {
     return static_cast<unsigned char>(answer->header[3]);
 }
 
-std::optional<RawMessage> RawHost::receive_answering(std::chrono::milliseconds limit) {
-    const auto deadline = Clock::now() + limit;
-    for (;;) {
-        auto message =
-            receive(std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()));
-        if (!message || message->s_type() != 0 || (message->function() & 1) == 0) return message;
-        if (!message->wbit()) continue;
-        // S1F14 with COMMACK 0 and no names; every other primary gets a B 0.
-        const bool establish = message->stream() == 1 && message->function() == 13;
-        const std::string body =
-            establish ? std::string("\x01\x02\x21\x01\x00\x01\x00", 7) : std::string("\x21\x01\x00", 3);
-        std::string answer = frame(0, static_cast<unsigned>(message->stream()),
-                                   static_cast<unsigned>(message->function() + 1), 0, 0, 0, body);
-        answer.replace(10, 4, message->header.substr(6));
-        send(answer);
-    }
+void RawHost::answer(const RawMessage& primary) {
+    const auto is = [&](int stream, int function) {
+        return primary.stream() == stream && primary.function() == function;
+    };
+    std::string body("\x21\x01\x00", 3);
+    if (is(1, 13)) body = std::string("\x01\x02\x21\x01\x00\x01\x00", 7);
+    if (is(1, 1)) body = std::string("\x01\x00", 2);
+    if (is(2, 17))
+        body =
+            "\x41\x10"
+            "2026010112000000";
+    std::string answer = data(primary.stream(), primary.function() + 1, 0, body);
+    answer.replace(10, 4, primary.header.substr(6));
+    send(answer);
 }
 
-std::optional<RawMessage> RawHost::reply_to(std::uint32_t system, std::chrono::milliseconds limit) {
+std::optional<RawMessage> RawHost::reply_to(std::uint32_t system) {
     const std::string wanted = big_endian(system, 4);
-    const auto deadline = Clock::now() + limit;
-    for (;;) {
-        auto message =
-            receive_answering(std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()));
-        if (!message || message->header.substr(6) == wanted) return message;
+    for (auto message = receive(); message; message = receive()) {
+        if (message->header.substr(6) == wanted) return message;
+        if (message->is_primary() && message->wbit()) answer(*message);
     }
+    return std::nullopt;
 }
 
-bool RawHost::closed_by_peer(std::chrono::milliseconds limit) {
-    const auto deadline = Clock::now() + limit;
+bool RawHost::closed_by_peer() {
+    const auto deadline = Clock::now() + std::chrono::seconds(10);
     std::string byte;
     while (read(1, byte, deadline)) {
     }

@@ -17,6 +17,7 @@ struct RawMessage {
     int s_type() const { return static_cast<unsigned char>(header[5]); }
     int stream() const { return static_cast<unsigned char>(header[2]) & 0x7F; }
     int function() const { return static_cast<unsigned char>(header[3]); }
+    bool is_primary() const { return s_type() == 0 && function() % 2 == 1; }
     bool wbit() const { return (static_cast<unsigned char>(header[2]) & 0x80) != 0; }
 };
 
@@ -36,18 +37,16 @@ class RawHost {
 
     /// False when the connection is gone.
     bool send(const std::string& bytes);
-    /// The next message; nothing when the connection ends or `limit` passes first (timed_out() tells).
+    /// The next message; nothing when the connection ends or `limit` passes first.
     std::optional<RawMessage> receive(std::chrono::milliseconds limit = std::chrono::seconds(10));
-    bool timed_out() const { return timed_out_; }
     /// Sends Select.req and takes its answer; the select status, -1 without an answer.
     int select();
-    /// The same, but the equipment's own primaries are answered and skipped.
-    std::optional<RawMessage> receive_answering(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    /// Answers a primary of the equipment: S1F14 with COMMACK 0 and no names, a clock, B 0 to most.
+    void answer(const RawMessage& primary);
     /// The next message with these system bytes; the equipment's own primaries on the way are answered.
-    std::optional<RawMessage> reply_to(std::uint32_t system,
-                                       std::chrono::milliseconds limit = std::chrono::seconds(10));
-    /// Reads until the peer closes; false when it has not within `limit`.
-    bool closed_by_peer(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    std::optional<RawMessage> reply_to(std::uint32_t system);
+    /// Reads until the peer closes; false when it has not within ten seconds.
+    bool closed_by_peer();
     /// FIN, or RST.
     void close(bool reset = false);
 

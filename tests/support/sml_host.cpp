@@ -25,17 +25,6 @@ sml::Message to_message(const RawMessage& raw) {
     return message;
 }
 
-/// S1F14 with COMMACK 0 and no names; a clock; every other primary gets a B 0.
-std::string answer_body(const RawMessage& primary) {
-    const auto is = [&](int stream, int function) {
-        return primary.stream() == stream && primary.function() == function;
-    };
-    if (is(1, 13)) return {"\x01\x02\x21\x01\x00\x01\x00", 7};
-    if (is(1, 1)) return {"\x01\x00", 2};
-    if (is(2, 17)) return std::string("\x41\x10", 2) + "2026010112000000";
-    return {"\x21\x01\x00", 3};
-}
-
 }  // namespace
 
 SmlHost::SmlHost(std::uint16_t port) : raw_(port) {
@@ -47,13 +36,9 @@ bool SmlHost::pump(std::chrono::milliseconds limit, RawMessage& message) {
     auto received = raw_.receive(limit);
     if (!received) return false;
     message = std::move(*received);
-    if (message.s_type() != 0 || (message.function() & 1) == 0) return true;
+    if (!message.is_primary()) return true;
     kept_.push_back({to_message(message), Clock::now()});
-    if (!message.wbit()) return true;
-    std::string answer = frame(0, static_cast<unsigned>(message.stream()),
-                               static_cast<unsigned>(message.function() + 1), 0, 0, 0, answer_body(message));
-    answer.replace(10, 4, message.header.substr(6));
-    raw_.send(answer);
+    if (message.wbit()) raw_.answer(message);
     return true;
 }
 
@@ -67,7 +52,7 @@ std::string SmlHost::ask(const std::string& sml) {
     const auto deadline = Clock::now() + std::chrono::seconds(20);
     RawMessage message;
     while (pump(until(deadline), message))
-        if (message.s_type() == 0 && (message.function() & 1) == 0 && message.header.substr(6) == wanted)
+        if (message.s_type() == 0 && !message.is_primary() && message.header.substr(6) == wanted)
             return sml::one_line(to_message(message), 100'000);
     throw std::runtime_error("no reply to " + sml);
 }

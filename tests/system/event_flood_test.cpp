@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "lot_record.h"
+#include "support/bytes.h"
 #include "support/equipment_process.h"
 #include "support/sml_host.h"
 
@@ -72,46 +73,33 @@ std::string garbage(std::mt19937& random) {
     return "\xE9" + text;
 }
 
-/// What makes a good command one that raises nothing.
-using Mangle = std::string (*)(std::string text, std::mt19937& random);
-constexpr Mangle manglers[] = {
-    [](std::string text, std::mt19937&) { return "X" + text; },
-    [](std::string text, std::mt19937&) { return text.replace(0, 1, 1, static_cast<char>(text[0] | 0x20)); },
-    [](std::string text, std::mt19937&) { return text.erase(text.find('_'), 1); },
-    [](std::string text, std::mt19937&) { return text.replace(text.find('_'), 1, 1, ' '); },
-    [](std::string text, std::mt19937&) { return text.insert(text.find(' '), "S"); },
-    [](std::string text, std::mt19937&) { return text.erase(text.find(' ')); },
-    [](std::string text, std::mt19937&) { return text.erase(text.find('_') + 1); },
-    [](std::string text, std::mt19937&) { return text.insert(text.find(' '), 20'000, 'x'); },
-    [](std::string text, std::mt19937&) { return text.erase(text.find(' ')) + " 99999999999|0|0||77"; },
-    [](std::string text, std::mt19937&) { return text.erase(text.find(' ')) + " -1|0|0||-1"; },
-    [](std::string, std::mt19937& random) { return garbage(random); },
-};
+/// A good command that is made one that raises nothing.
+std::string mangled(std::string text, std::mt19937& random) {
+    const std::size_t line = text.find('_');
+    const std::size_t blank = text.find(' ');
+    switch (random() % 11) {
+        case 0: return "X" + text;
+        case 1: return text.replace(0, 1, 1, static_cast<char>(text[0] | 0x20));
+        case 2: return text.erase(line, 1);
+        case 3: return text.replace(line, 1, 1, ' ');
+        case 4: return text.insert(blank, "S");
+        case 5: return text.erase(blank);
+        case 6: return text.erase(line + 1);
+        case 7: return text.insert(blank, 20'000, 'x');
+        case 8: return text.erase(blank) + " 99999999999|0|0||77";
+        case 9: return text.erase(blank) + " -1|0|0||-1";
+        default: return garbage(random);
+    }
+}
 
-/// Malformed ones of their own. A field that is missing or no number is 0, so some raise their event.
-const Command odd_commands[] = {
-    {"PORT_STATE 1|-1", 0},
-    {"PORT_STATE 1|3", 0},
-    {"PORT_STATE 13|0", 0},
-    {"PORT_TRANSFER 8|0", 0},
-    {"PM_STATE 1|4", 0},
-    {"PM_STATE 3|-2147483648|MAIN|1", 0},
-    {"SUBST_TRACK |0|25||9", 0},
-    {"SUBST_TRACK |3|0||9", 0},
-    {"SUBST_TRACK |0|0|LP1|5|-1|EFEM|0", 0},
-    {"SUBST_TRACK 9|0|0", 0},
-    {"CARRIER_ID 8|0", 0},
-    {"SEMI_TRANSFER 8", 0},
-    {"_", 0},
-    {"_STATE 1|0", 0},
-    {"PORT_ 1|0", 0},
-    {"|||||||||||||||", 0},
-    {"SEND_PRIMIRY", 0},
-    {"SEND_PRIMIRY S99F99|1,2,3", 0},
-    {"SEND_PRIMIRY S6F|", 0},
-    {"SEND_ALARM_POST 999999", 0},
-    {"SEND_ALARM_CLEAR x", 0},
-    {"REQUEST_NOTHING", 0},
+/// Malformed ones of their own.
+const char* const senseless =
+    "PORT_STATE 1|-1;PORT_STATE 1|3;PORT_STATE 13|0;PORT_TRANSFER 8|0;PM_STATE 1|4;SUBST_TRACK |0|25||9;"
+    "SUBST_TRACK |3|0||9;SUBST_TRACK 9|0|0;CARRIER_ID 8|0;SEMI_TRANSFER 8;_;_STATE 1|0;PORT_ 1|0;|||||||||;"
+    "SEND_PRIMIRY;SEND_PRIMIRY S6F|;SEND_PRIMIRY S99F99|1,2,3;SUBST_TRACK |0|0|LP1|5|-1|EFEM|0;"
+    "PM_STATE 3|-2147483648|MAIN|1;SEND_ALARM_POST 999999;SEND_ALARM_CLEAR x;REQUEST_NOTHING";
+/// A field that is missing or no number is 0, so these raise their event.
+const Command loose[] = {
     {"PORT_STATE 3", 11301},
     {"PORT_STATE 3|abc|||", 11301},
     {"PORT_STATE \t 3x|1zzz", 11301},
@@ -140,11 +128,13 @@ class Commands {
         return {filled_in(described.text, random_), described.ceid};
     }
     Command malformed() {
-        if (random_() % 3 == 0) return odd_commands[random_() % std::size(odd_commands)];
-        return {manglers[random_() % std::size(manglers)](good().text, random_), 0};
+        if (random_() % 4 == 0) return {senseless_.at(random_() % senseless_.size()), 0};
+        if (random_() % 12 == 0) return loose[random_() % std::size(loose)];
+        return {mangled(good().text, random_), 0};
     }
 
     std::mt19937 random_{20};
+    const std::vector<std::string> senseless_ = split(senseless, ';');
     const std::vector<Command> descriptions_ = event_descriptions();
     std::size_t turn_ = 0;
 };

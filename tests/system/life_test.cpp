@@ -1,9 +1,8 @@
 // Ends of the equipment's process that are none of its own choice, and full disks.
-#include <fstream>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <thread>
 
 #include "support/equipment_process.h"
@@ -16,34 +15,27 @@ using support::EquipmentProcess;
 using support::SmlHost;
 using namespace std::chrono_literals;
 
-std::string read(const fs::path& path) {
-    std::ostringstream out;
-    out << std::ifstream(path, std::ios::binary).rdbuf();
-    return out.str();
-}
-
-/// A copy of the demo folder with a free port, to be used by several processes in turn.
-struct DataFolder {
-    support::TempFolder folder;
-    fs::path path = folder.path() / "data";
-
-    DataFolder() {
-        fs::copy(FA_DEMO_MACHINE, path, fs::copy_options::recursive);
-        std::string settings = read(path / "Z/FA/FA_SAVE.inf");
-        const std::size_t at = settings.find("5000");
-        if (at == std::string::npos) throw std::runtime_error("the demo machine's port is not 5000");
-        settings.replace(at, 4, "0   ");
-        std::ofstream(path / "Z/FA/FA_SAVE.inf", std::ios::binary) << settings;
-    }
+/// A data folder for several processes in turn.
+struct DataFolder : support::TempFolder {
+    DataFolder() { support::make_data_folder(*this); }
 };
 
-TEST(EquipmentLife, ASecondOneOnTheFolderSaysSoAndTheFirstIsUnharmed) {
+TEST(EquipmentLife, EndsWithTwoWhenItCannotStart) {
     const DataFolder data;
-    EquipmentProcess first(data.path);
-    const support::Finished second = support::run_program({FA_EQUIPMENT, "--data", data.path.string()});
-    EXPECT_EQ(second.status, 2);
-    EXPECT_NE(second.output.find("another running process holds this data folder"), std::string::npos)
-        << second.output;
+    EquipmentProcess first(data.path());
+    const DataFolder bad_key;
+    bad_key.put("machine.toml", "[tool]\ncolour = 1\n");
+    const std::pair<fs::path, const char*> cases[] = {
+        {data.path(), "another running process holds this data folder"},
+        {data.path() / "none", "machine.toml"},
+        {bad_key.path(), "machine.toml:2: unknown key 'colour' in [tool]"},
+    };
+    for (const auto& [folder, says] : cases) {
+        const support::Finished second = support::run_program({FA_EQUIPMENT, "--data", folder.string()});
+        EXPECT_EQ(second.status, 2) << second.output;
+        EXPECT_NE(second.output.find(says), std::string::npos) << second.output;
+        EXPECT_EQ(std::ranges::count(second.output, '\n'), 1) << second.output;
+    }
     EXPECT_EQ(SmlHost(first.port()).ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
     EXPECT_EQ(first.quit(), 0);
 }
@@ -55,7 +47,7 @@ TEST(EquipmentLife, KilledWhileSavingItStartsAgainWithAWholeFile) {
     const std::string with = "#Sx,Fx\n5,1\n6,11\n";
     const std::string without = "#Sx,Fx\n6,11\n";
     for (int round = 0; round < 8; ++round) {
-        EquipmentProcess equipment(data.path);
+        EquipmentProcess equipment(data.path());
         SmlHost host(equipment.port());
         std::thread killer([&equipment, wait = std::chrono::milliseconds(20 + random() % 200)] {
             std::this_thread::sleep_for(wait);
@@ -69,26 +61,25 @@ TEST(EquipmentLife, KilledWhileSavingItStartsAgainWithAWholeFile) {
             // killed
         }
         killer.join();
-        const std::string saved = read(data.path / "Z/FA/SPOOLING.inf");
+        const std::string saved = data.read("Z/FA/SPOOLING.inf");
         EXPECT_TRUE(saved == with || saved == without) << saved;
     }
-    EquipmentProcess equipment(data.path);
-    EXPECT_EQ(equipment.command("status").substr(0, 9), "= Enter=1");
+    EXPECT_TRUE(EquipmentProcess(data.path()).command("status").starts_with("= Enter=1"));
 }
 
 // Nothing can be written: the messages still flow, and a save that failed is told.
 TEST(EquipmentLife, AFullDiskDoesNotStopTheLink) {
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
     const DataFolder data;
-    fs::create_directories(data.path / "log");
-    for (const char* log : {"online.log", "system.log"})
-        fs::create_symlink("/dev/full", data.path / "log" / log);
-    EquipmentProcess equipment(data.path);
+    fs::create_directories(data.path() / "log");
+    for (const char* log : {"log/online.log", "log/system.log"})
+        fs::create_symlink("/dev/full", data.path() / log);
+    EquipmentProcess equipment(data.path());
     SmlHost host(equipment.port());
     for (int i = 0; i < 200; ++i) ASSERT_EQ(host.ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
     // The folder of the saved files becomes a file: nothing can be made in it any more.
-    fs::rename(data.path / "Z/FA", data.path / "Z/FA.away");
-    std::ofstream(data.path / "Z/FA") << "in the way";
+    fs::rename(data.path() / "Z/FA", data.path() / "Z/FA.away");
+    data.put("Z/FA", "in the way");
     EXPECT_EQ(host.ask("S2F43 W <L <L <U1 6> <L <U1 11>>>>."), "S2F44 <L <B 0x00> <L>>.");
     EXPECT_EQ(host.ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
     EXPECT_EQ(equipment.quit(), 0);

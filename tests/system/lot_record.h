@@ -31,9 +31,8 @@ Alarm read_alarm(const sml::Message& s5f1);
 /// CEIDs of the demo machine that a host acts on.
 enum Ceid : int {
     on_line_remote = 10104,
+    step_held = 10305,
     port_empty = 12201,
-    wafer_at_source = 30201,
-    wafer_home = 30202,
     wafer_left_carrier = 30301,
     wafer_placed = 30302,
     wafer_picked = 30303,
@@ -45,10 +44,10 @@ enum Ceid : int {
     numbered = 54101,
 };
 
-/// By slot, what befell each wafer of the port, one line a step: "30301 LP1>EFEM", "10303 MAIN 3". What a
-/// process module tells belongs to the wafer that was last placed in it.
-std::map<int, std::vector<std::string>> wafer_histories(const std::vector<Event>& events, int port);
-/// The lines of a wafer that went its whole way through one process module without an alarm.
-std::vector<std::string> whole_history(const std::string& process_module, const std::string& carrier_module);
+/// By slot, what befell each wafer of the port: "30301 LP1>EFEM; 10303 MAIN; ". What a process module tells
+/// belongs to the wafer that was last placed in it; steps that an alarm held are left out.
+std::map<int, std::string> wafer_histories(const std::vector<Event>& events, int port);
+/// A wafer's whole way from port 1 through a process module and back.
+std::string whole_history(const std::string& process_module);
 
 }  // namespace lots

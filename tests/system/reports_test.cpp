@@ -15,8 +15,6 @@ using support::SmlHost;
 using namespace std::chrono_literals;
 
 /// An event whose report carries a number of ours: CEID 54101 with the alarm's ALID.
-constexpr const char* event_of_number = "event ALARM_REPORT 1|{n}|0|spooled";
-
 void define_numbered_report(SmlHost& host) {
     EXPECT_EQ(host.ask("S2F35 W <L <U4 0> <L <L <U4 54101> <L>>>>."), "S2F36 <B 0x00>.");
     EXPECT_EQ(host.ask("S2F33 W <L <U4 7> <L <L <U4 60001> <L <U4 9012>>>>>."), "S2F34 <B 0x00>.");
@@ -24,15 +22,22 @@ void define_numbered_report(SmlHost& host) {
     EXPECT_EQ(host.ask("S2F37 W <L <BOOLEAN T> <L <U4 54101>>>."), "S2F38 <B 0x00>.");
 }
 
-/// The number that a report of the event carries.
-std::int64_t number_of(const sml::Message& report) {
+/// The number that the next report of the event carries; on-line again raises events of its own.
+std::int64_t next_number(SmlHost& host) {
+    sml::Message report;
+    do {
+        report = host.next(6, 11).message;
+    } while (report.body.value().children.at(1).integer(0) != 54101);
     const hsms::Item& body = report.body.value();
     return body.children.at(2).children.at(0).children.at(1).children.at(0).integer(0);
 }
 
-void go_away(SmlHost& host, EquipmentProcess& equipment) {
-    host.raw().close();
-    equipment.await("link", "= listening " + std::to_string(equipment.port()) + " -");
+void raise_thousand(EquipmentProcess& equipment) {
+    EXPECT_EQ(equipment.command("repeat 1000 event ALARM_REPORT 1|{n}|0|spooled"), "= ok 1000");
+}
+
+void expect_thousand(SmlHost& host) {
+    for (int expected = 1; expected <= 1000; ++expected) ASSERT_EQ(next_number(host), expected);
 }
 
 bool queue_empties(EquipmentProcess& equipment) {
@@ -49,17 +54,12 @@ TEST(Spooling, EventsRaisedWhileTheHostIsAwayArriveAllOnceAndInOrder) {
     define_numbered_report(*host);
     EXPECT_EQ(host->ask("S2F43 W <L <L <U1 6> <L <U1 11>>> <L <U1 5> <L <U1 1>>>>."),
               "S2F44 <L <B 0x00> <L>>.");
-    go_away(*host, equipment);
-    EXPECT_EQ(equipment.command(std::string("repeat 1000 ") + event_of_number), "= ok 1000");
+    host->raw().close();
+    EXPECT_TRUE(equipment.awaits_host());
+    raise_thousand(equipment);
     EXPECT_EQ(equipment.command("event SEND_ALARM_POST 1001"), "= ok");
     host.emplace(equipment.port());
-    for (int expected = 1; expected <= 1000; ++expected) {
-        sml::Message report;
-        do {
-            report = host->next(6, 11).message;
-        } while (report.body.value().children.at(1).integer(0) != 54101);  // on-line again raises its own
-        ASSERT_EQ(number_of(report), expected);
-    }
+    expect_thousand(*host);
     host->next(5, 1);
 }
 
@@ -68,10 +68,11 @@ TEST(Spooling, WithoutItNothingOutlivesTheLink) {
     std::optional<SmlHost> host(equipment.port());
     define_numbered_report(*host);
     EXPECT_EQ(host->ask("S2F43 W <L>."), "S2F44 <L <B 0x00> <L>>.");
-    go_away(*host, equipment);
+    host->raw().close();
+    EXPECT_TRUE(equipment.awaits_host());
     long resident = 0;
     for (int round = 1; round <= 5; ++round) {
-        EXPECT_EQ(equipment.command(std::string("repeat 1000 ") + event_of_number), "= ok 1000");
+        raise_thousand(equipment);
         EXPECT_TRUE(queue_empties(equipment));
         if (round == 2) resident = equipment.resident_kb();
     }
@@ -80,11 +81,7 @@ TEST(Spooling, WithoutItNothingOutlivesTheLink) {
     }
     host.emplace(equipment.port());
     EXPECT_EQ(equipment.command("event ALARM_REPORT 1|2026|0|after"), "= ok");
-    sml::Message report;
-    do {
-        report = host->next(6, 11).message;
-    } while (report.body.value().children.at(1).integer(0) != 54101);
-    EXPECT_EQ(number_of(report), 2026);
+    EXPECT_EQ(next_number(*host), 2026);
 }
 
 /// FA_SOAK=1 takes 100,000 reports.
@@ -95,14 +92,8 @@ TEST(EventReports, LeaveNoMemoryBehind) {
     define_numbered_report(host);
     long resident = 0;
     for (int round = 1; round <= rounds; ++round) {
-        EXPECT_EQ(equipment.command(std::string("repeat 1000 ") + event_of_number), "= ok 1000");
-        for (int expected = 1; expected <= 1000; ++expected) {
-            sml::Message report;
-            do {
-                report = host.next(6, 11).message;
-            } while (report.body.value().children.at(1).integer(0) != 54101);
-            ASSERT_EQ(number_of(report), expected) << round;
-        }
+        raise_thousand(equipment);
+        expect_thousand(host);
         if (round == 2) resident = equipment.resident_kb();
     }
     if (!support::sanitized) {
