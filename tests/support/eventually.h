@@ -1,0 +1,20 @@
+// For what nobody announces: a thread or a descriptor that is still on its way out.
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace support {
+
+/// Looks again until `condition` holds; false when it does not within ten seconds.
+template <class Condition>
+bool eventually(const Condition& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+}  // namespace support
