@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "peer.h"
-#include "support/eventually.h"
+#include "tests/support/eventually.h"
 
 namespace hsms {
 namespace {
