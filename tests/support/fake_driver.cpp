@@ -1,10 +1,10 @@
 #include "support/fake_driver.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
-#include <deque>
 #include <mutex>
 
 #include "fa/secs/dispatch.h"
@@ -16,13 +16,10 @@
 
 namespace {
 
-struct State {
-    std::mutex mutex;
-    std::condition_variable changed;
+struct Recorded {
     std::vector<std::string> calls;
     std::vector<fake::Sent> sent;
     std::vector<std::string> log;
-    std::deque<unsigned long> send_results;
     std::function<void(const fake::Sent&)> on_send;
     Talwen::__secs_sets settings{};
     unsigned long next_id = 101;
@@ -30,9 +27,26 @@ struct State {
     bool create_succeeds = true;
 };
 
+struct State : Recorded {
+    std::mutex mutex;
+    std::condition_variable changed;
+};
+
 State& state() {
     static State the_state;
     return the_state;
+}
+
+template <class Member>
+Member locked(Member Recorded::*member) {
+    const std::lock_guard lock(state().mutex);
+    return state().*member;
+}
+
+template <class Member>
+void set(Member Recorded::*member, Member value) {
+    const std::lock_guard lock(state().mutex);
+    state().*member = std::move(value);
 }
 
 void record(std::string call) {
@@ -55,16 +69,7 @@ std::string message_sml(unsigned char stream, unsigned char function, bool wbit,
         hsms::decode_item(bytes, item);
         message.body = item;
     }
-    std::string text = sml::to_sml(message);
-    for (char& c : text)
-        if (c == '\n') c = ' ';
-    std::string single;
-    for (const char c : text) {
-        if (c == ' ' && single.ends_with(' ')) continue;
-        if (c == '>' && single.ends_with("> ")) single.pop_back();
-        single += c;
-    }
-    return single;
+    return sml::one_line(message, std::string::npos);
 }
 
 bool is_message_dump(const std::string& entry) {
@@ -81,32 +86,20 @@ Driver& driver() {
 }
 
 void Driver::reset() {
-    State& s = state();
-    const std::lock_guard lock(s.mutex);
-    s.calls.clear();
-    s.sent.clear();
-    s.log.clear();
-    s.send_results.clear();
-    s.on_send = nullptr;
-    s.settings = {};
-    s.next_id = 101;
-    s.replies_from = 0;
-    s.create_succeeds = true;
+    const std::lock_guard lock(state().mutex);
+    static_cast<Recorded&>(state()) = {};
 }
 
 std::vector<std::string> Driver::calls() const {
-    const std::lock_guard lock(state().mutex);
-    return state().calls;
+    return locked(&Recorded::calls);
 }
 
 std::vector<Sent> Driver::sent() const {
-    const std::lock_guard lock(state().mutex);
-    return state().sent;
+    return locked(&Recorded::sent);
 }
 
 std::vector<std::string> Driver::all_log() const {
-    const std::lock_guard lock(state().mutex);
-    return state().log;
+    return locked(&Recorded::log);
 }
 
 std::vector<std::string> Driver::log() const {
@@ -116,45 +109,30 @@ std::vector<std::string> Driver::log() const {
 }
 
 Talwen::__secs_sets Driver::settings() const {
-    const std::lock_guard lock(state().mutex);
-    return state().settings;
+    return locked(&Recorded::settings);
 }
 
 bool Driver::wait_until(const std::function<bool()>& condition) {
     State& s = state();
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
         std::unique_lock lock(s.mutex);
-        if (s.changed.wait_until(
-                lock, std::min(deadline, std::chrono::steady_clock::now() + std::chrono::milliseconds(20))) ==
-                std::cv_status::timeout &&
-            std::chrono::steady_clock::now() >= deadline) {
-            lock.unlock();
-            return condition();
-        }
+        s.changed.wait_for(lock, std::chrono::milliseconds(20));
     }
     return true;
 }
 
 int Driver::count(const std::string& call) const {
-    int n = 0;
-    for (const std::string& c : calls()) n += c == call ? 1 : 0;
-    return n;
+    return static_cast<int>(std::ranges::count(calls(), call));
 }
 
 void Driver::let_create_succeed(bool succeed) {
-    const std::lock_guard lock(state().mutex);
-    state().create_succeeds = succeed;
-}
-
-void Driver::give_send_results(std::vector<unsigned long> results) {
-    const std::lock_guard lock(state().mutex);
-    state().send_results.assign(results.begin(), results.end());
+    set(&Recorded::create_succeeds, succeed);
 }
 
 void Driver::on_send(std::function<void(const Sent&)> callback) {
-    const std::lock_guard lock(state().mutex);
-    state().on_send = std::move(callback);
+    set(&Recorded::on_send, std::move(callback));
 }
 
 unsigned long Driver::host_sends(const std::string& text, unsigned long msgid, unsigned short device_id) {
@@ -166,11 +144,7 @@ unsigned long Driver::host_sends(const std::string& text, unsigned long msgid, u
 
 unsigned long Driver::host_sends_bytes(int stream, int function, bool wbit, std::string body,
                                        unsigned long msgid, unsigned short device_id) {
-    {
-        State& s = state();
-        const std::lock_guard lock(s.mutex);
-        s.replies_from = s.sent.size();
-    }
+    set(&Recorded::replies_from, sent().size());
     return Talwen::OnRecvMessageBuffer(&state(), device_id, msgid, static_cast<unsigned char>(stream),
                                        static_cast<unsigned char>(function), body.data(), body.size(), wbit);
 }
@@ -219,12 +193,7 @@ unsigned long SecsSendMessageItem(void* /*handle*/, unsigned char stream, unsign
     std::function<void(const fake::Sent&)> callback;
     {
         const std::lock_guard lock(s.mutex);
-        if (s.send_results.empty()) {
-            sent.id = s.next_id++;
-        } else {
-            sent.id = s.send_results.front();
-            s.send_results.pop_front();
-        }
+        sent.id = s.next_id++;
         s.sent.push_back(sent);
         callback = s.on_send;
     }

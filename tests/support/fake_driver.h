@@ -40,8 +40,6 @@ class Driver {
 
     /// What SecsCreate gives from now on: false for null.
     void let_create_succeed(bool succeed);
-    /// What SecsSendMessageItem gives for the next messages, in order; after them fresh ids again.
-    void give_send_results(std::vector<unsigned long> results);
     /// Called inside SecsSendMessageItem, on the sending thread, with the id that is about to be returned.
     void on_send(std::function<void(const Sent&)> callback);
 

@@ -1,8 +1,12 @@
 // One module object over the simulated controller and the fake driver, fresh for every test or table row.
 #pragma once
 
+#include <cstdio>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +16,7 @@
 #include "fa/module/bc_fa.h"
 #include "fa/module/module_state.h"
 #include "fa/secs/handler_routes.h"
+#include "fa/secs/message_queue.h"
 #include "fa/secs/spool_table.h"
 #include "hsms/core/item_codec.h"
 #include "sim/calls.h"
@@ -22,6 +27,60 @@
 #include "support/fake_driver.h"
 
 namespace fake {
+
+using Texts = std::vector<std::string>;
+
+constexpr unsigned long format_error = static_cast<unsigned long>(-7L);
+inline const std::string on_line = "Comm_Enable=1 Online_Status=1 ";
+
+/// The rows of a table in text, a line each, with their columns between "|" and blanks; a line that begins
+/// with a blank goes on with the row above it.
+inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
+    std::vector<std::string> lines;
+    std::istringstream text(table);
+    for (std::string line; std::getline(text, line);)
+        if (line.starts_with("  "))
+            lines.back() += line.substr(line.find_first_not_of(' ') - 1);
+        else if (!line.empty())
+            lines.push_back(line);
+    std::vector<Texts> all;
+    for (const std::string& line : lines) {
+        static const std::regex between(" *[|]( +|$)| +[|]$");
+        all.emplace_back(std::sregex_token_iterator(line.begin(), line.end(), between, -1),
+                         std::sregex_token_iterator());
+        EXPECT_LE(all.back().size(), columns) << line;
+        all.back().resize(columns);
+    }
+    return all;
+}
+
+/// The text with a word in braces replaced wherever it stands: "{word}".
+inline std::string with(std::string text, const std::string& word, const std::string& value) {
+    const std::string braced = "{" + word + "}";
+    for (auto at = text.find(braced); at != std::string::npos; at = text.find(braced, at + value.size()))
+        text.replace(at, braced.size(), value);
+    return text;
+}
+
+/// The numbers of a list, "1,2".
+template <class Numbers>
+std::string joined(const Numbers& numbers) {
+    std::string text;
+    for (const auto number : numbers) text += (text.empty() ? "" : ",") + std::to_string(number);
+    return text;
+}
+
+/// Alarms of a machine file: "ALID level text", one behind each comma.
+inline std::string alarms(const std::string& list) {
+    std::string toml;
+    std::istringstream all(list);
+    int id = 0;
+    int level = 0;
+    for (std::string text; all >> id >> level && std::getline(all >> std::ws, text, ',');)
+        toml += "[[alarm]]\nid=" + std::to_string(id) + "\nlevel=" + std::to_string(level) + "\ntext='" +
+                text + "'\n";
+    return toml;
+}
 
 class ModuleFixture : public ::testing::Test {
   protected:
@@ -44,6 +103,12 @@ class ModuleFixture : public ::testing::Test {
         sim::reset_calls();
         console.clear();
         driver().reset();
+        forget_tables();
+        Talwen::Reconnect = false;
+        module = std::make_unique<Talwen::BC_FA>();
+    }
+
+    static void forget_tables() {
         Talwen::SVID_List.clear();
         Talwen::ECID_List.clear();
         Talwen::RVID_List.clear();
@@ -55,8 +120,6 @@ class ModuleFixture : public ::testing::Test {
         Talwen::TMSG_List.clear();
         Talwen::QFA_Clear_Spool_Table();
         Talwen::Comm_New_Version = true;
-        Talwen::Reconnect = false;
-        module = std::make_unique<Talwen::BC_FA>();
     }
 
     /// Calls the handler of a message written in SML, past the state gate.
@@ -73,10 +136,8 @@ class ModuleFixture : public ::testing::Test {
 
     /// "name=value" pairs separated by blanks: GEM points, FA states where the name begins with "fa:".
     static void set_states(const std::string& pairs) {
-        std::size_t at = 0;
-        while (at < pairs.size()) {
-            const std::size_t end = std::min(pairs.find(' ', at), pairs.size());
-            const std::string pair = pairs.substr(at, end - at);
+        std::istringstream words(pairs);
+        for (std::string pair; words >> pair;) {
             const std::size_t equals = pair.find('=');
             const std::string name = pair.substr(0, equals);
             const std::string value = pair.substr(equals + 1);
@@ -84,7 +145,98 @@ class ModuleFixture : public ::testing::Test {
                 sim::machine().set_fa(name.substr(3), value);
             else
                 sim::machine().set_gem(name, value);
-            at = end + 1;
+        }
+    }
+
+    /// Puts records into a table of variables: "id type point format min max name", with commas between; what
+    /// is left out is 0 or empty, the unit is "u" and the id.
+    template <class Table>
+    static void define(Table& table, const std::string& records) {
+        std::istringstream all(records);
+        for (std::string one; std::getline(all, one, ',');) {
+            std::istringstream words(one);
+            Talwen::VARIABLE_STRU record;
+            int type = 0;
+            int format = 0;
+            words >> record.id >> type >> record.point >> format >> record.min >> record.max >>
+                record.sv_name;
+            record.io_type = static_cast<Talwen::IO_TYPE>(type);
+            record.format = static_cast<unsigned char>(format);
+            record.unit = "u" + std::to_string(record.id);
+            static_cast<Talwen::VARIABLE_STRU&>(table[record.id]) = record;
+        }
+    }
+
+    /// What the host's message comes to: the reply, or "=" and the result when there is none, "none" for a
+    /// format error; then the log.
+    std::string answer_to(const std::string& message, unsigned long replied = 7000) {
+        driver().reset();
+        const unsigned long result = driver().host_sends(message);
+        const std::string reply = driver().replies();
+        EXPECT_EQ(result == replied, !reply.empty()) << message << " gave " << result;
+        if (!reply.empty()) return reply;
+        return result == format_error ? "none" : "=" + std::to_string(result);
+    }
+
+    /// The driver's log, line after line; the place in the code is "@" where it lies in `handler` ("S01F03"
+    /// with reply_, recv_ or send_ before it), the end of a line without a place is "~".
+    static std::string log_of(const std::string& handler) {
+        const std::regex place("\\[代码行:Talwen::BC_FA::" + handler + ":[0-9]+\\]");
+        std::string text;
+        for (const std::string& line : driver().log())
+            text += std::regex_search(line, place) ? std::regex_replace(line, place, "@") : line + "~";
+        return text;
+    }
+
+    /// The primary that is queued for these parameters, "" for none.
+    static std::string queued(unsigned char stream, unsigned char function, Texts p) {
+        driver().reset();
+        p.resize(5);
+        const bool pushed = Talwen::QFA_Message_PushBack(stream, function, &p[0], &p[1], &p[2], &p[3], &p[4]);
+        EXPECT_EQ(Talwen::QFA_Message_Queue_Length(), pushed ? 1U : 0U);
+        Talwen::FA_Message entry;
+        if (!Talwen::QFA_Message_PopFront(&entry)) return "";
+        Talwen::QFA_Message_Send(nullptr, &entry);
+        Talwen::QFA_Message_RemoveFront();
+        return driver().sent().back().sml;
+    }
+
+    /// The pairs enabled for spooling, "5,1 6,11".
+    static std::string spooled() {
+        std::string text;
+        for (int s = 0; s < 128; ++s)
+            for (int f = 0; f < 256; ++f)
+                if (Talwen::QFA_Get_Spool_Enable(s, f))
+                    text += (text.empty() ? "" : " ") + std::to_string(s) + "," + std::to_string(f);
+        return text;
+    }
+
+    /// The handler of a message in SML.
+    static std::string handler_of(const std::string& message) {
+        const sml::Message m = sml::parse_message(message);
+        char name[20];
+        std::snprintf(name, sizeof name, "%s_S%02dF%02d", m.function % 2 != 0 ? "reply" : "recv", m.stream,
+                      m.function);
+        return name;
+    }
+
+    /// The answer to the message, then the log of its handler.
+    std::string outcome(const std::string& message, unsigned long replied = 7000) {
+        const std::string answer = answer_to(message, replied);
+        return answer + log_of(handler_of(message));
+    }
+
+    /// Sends the message of every row; its columns are the message, the answer, the log and, when `state` is
+    /// given, that state afterwards. `prepare` runs before each row.
+    void try_all(
+        const std::string& table, const std::function<std::string()>& state = [] { return ""; },
+        const std::function<void()>& prepare = [] {}) {
+        for (const Texts& row : rows(table, 4)) {
+            SCOPED_TRACE(row[0].substr(0, 200));
+            prepare();
+            EXPECT_EQ(answer_to(row[0]), row[1]);
+            EXPECT_EQ(log_of(handler_of(row[0])), row[2]);
+            EXPECT_EQ(state(), row[3]);
         }
     }
 
