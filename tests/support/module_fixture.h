@@ -82,6 +82,16 @@ inline std::string alarms(const std::string& list) {
     return toml;
 }
 
+/// The pairs enabled for spooling, "5,1 6,11".
+inline std::string spooled() {
+    std::string text;
+    for (int s = 0; s < 128; ++s)
+        for (int f = 0; f < 256; ++f)
+            if (Talwen::QFA_Get_Spool_Enable(s, f))
+                text += (text.empty() ? "" : " ") + std::to_string(s) + "," + std::to_string(f);
+    return text;
+}
+
 class ModuleFixture : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -199,16 +209,6 @@ class ModuleFixture : public ::testing::Test {
         Talwen::QFA_Message_Send(nullptr, &entry);
         Talwen::QFA_Message_RemoveFront();
         return driver().sent().back().sml;
-    }
-
-    /// The pairs enabled for spooling, "5,1 6,11".
-    static std::string spooled() {
-        std::string text;
-        for (int s = 0; s < 128; ++s)
-            for (int f = 0; f < 256; ++f)
-                if (Talwen::QFA_Get_Spool_Enable(s, f))
-                    text += (text.empty() ? "" : " ") + std::to_string(s) + "," + std::to_string(f);
-        return text;
     }
 
     /// The handler of a message in SML.

@@ -2,45 +2,82 @@
 #pragma once
 
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <utility>
 
-#include "fa/module/bc_fa.h"
+#include "sim/file_layer.h"
+#include "support/module_fixture.h"
+#include "support/temp_folder.h"
 
 namespace fa_test {
+
+using fake::joined;
+using fake::Texts;
+using fake::with;
 
 inline constexpr char primary[] = "Z/FA/";
 inline constexpr char fallback[] = "J/Talwen/Config/FA/";
 
-/// Everything of an earlier test is gone at the start: files, tables, values, the settings-layout flag
-/// (true).
-class Config_Test : public testing::Test {
+class Config_Test : public fake::ModuleFixture {
   protected:
-    Config_Test();
-    ~Config_Test() override;
+    void SetUp() override {
+        ModuleFixture::SetUp();
+        sim::set_data_folder(folder());
+        start_over(
+            "[[digital]]\nname='Door'\nmin=0\nmax=1\n[[digital]]\nname='Valve'\nmin=-1\nmax=3\nunit='pos'\n"
+            "[[analog]]\nname='Temp'\nmin=-5.5\nmax=250.25\nunit='℃'\ndecimals=2\n"
+            "[[analog]]\nname='Flow'\nmin=0.0\nmax=30.0\nunit='slm'\ndecimals=1\n"
+            "[[string]]\nname='Lot'\n[[function]]\nname='Run'\n[[digital]]\nname='" +
+            std::string(63, 'N') + "'\n");
+        sim::set_console_sink([this](const sim::ConsoleLine& line) {
+            const char letter = "-rgybc"[static_cast<std::size_t>(line.colour)];
+            static const std::regex place("(\\[代码行:[^\\]]*:)[0-9]+\\]$");
+            printed_.push_back(std::string(1, letter) + ' ' + std::regex_replace(line.text, place, "$1#]"));
+        });
+    }
+    void TearDown() override {
+        sim::close_open_files();
+        sim::set_data_folder(".");
+        ModuleFixture::TearDown();
+        forget_tables();
+    }
 
-    static void forget_tables();
     /// Writes a file below the data folder, byte for byte.
-    void write(const std::string& path, std::string_view bytes);
-    std::string read(const std::string& path) const;
-    const std::filesystem::path& folder() const { return folder_; }
-    /// What was printed since the last call, one text per line: the colour's first letter, a blank, the text.
-    /// The code line, which no test should know, is "#".
-    std::vector<std::string> printed();
-
-    Talwen::BC_FA fa;
+    void write(const std::string& path, const std::string& bytes) { folder_.put(path, bytes); }
+    std::string read(const std::string& path) const { return folder_.read(path); }
+    /// A folder where the file should be.
+    void block(const std::string& path) {
+        std::filesystem::remove(folder() / path);
+        std::filesystem::create_directories(folder() / path);
+    }
+    const std::filesystem::path& folder() const { return folder_.path(); }
+    /// What was printed since the last call, a text for each line: the colour's first letter, a blank, the
+    /// text, with "#" for the number of the code line.
+    Texts printed() { return std::exchange(printed_, {}); }
 
   private:
-    std::filesystem::path folder_;
-    std::vector<std::string> printed_;
+    support::TempFolder folder_;
+    Texts printed_;
 };
 
-using Texts = std::vector<std::string>;
-
-/// What a list of definitions ("RPTID", "CEID", "TRID", "TMSG") or the spool table ("SPOOLING") holds, joined
-/// by "; ".
-std::string listed(std::string_view list);
+/// What a list of definitions ("RPTID", "CEID", "TRID", "TMSG") or the spool table ("SPOOLING") holds, each
+/// record ended by ";".
+inline std::string listed(const std::string& list) {
+    std::ostringstream all;
+    if (list == "RPTID")
+        for (const auto& r : Talwen::RPTID_List.all())
+            all << r->DATAID << ' ' << r->RPTID << " [" << joined(r->LINKVID) << "] " << r->description
+                << ';';
+    if (list == "CEID")
+        for (const auto& e : Talwen::CEID_List.all())
+            all << e->DATAID << ' ' << e->CEID << (e->enable ? "" : " disabled") << " ["
+                << joined(e->LINKRPTID) << "] " << e->event_name << '!' << e->description << ';';
+    if (list == "TRID")
+        for (const auto& t : Talwen::TRID_List.all())
+            all << t->TRID << ' ' << t->DSPER << '=' << t->period << ' ' << t->TOTSMP << ' ' << t->REPGSZ
+                << " [" << joined(t->LINKSVID) << "] " << t->description << ';';
+    if (list == "TMSG")
+        for (const auto& [tid, m] : Talwen::TMSG_List) all << tid << ' ' << m.TMESSAGE << ';';
+    return list == "SPOOLING" ? fake::spooled() : all.str();
+}
 
 }  // namespace fa_test

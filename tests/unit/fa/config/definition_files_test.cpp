@@ -1,8 +1,6 @@
+#include <algorithm>
+
 #include "config_fixture.h"
-#include "fa/config/definition_tables.h"
-#include "fa/config/variable_tables.h"
-#include "sim/file_layer.h"
-#include "sim/machine.h"
 
 namespace fa_test {
 
@@ -15,146 +13,122 @@ struct Definitions {
     bool (BC_FA::*load)();
     bool (BC_FA::*save)();
 };
-constexpr Definitions reports{"RPTID", &BC_FA::FILE_GET_ALL_RPTID, &BC_FA::FILE_SAVE_ALL_RPTID};
-constexpr Definitions events{"CEID", &BC_FA::FILE_GET_ALL_CEID, &BC_FA::FILE_SAVE_ALL_CEID};
-constexpr Definitions traces{"TRID", &BC_FA::FILE_GET_ALL_TRID, &BC_FA::FILE_SAVE_ALL_TRID};
-constexpr Definitions messages{"TMSG", &BC_FA::FILE_GET_ALL_TMSG, &BC_FA::FILE_SAVE_ALL_TMSG};
+constexpr Definitions kinds[] = {{"RPTID", &BC_FA::FILE_GET_ALL_RPTID, &BC_FA::FILE_SAVE_ALL_RPTID},
+                                 {"CEID", &BC_FA::FILE_GET_ALL_CEID, &BC_FA::FILE_SAVE_ALL_CEID},
+                                 {"TRID", &BC_FA::FILE_GET_ALL_TRID, &BC_FA::FILE_SAVE_ALL_TRID},
+                                 {"TMSG", &BC_FA::FILE_GET_ALL_TMSG, &BC_FA::FILE_SAVE_ALL_TMSG}};
 
 class Definition_Files_Test : public Config_Test {
   protected:
     /// Variables 5 (Door), 6 (Temp), 7 (Flow) and 9 (Temp again); for events the reports 10 and 20.
-    void start_over(const Definitions& kind) {
+    void begin(const Definitions& kind) {
         forget_tables();
         for (const auto add : {&BC_FA::QFA_Add_RVID_List, &BC_FA::QFA_Add_SVID_List}) {
             std::string variables = "5&0&0&1&0&0&d|9&0&1&1&0&0&t|6&0&1&1&0&0&t|7&1&1&1&0&0&f";
-            (fa.*add)(variables.data());
+            (module.get()->*add)(variables.data());
         }
-        if (kind.load != events.load) return;
-        fa.QFA_Add_RPTID_List({0, 10, "", {}});
-        fa.QFA_Add_RPTID_List({0, 20, "", {}});
+        if (kind.load != kinds[1].load) return;
+        for (const int report : {10, 20}) module->QFA_Add_RPTID_List({0, report, "", {}});
     }
+    bool load(const Definitions& kind) { return (module.get()->*kind.load)(); }
+    bool save(const Definitions& kind) { return (module.get()->*kind.save)(); }
 };
+
+// List, bytes of its file ("/" ends a line), records, and the red lines, each ended by "@" and where it
+// stands in the file. A name stands for its smallest number; a report that goes on moves to the end.
+const char* const files = R"(
+RPTID | / 3 10 5,7 "two  "links"{bytes}"{cr}/-1 11{tab}6{cr}/ | 3 10 [5,7] two  links{bytes};-1 11 [6] ; |
+RPTID | 1 10 Temp,Door,+7 | 1 10 [6,5,7] ; |
+RPTID | 1 10 8,temp,,-,5,x{498}xx | 1 10 [5] ;
+  | RVID:8 未识别.@1RVID:temp 未识别.@1RVID: 未识别.@1RVID:- 未识别.@1RVID:x{498} 未识别.@1
+RPTID | /1 10 5,6,5,Temp,9 | 1 10 [5,6,9] ;
+  | RTPID:10 的LinkVID:5:Door 链接重复.@2RTPID:10 的LinkVID:6:Temp 链接重复.@2
+RPTID | 1 10 5 first/#/2 10 6 second | 1 10 [5] first; | RPTID:10 重复定义!.@3
+RPTID | 1 10 5,6, first/2 10 7 second/ | 1 10 [5,6,7] first; |
+RPTID | 1 10 5, a/1 11 6 b/1 10 7, c/1 10 9 d/1 10 9 e | 1 11 [6] b;1 10 [5,7,9] a; | RPTID:10 重复定义!.@5
+RPTID | 1 10 5,//1 10 5,6 | 1 10 [5,6] ; | RTPID:10 的LinkVID:5:Door 链接重复.@3
+CEID | 1 100 10,20 Up "all "up"{bytes}"{cr}/2 101 - Down/3 102
+  | 1 100 [10,20] Up!all up{bytes};2 101 [] Down!;3 102 [] !; |
+CEID | 1 100 10,-,11,--20,20--,10,,20 E d | 1 100 [10,20] E!d;
+  | RPTID:11 未识别.@1CEID:100 的RPTID:10 链接重复!@1RPTID:0 未识别.@1
+CEID | 1 100 10 A//2 100 20,30 B/2 101 20, C | 1 100 [10] A!;2 101 [20] C!; | RPTID:30 未识别.@3CEID 重复定义!.@3
+TRID | 1 000130 10 2 5,6 "slow"/2 010203 -1 0 - d/3 99xx0- 1 1 7
+  | 1 000130=90000 10 2 [5,6] slow;2 010203=3723000 -1 0 [] d;3 99xx0-=356400000 1 1 [7] ; |
+TRID | 4 000130 1 1 5/5 130 4 2 6 kept/6 0001300
+  | 4 000130=90000 1 1 [5] ;5 130=0 4 2 [6] kept;6 0001300=0 0 0 [] ;
+  | DSPER:130 格式错误, 应遵循格式 HHMMSS 占位6个字节.@2DSPER:0001300 格式错误, 应遵循格式 HHMMSS 占位6个字节.@3
+TRID | 1 000001 1 1 8,5,-,a--,6 | 1 000001=1000 1 1 [5,6] ; | SVID:8 未识别.@1
+TRID | 1 000001 1 1 5,6,5 | 1 000001=1000 1 1 [5,6] ; | TRID:1 的 LINKSVID:5 链接重复!.@1
+TRID | 1 000001/1 000002/2 000001 | 1 000001=1000 0 0 [] ;2 000001=1000 0 0 [] ; | TRID 定义重复!.@2
+TMSG | 2  "two  "words"{bytes}"/1 one{return}again{cr}/-3/ | -3 ;1 one again;2 two  words{bytes}; |
+TMSG | 1 first/#/1 second/2 last | 1 first;2 last; | TID 定义重复! @3
+)";
 
 }  // namespace
 
 TEST_F(Definition_Files_Test, TakesWhatIsGoodAndNamesWhatIsNot) {
-    const std::string n498(498, 'N');
-    const struct {
-        Definitions kind;
-        std::string bytes;
-        std::string records;
-        std::string printed;  // red lines, each ended by "@" and where it stands in the file
-        bool result = true;
-    } table[] = {
-        {reports, " 3 10 5,7 \"two  \"links\"\xB0\xFF\"\n-1 11\t6\r\n",
-         "3 10 [5,7] two  links\xB0\xFF; -1 11 [6] ", ""},
-        {reports, "1 10 Temp,Door,+7", "1 10 [6,5,7] ", ""},  // the smallest number of a name
-        {reports, "1 10 8,temp,,-,5,x" + n498 + "xx", "1 10 [5] ",
-         "RVID:8 未识别.@1RVID:temp 未识别.@1RVID: 未识别.@1RVID:- 未识别.@1RVID:x" + n498 + " 未识别.@1"},
-        {reports, "\n1 10 5,6,5,Temp,9", "1 10 [5,6,9] ",
-         "RTPID:10 的LinkVID:5:Door 链接重复.@2RTPID:10 的LinkVID:6:Temp 链接重复.@2"},
-        {reports, "1 10 5 first\n#\n2 10 6 second", "1 10 [5] first", "RPTID:10 重复定义!.@3"},
-        {reports, "1 10 5,6, first\n2 10 7 second\n", "1 10 [5,6,7] first", ""},
-        // a report that goes on moves to the end
-        {reports, "1 10 5, a\n1 11 6 b\n1 10 7, c\n1 10 9 d\n1 10 9 e", "1 11 [6] b; 1 10 [5,7,9] a",
-         "RPTID:10 重复定义!.@5"},
-        {reports, "1 10 5,\n\n1 10 5,6", "1 10 [5,6] ", "RTPID:10 的LinkVID:5:Door 链接重复.@3"},
-
-        {events, "1 100 10,20 Up \"all \"up\"\xFE\"\r\n2 101 - Down\n3 102",
-         "1 100 [10,20] Up|all up\xFE; 2 101 [] Down|; 3 102 [] |", ""},
-        {events, "1 100 10,-,11,--20,20--,10,,20 E d", "1 100 [10,20] E|d",
-         "RPTID:11 未识别.@1CEID:100 的RPTID:10 链接重复!@1RPTID:0 未识别.@1"},
-        {events, "1 100 10 A\n\n2 100 20,30 B\n2 101 20, C", "1 100 [10] A|; 2 101 [20] C|",
-         "RPTID:30 未识别.@3CEID 重复定义!.@3"},
-
-        {traces, "1 000130 10 2 5,6 \"slow\"\n2 010203 -1 0 - d\n3 99xx0- 1 1 7",
-         "1 000130=90000 10 2 [5,6] slow; 2 010203=3723000 -1 0 [] d; 3 99xx0-=356400000 1 1 [7] ", ""},
-        {traces, "4 000130 1 1 5\n5 130 4 2 6 kept\n6 0001300",
-         "4 000130=90000 1 1 [5] ; 5 130=0 4 2 [6] kept; 6 0001300=0 0 0 [] ",
-         "DSPER:130 格式错误, 应遵循格式 HHMMSS 占位6个字节.@2"
-         "DSPER:0001300 格式错误, 应遵循格式 HHMMSS 占位6个字节.@3",
-         false},
-        {traces, "1 000001 1 1 8,5,-,a--,6", "1 000001=1000 1 1 [5,6] ", "SVID:8 未识别.@1", false},
-        {traces, "1 000001 1 1 5,6,5", "1 000001=1000 1 1 [5,6] ", "TRID:1 的 LINKSVID:5 链接重复!.@1",
-         false},
-        {traces, "1 000001\n1 000002\n2 000001", "1 000001=1000 0 0 [] ; 2 000001=1000 0 0 [] ",
-         "TRID 定义重复!.@2", false},
-
-        {messages, "2  \"two  \"words\"\xFF\"\n1 one\ragain\r\n-3\n", "-3 ; 1 one again; 2 two  words\xFF",
-         ""},
-        {messages, "1 first\n#\n1 second\n2 last", "1 first; 2 last", "TID 定义重复! @3", false},
-    };
-    for (const auto& row : table) {
-        SCOPED_TRACE(row.bytes);
-        const std::string list = row.kind.list;
-        start_over(row.kind);
-        write(primary + list + ".cfg", row.bytes);
-        EXPECT_EQ((fa.*row.kind.load)(), row.result);
-        EXPECT_EQ(listed(list), row.records);
+    std::string table = with(with(files, "498", std::string(498, 'N')), "bytes", "\xB0\xFF");
+    table = with(with(with(table, "tab", "\t"), "cr", "\r"), "return", "\r");
+    for (const Texts& row : fake::rows(table, 4)) {
+        SCOPED_TRACE(row[1]);
+        const Definitions& kind = *std::ranges::find(kinds, row[0], &Definitions::list);
+        begin(kind);
+        write(primary + row[0] + ".cfg", std::regex_replace(row[1], std::regex("/"), "\n"));
+        // Traces and messages with a fault are loaded with a false result.
+        EXPECT_EQ(load(kind), row[3].empty() || row[0] == "RPTID" || row[0] == "CEID");
+        EXPECT_EQ(listed(row[0]), row[2]);
         std::string all;
         for (const std::string& text : printed()) all += text;
-        std::string expected;
-        for (std::size_t at = 0, end = 0; (end = row.printed.find('@', at)) != std::string::npos;
-             at = end + 2)
-            expected += "r " + row.printed.substr(at, end - at) + "[文件行:Z:\\FA\\" + list +
-                        ".cfg:" + row.printed[end + 1] + "][代码行:FILE_GET_ALL_" + list + ":#]";
-        EXPECT_EQ(all, expected);
+        EXPECT_EQ(all, std::regex_replace(
+                           std::regex_replace(row[3], std::regex("(^|@.)(?=.)"), "$1r "), std::regex("@(.)"),
+                           "[文件行:Z:\\FA\\" + row[0] + ".cfg:$1][代码行:FILE_GET_ALL_" + row[0] + ":#]"));
         EXPECT_TRUE(sim::open_files().empty());
     }
 }
 
 TEST_F(Definition_Files_Test, WritesAFixedLayoutThatLoadsBack) {
-    const auto pad = [](std::string text, std::size_t width) {
-        return text + std::string(width - text.size(), ' ');
+    // Loaded first; the titles and the fields written, each with its width, "/" between rows; what the count
+    // says.
+    const char* const layouts[][4] = {
+        {"3 10 5,6 \"a b\"\n4 11", "DATAID:11 RPTID:11 LINKVID:51 DESCRIPTION:128",
+         "3:11 10:11 5,6:51 \"a_b\":128 / 4:11 11:11 -:51 \"\":128", "RPTID 数量: 2"},
+        {"3 10 10,20 Up \"a b\"", "DATAID:11 CEID:11 LINKRPTID:51 EVENTNAME:33 DESCRIPTION:128",
+         "3:11 10:11 10,20:51 Up:33 \":1 a_b:128 \":1", "CEID 数量:1"},
+        {"3 000130 8 2 - \"a b\"", "TRID:11 DSPER:11 TOTSMP:11 REPGSZ:11 LINKSVID:61 DESCRIPTION:128",
+         "3:11 000130:11 8:11 2:11 -:61 \":1 a_b:128 \":1", "TRID 数量: 1"},
+        {"4 \"a b\"", "TID:11 TMESSAGE:128", "4:11 \":1 a_b:128 \":1", "TMSG 数量: 1"}};
+    const auto padded = [](const std::string& fields) {
+        std::string line;
+        std::istringstream words(fields);
+        for (std::string word; words >> word;) {
+            if (word == "/") line += "\n ";
+            if (word == "/") continue;
+            std::string text = word.substr(0, word.rfind(':'));
+            std::ranges::replace(text, '_', ' ');
+            line += text + std::string(std::stoul(word.substr(word.rfind(':') + 1)) - text.size(), ' ');
+        }
+        return line + "\n";
     };
     const std::string dashes = '#' + std::string(113, '-') + '\n';
-    const struct {
-        Definitions kind;
-        std::string bytes;  // loaded first, then written as
-        std::string head;
-        std::string rows;
-        std::string count;
-    } table[] = {
-        {reports, "3 10 5,6 \"a b\"\n4 11",
-         pad("DATAID", 11) + pad("RPTID", 11) + pad("LINKVID", 51) + pad("DESCRIPTION", 128),
-         " 3          10         " + pad("5,6", 51) + pad("\"a b\"", 128) + "\n 4          11         " +
-             pad("-", 51) + pad("\"\"", 128) + "\n",
-         "RPTID 数量: 2"},
-        {events, "3 10 10,20 Up \"a b\"",
-         pad("DATAID", 11) + pad("CEID", 11) + pad("LINKRPTID", 51) + pad("EVENTNAME", 33) +
-             pad("DESCRIPTION", 128),
-         " 3          10         " + pad("10,20", 51) + pad("Up", 33) + '"' + pad("a b", 128) + "\"\n",
-         "CEID 数量:1"},
-        {traces, "3 000130 8 2 - \"a b\"",
-         pad("TRID", 11) + pad("DSPER", 11) + pad("TOTSMP", 11) + pad("REPGSZ", 11) + pad("LINKSVID", 61) +
-             pad("DESCRIPTION", 128),
-         " 3          000130     8          2          " + pad("-", 61) + '"' + pad("a b", 128) + "\"\n",
-         "TRID 数量: 1"},
-        {messages, "4 \"a  b\"", pad("TID", 11) + pad("TMESSAGE", 128),
-         " 4          \"" + pad("a  b", 128) + "\"\n", "TMSG 数量: 1"},
-    };
-    for (const auto& row : table) {
-        SCOPED_TRACE(row.kind.list);
-        const std::string path = primary + std::string(row.kind.list) + ".cfg";
-        start_over(row.kind);
-        write(path, row.bytes);
-        ASSERT_TRUE((fa.*row.kind.load)());
-        ASSERT_TRUE((fa.*row.kind.save)());
-        const std::string written = read(path);
-        EXPECT_EQ(written, dashes + "#" + row.head + "\n" + dashes + row.rows);
-
-        start_over(row.kind);
+    for (const Definitions& kind : kinds) {
+        SCOPED_TRACE(kind.list);
+        const auto& [bytes, titles, fields, count] = layouts[&kind - kinds];
+        const std::string file = std::string(kind.list) + ".cfg";
+        begin(kind);
+        write(primary + file, bytes);
+        ASSERT_TRUE(load(kind) && save(kind));
+        const std::string written = read(primary + file);
+        EXPECT_EQ(written, dashes + "#" + padded(titles) + dashes + " " + padded(fields));
+        begin(kind);
         printed();
-        sim::machine().set_gem("PrnChk", 1);
-        EXPECT_EQ((fa.*row.kind.load)(), true);
-        EXPECT_EQ(printed().back(), "g Z:\\FA\\" + path.substr(5) + " 获取 " + row.count);
-        ASSERT_TRUE((fa.*row.kind.save)());
-        EXPECT_EQ(read(path), written);
-
-        std::filesystem::remove(folder() / path);
-        std::filesystem::create_directories(folder() / path);
-        EXPECT_FALSE((fa.*row.kind.save)());
-        EXPECT_EQ(printed(), Texts{"r [Z:\\FA\\" + path.substr(5) + "] 文件保存失败!"});
+        set_states("PrnChk=1");
+        EXPECT_TRUE(load(kind));
+        EXPECT_EQ(printed().back(), "g Z:\\FA\\" + file + " 获取 " + count);
+        ASSERT_TRUE(save(kind));
+        EXPECT_EQ(read(primary + file), written);
+        block(primary + file);
+        EXPECT_FALSE(save(kind));
+        EXPECT_EQ(printed(), Texts{"r [Z:\\FA\\" + file + "] 文件保存失败!"});
     }
 }
 
@@ -164,12 +138,12 @@ TEST_F(Definition_Files_Test, AReportOfManyVariablesIsWrittenInLinesThatLoad) {
         report.LINKVID.push_back(id);
         Talwen::RVID_List[id].id = id;
     }
-    fa.QFA_Add_RPTID_List(report);
-    fa.QFA_Add_RPTID_List({1, 20, "next", {100001}});
+    module->QFA_Add_RPTID_List(report);
+    module->QFA_Add_RPTID_List({1, 20, "next", {100001}});
     const std::string before = listed("RPTID");
-    ASSERT_TRUE(fa.FILE_SAVE_ALL_RPTID());
+    ASSERT_TRUE(module->FILE_SAVE_ALL_RPTID());
     Talwen::RPTID_List.clear();
-    EXPECT_TRUE(fa.FILE_GET_ALL_RPTID());
+    EXPECT_TRUE(module->FILE_GET_ALL_RPTID());
     EXPECT_EQ(printed(), Texts{});
     EXPECT_EQ(listed("RPTID"), before);
 }

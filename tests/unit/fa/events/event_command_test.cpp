@@ -35,8 +35,8 @@ TEST_F(EventCommand, TheGateAsksTheSettingsInUse) {
                     const bool open = new_version ? gem == 3 : link.mode == 3 && ctrl.mode != 0;
                     const std::string command = "PM_STATE 1|0";
                     EXPECT_EQ(raised_by(command), open ? "10301" : "");
-                    const std::vector<std::string> refused{refusal(command, link.name, ctrl.name)};
-                    EXPECT_EQ(logged(), open ? std::vector<std::string>{} : refused);
+                    const fake::Texts refused{refusal(command, link.name, ctrl.name)};
+                    EXPECT_EQ(logged(), open ? fake::Texts{} : refused);
                     EXPECT_EQ(raised_by("CTRLMODE_STATE 1"), "10101");
                     EXPECT_TRUE(logged().empty());
                 }
@@ -49,7 +49,7 @@ TEST_F(EventCommand, TheGateStandsBeforeEveryKeywordButTwoAndBeforeNoUnknownOne)
           "ALARM", "ECID", "OPERATOR", "MESSAGE", "SEMI", "PRCSJOB"}) {
         const std::string command = std::string(keyword) + "_NOTHING 1";
         EXPECT_EQ(raised_by(command), "");
-        EXPECT_EQ(logged(), std::vector<std::string>{refusal(command, "Link_Commu", "Ctrl_OnRemote")});
+        EXPECT_EQ(logged(), fake::Texts{refusal(command, "Link_Commu", "Ctrl_OnRemote")});
     }
     for (const char* command :
          {"REQUEST_NOTHING", "CTRLMODE_NOTHING 1", "CTRLMODE_STATE 5", "HELLO_STATE 1", "", "_"}) {
@@ -66,45 +66,45 @@ TEST_F(EventCommand, OffLineIsToldToTheHostWhileThereIsALink) {
     }
 }
 
-struct PrimaryCase {
-    const char* message;
-    bool spooled;
-    // By LinkMD 0 to 3, in each by CtrlMD 0 to 2: q queued, r refused, u unsupported, . nothing.
-    const char* outcome[4];
-};
+// Message; whether it is spooled; then by LinkMD 0 to 3, in each by CtrlMD 0 to 2: q queued, r refused,
+// u unsupported, . nothing.
+const char* const primaries = R"(
+S1F13 | | rrr ... rrr qqq
+S1F13 | spooled | rqq ... rqq qqq
+S6F11 | | rrr ... rrr rqq
+S6F11 | spooled | rqq ... rqq rqq
+S05F01 | | rrr ... rrr rqq
+S2F17 | | uuu ... uuu uuu
+S6F12 | spooled | uuu ... uuu uuu
+S1F | | uuu ... uuu uuu
+S6F11 x | spooled | uuu ... uuu uuu
+)";
 
 TEST_F(EventCommand, PrimariesByState) {
-    const PrimaryCase cases[] = {
-        {"S1F13", false, {"rrr", "...", "rrr", "qqq"}},  {"S1F13", true, {"rqq", "...", "rqq", "qqq"}},
-        {"S6F11", false, {"rrr", "...", "rrr", "rqq"}},  {"S6F11", true, {"rqq", "...", "rqq", "rqq"}},
-        {"S05F01", false, {"rrr", "...", "rrr", "rqq"}}, {"S2F17", false, {"uuu", "...", "uuu", "uuu"}},
-        {"S6F12", true, {"uuu", "...", "uuu", "uuu"}},   {"S1F", false, {"uuu", "...", "uuu", "uuu"}},
-        {"S6F11 x", true, {"uuu", "...", "uuu", "uuu"}},
-    };
-    for (const PrimaryCase& c : cases)
-        for (int link = 0; link < 4; ++link)
-            for (int ctrl = 0; ctrl < 3; ++ctrl) {
-                QFA_Clear_Spool_Table();
-                if (c.spooled) QFA_Set_Spool_Enable(c.message[1] - '0', std::atoi(c.message + 3), true);
-                set_states("fa:LinkMD=" + std::to_string(link) + " fa:CtrlMD=" + std::to_string(ctrl));
-                const std::string command = std::string("SEND_PRIMIRY ") + c.message + "|7";
-                SCOPED_TRACE(command + " " + std::to_string(link) + " " + std::to_string(ctrl));
-                const char outcome = c.outcome[link][ctrl];
-                raised_by(command);
-                EXPECT_EQ(built.size(), outcome == 'q' ? 1U : 0U);
-                EXPECT_EQ(QFA_Message_Queue_Length(), outcome == 'q' ? 1U : 0U);
-                std::vector<std::string> lines;
-                if (outcome == 'r') lines = {refusal(command, links[link].name, ctrls[ctrl].name)};
-                if (outcome == 'u') lines = {"0 消息: " + command + " 不支持!"};
-                EXPECT_EQ(logged(), lines);
-            }
+    for (const fake::Texts& row : fake::rows(primaries, 3))
+        for (int state = 0; state < 12; ++state) {
+            const int link = state / 3;
+            const int ctrl = state % 3;
+            const char outcome = row[2][static_cast<std::size_t>(link * 4 + ctrl)];
+            QFA_Clear_Spool_Table();
+            if (!row[1].empty()) QFA_Set_Spool_Enable(row[0][1] - '0', std::atoi(row[0].c_str() + 3), true);
+            set_states("fa:LinkMD=" + std::to_string(link) + " fa:CtrlMD=" + std::to_string(ctrl));
+            const std::string command = "SEND_PRIMIRY " + row[0] + "|7";
+            SCOPED_TRACE(command + " " + std::to_string(state));
+            raised_by(command);
+            EXPECT_EQ(built.size(), outcome == 'q' ? 1U : 0U);
+            EXPECT_EQ(QFA_Message_Queue_Length(), outcome == 'q' ? 1U : 0U);
+            fake::Texts lines;
+            if (outcome == 'r') lines = {refusal(command, links[link].name, ctrls[ctrl].name)};
+            if (outcome == 'u') lines = {"0 消息: " + command + " 不支持!"};
+            EXPECT_EQ(logged(), lines);
+        }
 }
 
 TEST_F(EventCommand, PrimariesCarryUpToFiveParameters) {
     const std::string long_text(2500, 'x');
     const std::pair<std::string, Params> cases[] = {
         {"S6F11|10101", {"10101"}},
-        {"S6F11|1,2,3,4,5", {"1", "2", "3", "4", "5"}},
         {"S6F11|1,2,3,4,5,6", {"1", "2", "3", "4", "5,6"}},
         {"S6F11|a b|c,,d", {"a b|c", "d"}},
         {"S6F11|" + long_text + ",2", {long_text, "2"}},
@@ -119,36 +119,33 @@ TEST_F(EventCommand, PrimariesCarryUpToFiveParameters) {
 
 TEST_F(EventCommand, AlarmsAreSentWithTheirCodeByte) {
     using namespace std::string_literals;
-    struct Case {
+    const std::string unknown = "Talwen::BC_FA::QProgram_Event_Code , AlarmID 未识别 , 不能向主机端传送!";
+    const struct {
         const char* command;
         std::vector<Params> built;
-        std::vector<std::string> online_log;
+        std::string log = "";
+    } cases[] = {
+        {"SEND_ALARM_POST 1001", {{"S5F1", "\x85", "1001", "Door open"}}},
+        {"SEND_ALARM_POST 1001", {{"S5F1", "\x85", "1001", "Door open"}}},
+        {"SEND_ALARM_CLEAR 1001", {{"S5F1", "\x05", "1001", "Door open"}}},
+        {"SEND_ALARM_POST 500|x", {{"S5F1", "\x80", "500", "no level"}}},
+        {"SEND_ALARM_CLEAR 500", {{"S5F1", "\0"s, "500", "no level"}}},
+        {"SEND_ALARM_POST 1002", {}, unknown},
+        {"SEND_ALARM_POST", {}, unknown},
+        {"SEND_ALARM_CLEAR 1002", {}},
+        {"SEND_ALARM 1001", {}},
+        {"SEND_PRIMARY S1F13", {}},
     };
-    const std::string unknown = "Talwen::BC_FA::QProgram_Event_Code , AlarmID 未识别 , 不能向主机端传送!";
-    const Case cases[] = {
-        {"SEND_ALARM_POST 1001", {{"S5F1", "\x85", "1001", "Door open"}}, {}},
-        {"SEND_ALARM_POST 1001", {{"S5F1", "\x85", "1001", "Door open"}}, {}},
-        {"SEND_ALARM_CLEAR 1001", {{"S5F1", "\x05", "1001", "Door open"}}, {}},
-        {"SEND_ALARM_POST 500|x", {{"S5F1", "\x80", "500", "no level"}}, {}},
-        {"SEND_ALARM_CLEAR 500", {{"S5F1", "\0"s, "500", "no level"}}, {}},
-        {"SEND_ALARM_POST 1002", {}, {unknown}},
-        {"SEND_ALARM_POST", {}, {unknown}},
-        {"SEND_ALARM_CLEAR 1002", {}, {}},
-        {"SEND_ALARM 1001", {}, {}},
-        {"SEND_PRIMARY S1F13", {}, {}},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         raised_by(c.command);
         EXPECT_EQ(built, c.built) << c.command;
-        EXPECT_EQ(fake::driver().log(), c.online_log) << c.command;
+        EXPECT_EQ(fake::driver().log(), c.log.empty() ? fake::Texts{} : fake::Texts{c.log}) << c.command;
         EXPECT_TRUE(logged().empty()) << c.command;
     }
-    ALID_STRU* alarm = nullptr;
-    ASSERT_TRUE(module->QFA_Get_ALID_Stru(1001, &alarm));
-    EXPECT_EQ(alarm->ALCD, 5);
-
     module->QFA_Set_ALID_Enable(1001, false);
     EXPECT_EQ(raised_by("SEND_ALARM_POST 1001") + raised_by("SEND_ALARM_CLEAR 1001"), "");
+    ALID_STRU* alarm = nullptr;
+    ASSERT_TRUE(module->QFA_Get_ALID_Stru(1001, &alarm));
     EXPECT_EQ(alarm->ALCD, 5);
     EXPECT_TRUE(logged().empty() && fake::driver().log().empty());
 }
@@ -157,7 +154,7 @@ TEST_F(EventCommand, RuntimeErrorsAreLoggedAndOthersReachTheFramework) {
     set_states("PrnChk=1");
     sim::set_console_sink([](const sim::ConsoleLine&) { throw std::runtime_error("no printer"); });
     EXPECT_EQ(raised_by("PM_STATE 1|0"), "");
-    EXPECT_EQ(logged(), std::vector<std::string>{"1 捕捉到异常:\"no printer\".[消息参数:PM_STATE 1|0.]"});
+    EXPECT_EQ(logged(), fake::Texts{"1 捕捉到异常:\"no printer\".[消息参数:PM_STATE 1|0.]"});
     sim::set_console_sink([](const sim::ConsoleLine&) { throw std::logic_error("broken"); });
     EXPECT_THROW(raised_by("PM_STATE 1|0"), std::logic_error);
     sim::set_console_sink(nullptr);

@@ -10,18 +10,17 @@
 
 namespace fake {
 
-inline const char* const event_tool =
+inline const std::string event_tool =
     "[[carrier_module]]\nname='LP1'\nslots=3\n[[carrier_module]]\nname='LP2'\nslots=2\n"
     "[[carrier_module]]\nname='LP3'\nslots=0\n"
     "[[process_module]]\nname='PM1'\nid='PM1-ETCH'\n[[process_module]]\nname='PM2'\nid='PM2-STRIP'\n"
-    "[[alarm]]\nid=500\nlevel=0\ntext='no level'\n[[alarm]]\nid=1001\nlevel=3\ntext='Door open'\n"
     "[[string]]\nname='CM2.ReadCID'\nvalue='RC2'\n[[string]]\nname='CM2.LotID'\nvalue='LOT2'\n"
-    "[[string]]\nname='CM2.PPID'\nvalue='PP2'\n[[string]]\nname='DVID.CarrierState_PortID'\n"
-    "[[digital]]\nname='AccessModeStatus2'\nvalue=1\n[[digital]]\nname='DVID.PortID'\n";
+    "[[string]]\nname='CM2.PPID'\nvalue='PP2'\n[[digital]]\nname='AccessModeStatus2'\nvalue=1\n" +
+    alarms("500 0 no level, 1001 3 Door open");
 
 class EventFixture : public ModuleFixture {
   public:
-    using Params = std::vector<std::string>;
+    using Params = Texts;
 
     /// What each builder was given, in order, behind the message's name: {"S6F11", "10101"}.
     std::vector<Params> built;
@@ -63,7 +62,6 @@ class EventFixture : public ModuleFixture {
         module = std::make_unique<Module>(*this);
         module->QProgram_Enter_Code("");
         console.clear();
-        Talwen::Comm_New_Version = true;
         set_states("Comm_Enable=1 Online_Status=1 fa:LinkMD=3 fa:CtrlMD=2");
         forget();
     }
@@ -85,8 +83,8 @@ class EventFixture : public ModuleFixture {
         return joined;
     }
 
-    std::vector<std::string> logged() const {
-        std::vector<std::string> lines;
+    Texts logged() const {
+        Texts lines;
         for (const sim::SystemLogLine& line : system_log.lines())
             lines.push_back(std::to_string(line.type) + " " + line.text);
         return lines;

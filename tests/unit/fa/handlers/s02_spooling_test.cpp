@@ -49,7 +49,7 @@ S2F43 W. | none | {at}Header 格式错误 , 必须是 L.~ | 6,1 6,11 9,1
 )";
     const auto state = [this] {
         const std::string saved = std::filesystem::exists(folder.path() / saved_file) ? "saved:" : "";
-        return saved + (saved.empty() || spooled().empty() ? "" : " ") + spooled();
+        return saved + (saved.empty() || fake::spooled().empty() ? "" : " ") + fake::spooled();
     };
     try_all(fake::with(table, "at", "Talwen::BC_FA::reply_S02F43 , "), state, [this] {
         std::filesystem::remove(folder.path() / saved_file);
@@ -64,7 +64,7 @@ TEST_F(S02Spooling, TheAcceptedListOutlivesARestartAndIsInForceWhenItCannotBeSav
     std::filesystem::remove_all(folder.path() / "Z");
     folder.put("Z", "a file where the drive should be");
     try_all("S2F43 W <L <L <U1 6> <L <U1 11>>>>. | S2F44 <L <B 0x00> <L>>. | SPOOLING.inf 保存失败!~ | 6,11",
-            spooled);
+            fake::spooled);
 }
 
 }  // namespace

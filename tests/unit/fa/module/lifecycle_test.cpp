@@ -2,7 +2,6 @@
 #include <thread>
 
 #include "fa/module/module_threads.h"
-#include "fa/secs/message_queue.h"
 #include "support/module_fixture.h"
 
 namespace {
@@ -11,27 +10,15 @@ using namespace Talwen;
 
 constexpr int unbound = -99999999;
 
-class Lifecycle : public fake::ModuleFixture {
-  protected:
-    static std::string carrier_modules(int count) {
-        std::string toml;
-        for (int n = 1; n <= count; ++n)
-            toml += "\n[[carrier_module]]\nname = \"LP" + std::to_string(n) + "\"\nslots = 25\n";
-        return toml;
-    }
-};
+class Lifecycle : public fake::ModuleFixture {};
 
 TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
-    start_over(carrier_modules(6) + R"(
-[[function]]
-name = "SCHEDULER_INTERFACE_CM1"
-[[digital]]
-name = "AccessModeStatus1"
-[[digital]]
-name = "AccessModeStatus2"
-[[string]]
-name = "CM6.PPID"
-)");
+    std::string toml;
+    for (const char* n : {"1", "2", "3", "4", "5", "6"})
+        toml += std::string("[[carrier_module]]\nname='LP") + n + "'\nslots=25\n";
+    start_over(toml +
+               "[[function]]\nname='SCHEDULER_INTERFACE_CM1'\n[[digital]]\nname='AccessModeStatus1'\n"
+               "[[digital]]\nname='AccessModeStatus2'\n[[string]]\nname='CM6.PPID'\n");
     EXPECT_FALSE(module->QProgram_Enter_Code(nullptr));
     EXPECT_EQ(calls("QIO_Find_PointF"), 6U * 9U);
     EXPECT_EQ(module->Point_F_LP_CONTROL(0), 0);

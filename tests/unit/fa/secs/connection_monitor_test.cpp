@@ -18,9 +18,18 @@ class Monitor : public fake::ModuleFixture {
     void run() {
         thread = std::thread([this] { module->Thread_FA_Main_Monitor(); });
     }
-    void run_until(const std::function<bool()>& condition) {
-        run();
+    static void await(const std::function<bool()>& condition) {
         ASSERT_TRUE(fake::driver().wait_until(condition));
+    }
+    static void await(const std::string& call, int times = 1) {
+        await([&] { return fake::driver().count(call) >= times; });
+    }
+    static void await_length(std::size_t length) {
+        await([=] { return QFA_Message_Queue_Length() == length; });
+    }
+    void run_until(const std::string& call) {
+        run();
+        await(call);
     }
     void stop() {
         if (!thread.joinable()) return;
@@ -28,7 +37,6 @@ class Monitor : public fake::ModuleFixture {
         QFA_Notify_Reply(0, 0);
         thread.join();
     }
-    static bool called(const std::string& call, int times = 1) { return fake::driver().count(call) >= times; }
     static void select() {
         OnSelect(nullptr);
         sim::machine().set_fa("LinkMD", 3);
@@ -45,16 +53,13 @@ class Monitor : public fake::ModuleFixture {
 
 TEST_F(Monitor, NewSettingsGoFromTheGemPointsToTheFaSettings) {
     set_states("Comm_IP=127.0.0.9 Comm_Port=5001 Device_ID=12 Comm_Try=1 LinkTest_Enable=4 Init_CommState=0");
-    run_until([] { return called("connect 127.0.0.9 5001"); });
+    run_until("connect 127.0.0.9 5001");
     stop();
     const __secs_sets s = fake::driver().settings();
-    EXPECT_EQ(std::vector<unsigned>({s.t0, s.t3, s.t5, s.t6, s.t7, s.t8}),
-              std::vector<unsigned>({60000, 5000, 10000, 5000, 10000, 5000}));
+    EXPECT_EQ(fake::joined(std::vector{s.t0, s.t3, s.t5, s.t6, s.t7, s.t8}),
+              "60000,5000,10000,5000,10000,5000");
     EXPECT_STREQ(s.ip, "127.0.0.9");
-    EXPECT_EQ(s.port, 5001);
-    EXPECT_EQ(s.device_id, 12);
-    EXPECT_EQ(s.conn_mode, 1);
-    EXPECT_EQ(s.link_test, 1);
+    EXPECT_EQ(fake::joined(std::vector<int>{s.port, s.device_id, s.conn_mode, s.link_test}), "5001,12,1,1");
     EXPECT_EQ(sim::machine().fa("Remote_IP"), "127.0.0.9");
     EXPECT_EQ(fa("Remote_Port") + fa("Local_Port"), 10002);
     EXPECT_EQ(fa("Device_ID"), 12);
@@ -69,53 +74,52 @@ TEST_F(Monitor, OldSettingsGoFromTheFaSettingsToTheGemPoints) {
     set_states(
         "fa:Remote_IP=127.0.0.8 fa:Remote_Port=6001 fa:Device_ID=7 fa:ConnMD=0 fa:LinkTest=0 fa:Enable=1 "
         "fa:T0=1 fa:T3=2 fa:T5=3 fa:T6=4 fa:T7=5 fa:T8=6 Init_CommState=1 LinkTest_Enable=1");
-    run_until([] { return called("connect 127.0.0.8 6001"); });
+    run_until("connect 127.0.0.8 6001");
     stop();
     const __secs_sets s = fake::driver().settings();
-    EXPECT_EQ(std::vector<unsigned>({s.t0, s.t3, s.t5, s.t6, s.t7, s.t8}),
-              std::vector<unsigned>({1000, 2000, 3000, 4000, 5000, 6000}));
+    EXPECT_EQ(fake::joined(std::vector{s.t0, s.t3, s.t5, s.t6, s.t7, s.t8}), "1000,2000,3000,4000,5000,6000");
     EXPECT_EQ(sim::machine().gem("Comm_IP"), "127.0.0.8");
-    EXPECT_EQ(gem("Comm_Port"), 6001);
-    EXPECT_EQ(gem("Device_ID"), 7);
+    EXPECT_EQ(gem("Comm_Port") * 10 + gem("Device_ID"), 60017);
     EXPECT_EQ(gem("Comm_Try") + gem("LinkTest_Enable") + gem("Init_CommState"), 0);
 }
 
 TEST_F(Monitor, DisabledCommunicationCreatesNothing) {
     set_states("Init_CommState=1 Comm_Enable=1 fa:Enable=1");
     run();
-    ASSERT_TRUE(fake::driver().wait_until([] { return fa("LinkMD") == 1; }));
+    await([] { return fa("LinkMD") == 1; });
     stop();
     EXPECT_EQ(gem("Comm_Enable") + fa("Enable"), 0);
-    EXPECT_EQ(fake::driver().calls(), (std::vector<std::string>{"disconnect null", "destroy null"}));
+    EXPECT_EQ(fake::driver().calls(), (fake::Texts{"disconnect null", "destroy null"}));
 }
 
 TEST_F(Monitor, CreateIsTriedAgainAfterFailing) {
     set_states("fa:T5=1");
     fake::driver().let_create_succeed(false);
-    run_until([] { return called("create", 2); });
+    run();
+    await("create", 2);
     EXPECT_EQ(fake::driver().log().front(), "SecsCreate failed... ...");
     fake::driver().let_create_succeed(true);
-    EXPECT_TRUE(fake::driver().wait_until([] { return called("connect  0"); }));
+    await("connect  0");
 }
 
 TEST_F(Monitor, SwitchingTheGemPointOffTearsDownAndTheNextPassSwitchesItOnAgain) {
-    run_until([] { return called("connect  0"); });
+    run_until("connect  0");
     sim::machine().set_gem("Comm_Enable", 0);
-    EXPECT_TRUE(fake::driver().wait_until([] { return called("connect  0", 2); }));
+    await("connect  0", 2);
     EXPECT_EQ(gem("Comm_Enable"), 1);
-    EXPECT_EQ(fake::driver().count("disconnect"), 1);
-    EXPECT_EQ(fake::driver().count("destroy"), 1);
+    EXPECT_EQ(fake::driver().count("disconnect") * 10 + fake::driver().count("destroy"), 11);
 }
 
 TEST_F(Monitor, ReconnectTearsDownAndKeepsOnlySpooledEntries) {
     ASSERT_TRUE(QFA_Set_Spool_Enable(1, 13, true));
-    run_until([] { return called("connect  0"); });
+    run_until("connect  0");
     push(1, 1);
     push(1, 13);
     Reconnect = true;
-    EXPECT_TRUE(fake::driver().wait_until([] { return called("connect  0", 2) && !Reconnect; }));
+    await("connect  0", 2);
+    await([] { return !Reconnect; });
     EXPECT_EQ(fake::driver().count("destroy"), 1);
-    EXPECT_TRUE(fake::driver().wait_until([] { return QFA_Message_Queue_Length() == 1; }));
+    await_length(1);
     FA_Message left;
     ASSERT_TRUE(QFA_Message_PopFront(&left));
     EXPECT_EQ(left.function, 13);
@@ -124,69 +128,59 @@ TEST_F(Monitor, ReconnectTearsDownAndKeepsOnlySpooledEntries) {
 TEST_F(Monitor, SendsOneAtATimeAndWaitsForEachAnswer) {
     answer_everything();
     set_states("S6F12Res_Enable=1");
-    run_until([] { return called("connect  0"); });
+    run_until("connect  0");
     select();
-    ASSERT_TRUE(push(1, 13));
-    ASSERT_TRUE(push(1, 1));
-    EXPECT_TRUE(fake::driver().wait_until([] { return called("send S1F1"); }));
+    ASSERT_TRUE(push(1, 13) && push(1, 1));
+    await("send S1F1");
     const std::vector<fake::Sent> sent = fake::driver().sent();
     ASSERT_EQ(sent.size(), 2U);
-    EXPECT_EQ(sent[0].sml, "S1F13 W <L <A \"CT-200\"> <A \"1.0.0\">>.");
+    EXPECT_EQ(sent[0].sml + sent[1].sml, "S1F13 W <L <A \"CT-200\"> <A \"1.0.0\">>.S1F1 W.");
     EXPECT_EQ(sent[0].id, 101U);
-    EXPECT_EQ(sent[1].sml, "S1F1 W.");
-    EXPECT_TRUE(fake::driver().wait_until([] { return QFA_Message_Queue_Length() == 0; }));
+    await_length(0);
     EXPECT_EQ(QFA_Get_RequestID(), 102U);
 }
 
 TEST_F(Monitor, SecondEntryWaitsForTheFirstOnesAnswerAndATimeOutDropsIt) {
     set_states("fa:T7=1");
-    run_until([] { return called("connect  0"); });
+    run_until("connect  0");
     select();
     push(1, 1);
     push(1, 13);
-    ASSERT_TRUE(fake::driver().wait_until([] { return called("send S1F1"); }));
+    await("send S1F1");
     EXPECT_EQ(QFA_Message_Queue_Length(), 2U);  // still queued while its answer is awaited
-    EXPECT_TRUE(fake::driver().wait_until([] { return called("send S1F13"); }));
+    await("send S1F13");
     EXPECT_EQ(fake::driver().count("send S1F1"), 1);
     stop();
-    EXPECT_NE(std::find(console.begin(), console.end(), "等待主机应答超时[ S1F1 MsgID:101. T7:1000.]"),
-              console.end());
+    EXPECT_EQ(std::count(console.begin(), console.end(), "等待主机应答超时[ S1F1 MsgID:101. T7:1000.]"), 1);
 }
 
 TEST_F(Monitor, UnspooledEntriesAreDroppedWhileAwaySpooledOnesSurvive) {
     answer_everything();
     ASSERT_TRUE(QFA_Set_Spool_Enable(1, 13, true));
-    run_until([] { return called("connect  0"); });
-    push(1, 1);
-    push(1, 13);
-    push(1, 1);
-    EXPECT_TRUE(fake::driver().wait_until([] { return QFA_Message_Queue_Length() == 1; }));
+    run_until("connect  0");
+    for (const int function : {1, 13, 1}) push(1, static_cast<unsigned char>(function));
+    await_length(1);
     select();
-    EXPECT_TRUE(fake::driver().wait_until([] { return called("send S1F13"); }));
+    await("send S1F13");
     EXPECT_EQ(fake::driver().count("send S1F1"), 0);
 }
 
-struct WaitCase {
-    int stream, function;
-    unsigned long msgid;
-    const char* states;
-    bool result;
-};
-
 TEST_F(Monitor, WaitForReplyByMessageIdAndStreamSixSwitches) {
     QFA_Message_Queue_Init();
-    const char* const on = "S6F2Res_Enable=1 S6F12Res_Enable=1 S6F14Res_Enable=1";
-    const char* const off = "S6F2Res_Enable=0 S6F12Res_Enable=0 S6F14Res_Enable=0";
-    const WaitCase cases[] = {
-        {1, 13, 0, on, false},   {1, 13, 1, on, true},    {1, 13, 2, on, true},     {1, 13, 3, on, false},
-        {1, 13, 50, on, false},  {1, 13, 100, on, false}, {1, 13, 101, on, false},  {6, 1, 101, on, false},
-        {6, 1, 101, off, true},  {6, 11, 101, off, true}, {6, 13, 101, off, true},  {6, 3, 101, off, false},
-        {6, 11, 101, on, false}, {6, 11, 0, off, false},  {7, 11, 101, off, false},
-    };
-    for (const WaitCase& c : cases) {
-        SCOPED_TRACE(std::to_string(c.stream) + " " + std::to_string(c.function) + " " +
-                     std::to_string(c.msgid));
-        set_states(c.states);
+    const struct {
+        int stream, function;
+        unsigned long msgid;
+        int switches;
+        bool result;
+    } cases[] = {{1, 13, 0, 1, false},   {1, 13, 1, 1, true},   {1, 13, 2, 1, true},
+                 {1, 13, 3, 1, false},   {1, 13, 50, 1, false}, {1, 13, 100, 1, false},
+                 {1, 13, 101, 1, false}, {6, 1, 101, 1, false}, {6, 1, 101, 0, true},
+                 {6, 11, 101, 0, true},  {6, 13, 101, 0, true}, {6, 3, 101, 0, false},
+                 {6, 11, 101, 1, false}, {6, 11, 0, 0, false},  {7, 11, 101, 0, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.stream << " " << c.function << " " << c.msgid);
+        for (const char* name : {"S6F2Res_Enable", "S6F12Res_Enable", "S6F14Res_Enable"})
+            sim::machine().set_gem(name, c.switches);
         EXPECT_EQ(QFA_Wait_Reply(static_cast<unsigned char>(c.stream), static_cast<unsigned char>(c.function),
                                  c.msgid, 1),
                   c.result);
@@ -200,10 +194,10 @@ TEST_F(Monitor, WaitForReplyByMessageIdAndStreamSixSwitches) {
 
 class Recorder : public BC_FA {
   public:
-    std::vector<std::string> seen;
+    fake::Texts seen;
     _SECS_ITEM* send_S06F11(void* handle, void* param) override {
         EXPECT_EQ(handle, nullptr);
-        seen = *static_cast<std::vector<std::string>*>(param);
+        seen = *static_cast<fake::Texts*>(param);
         return SecsCreateItemList(0);
     }
 };
@@ -217,7 +211,7 @@ TEST_F(Monitor, EmptyParametersAreLeftOutAndMissingBuildersQueueNothing) {
     std::string empty;
     std::string c = "c";
     EXPECT_TRUE(QFA_Message_PushBack(6, 11, &a, &empty, &c, nullptr, nullptr));
-    EXPECT_EQ(builder.seen, (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(builder.seen, (fake::Texts{"a", "c"}));
     FA_Message entry;
     ASSERT_TRUE(QFA_Message_PopFront(&entry));
     EXPECT_EQ(entry.params, builder.seen);
@@ -228,19 +222,15 @@ TEST_F(Monitor, EmptyParametersAreLeftOutAndMissingBuildersQueueNothing) {
 }
 
 TEST_F(Monitor, SpoolTableTakesCandidatesOnly) {
-    int candidates = 0;
     for (int stream = 0; stream < 130; ++stream)
-        for (int function = 0; function < 256; ++function) {
-            const bool candidate = QFA_Is_Spool_Candidate(stream, function);
-            candidates += candidate ? 1 : 0;
-            EXPECT_EQ(QFA_Set_Spool_Enable(stream, function, true), candidate);
-            EXPECT_EQ(QFA_Get_Spool_Enable(stream, function), candidate);
-        }
-    EXPECT_EQ(candidates, 24);
-    EXPECT_TRUE(QFA_Is_Spool_Candidate(16, 9));
-    EXPECT_FALSE(QFA_Is_Spool_Candidate(2, 17));
+        for (int function = 0; function < 256; ++function)
+            EXPECT_EQ(QFA_Set_Spool_Enable(stream, function, true), QFA_Is_Spool_Candidate(stream, function));
+    EXPECT_EQ(
+        fake::spooled(),
+        "1,1 1,13 2,25 5,1 6,1 6,3 6,9 6,11 6,13 7,1 7,3 7,5 7,27 7,29 9,1 9,3 9,5 9,7 9,9 9,11 9,13 10,1 "
+        "16,7 16,9");
     QFA_Clear_Spool_Table();
-    EXPECT_FALSE(QFA_Get_Spool_Enable(6, 11));
+    EXPECT_EQ(fake::spooled(), "");
 }
 
 }  // namespace

@@ -12,7 +12,6 @@ namespace {
 using namespace Talwen;
 
 constexpr unsigned long not_handled = static_cast<unsigned long>(-5L);
-constexpr unsigned long failed = static_cast<unsigned long>(-7L);
 
 class Dispatch : public fake::ModuleFixture {
   protected:
@@ -30,56 +29,46 @@ class Dispatch : public fake::ModuleFixture {
     }
 };
 
-struct GateCase {
-    const char* states;
-    bool new_version;
-    const char* message;
-    unsigned long result;
-    const char* reply;
-    const char* follows;  // a state that the gate itself writes, "" for none
-};
+// States (on and off are the same in both settings); Comm_New_Version; message; result and reply ("none": not
+// handled); a state that the gate itself sets to 0.
+const char* const gate = R"(
+Comm_Enable=0 fa:Enable=1 | new | S1F1 W. | =1 | fa:Enable
+Comm_Enable=1 fa:Enable=0 | old | S1F1 W. | =1 | Comm_Enable
+Comm_Enable=0 fa:Enable=1 | new | S6F12 <B 0>. | =1 | fa:Enable
+{off} | new | S2F13 W <L>. | S2F0. |
+{off} | new | S1F3 W <L>. | S1F0. |
+{off} | old | S1F3 W <L>. | S1F0. |
+{on} Online_Status=0 | new | S1F3 W <L>. | S1F0. | fa:CtrlMD
+{on} Online_Status=0 | old | S1F3 W <L>. | S1F4 <L>. |
+{on} fa:CtrlMD=0 | old | S1F3 W <L>. | S1F0. | Online_Status
+{on} fa:CtrlMD=0 | new | S1F3 W <L>. | S1F4 <L>. |
+{off} | new | S1F1 W. | S1F2 <L <A "CT-200"> <A "1.0.0">>. |
+{off} | old | S1F17 W <U1 1>. | S1F18 <B 0x00>. |
+{off} | new | S1F13 W <L>. | S1F14 <L <B 0x00> <L <A "CT-200"> <A "1.0.0">>>. |
+{off} | new | S6F12 <B 0>. | =1 |
+{off} | new | S4F1 W. | S4F0. |
+{on} | new | S4F1 W. | unknown |
+{on} | new | S3F5 W. | unknown |
+{on} | new | S77F33 W. | unknown |
+{on} | new | S1F4 <L>. | unknown |
+{on} | new | S9F0. | unknown |
+{on} | new | S9F7 <B 1>. | unknown |
+{on} | new | S2F0. | =1 |
+)";
 
 TEST_F(Dispatch, GateByCommunicationAndControlState) {
-    const char* const on = "Comm_Enable=1 Online_Status=1 fa:Enable=1 fa:CtrlMD=2";
+    const std::string table = fake::with(gate, "on", "Comm_Enable=1 Online_Status=1 fa:Enable=1 fa:CtrlMD=2");
     const char* const off = "Comm_Enable=1 Online_Status=0 fa:Enable=1 fa:CtrlMD=0";
-    const char* const mixed_gem_off = "Comm_Enable=1 Online_Status=0 fa:Enable=1 fa:CtrlMD=2";
-    const char* const mixed_fa_off = "Comm_Enable=1 Online_Status=1 fa:Enable=1 fa:CtrlMD=0";
-    const GateCase cases[] = {
-        {"Comm_Enable=0 fa:Enable=1", true, "S1F1 W.", 1, "", "fa:Enable=0"},
-        {"Comm_Enable=1 fa:Enable=0", false, "S1F1 W.", 1, "", "Comm_Enable=0"},
-        {"Comm_Enable=0 fa:Enable=1", true, "S6F12 <B 0>.", 1, "", "fa:Enable=0"},
-        {off, true, "S2F13 W <L>.", 7000, "S2F0.", ""},
-        {off, true, "S1F3 W <L>.", 7000, "S1F0.", ""},
-        {off, false, "S1F3 W <L>.", 7000, "S1F0.", ""},
-        {mixed_gem_off, true, "S1F3 W <L>.", 7000, "S1F0.", "fa:CtrlMD=0"},
-        {mixed_gem_off, false, "S1F3 W <L>.", 7000, "S1F4 <L>.", ""},
-        {mixed_fa_off, false, "S1F3 W <L>.", 7000, "S1F0.", "Online_Status=0"},
-        {mixed_fa_off, true, "S1F3 W <L>.", 7000, "S1F4 <L>.", ""},
-        {off, true, "S1F1 W.", 7000, "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.", ""},
-        {off, false, "S1F17 W <U1 1>.", 7000, "S1F18 <B 0x00>.", ""},
-        {off, true, "S1F13 W <L>.", 7000, "S1F14 <L <B 0x00> <L <A \"CT-200\"> <A \"1.0.0\">>>.", ""},
-        {off, true, "S6F12 <B 0>.", 1, "", ""},
-        {off, true, "S4F1 W.", 7000, "S4F0.", ""},
-        {on, true, "S4F1 W.", not_handled, "", ""},
-        {on, true, "S3F5 W.", not_handled, "", ""},
-        {on, true, "S77F33 W.", not_handled, "", ""},
-        {on, true, "S1F4 <L>.", not_handled, "", ""},
-        {on, true, "S9F0.", not_handled, "", ""},
-        {on, true, "S9F7 <B 1>.", not_handled, "", ""},
-        {on, true, "S2F0.", 1, "", ""},
-    };
-    for (const GateCase& c : cases) {
-        SCOPED_TRACE(std::string(c.message) + " in " + c.states + (c.new_version ? " new" : " old"));
+    for (const fake::Texts& row : fake::rows(fake::with(table, "off", off), 5)) {
+        SCOPED_TRACE(row[0] + row[1] + row[2]);
         start_over();
-        Comm_New_Version = c.new_version;
-        set_states(c.states);
-        EXPECT_EQ(fake::driver().host_sends(c.message), c.result);
-        EXPECT_EQ(fake::driver().replies(), c.reply);
-        const std::string follows = c.follows;
-        if (follows.starts_with("fa:")) {
-            EXPECT_EQ(fa(follows.substr(3, follows.find('=') - 3)), 0);
-        } else if (!follows.empty()) {
-            EXPECT_EQ(gem(follows.substr(0, follows.find('='))), 0);
+        Comm_New_Version = row[1] == "new";
+        set_states(row[0]);
+        EXPECT_EQ(answer_to(row[2]), row[3] == "unknown" ? "=" + std::to_string(not_handled) : row[3]);
+        if (row[4].starts_with("fa:")) {
+            EXPECT_EQ(fa(row[4].substr(3)), 0);
+        } else if (!row[4].empty()) {
+            EXPECT_EQ(gem(row[4]), 0);
         }
     }
 }
@@ -96,7 +85,7 @@ TEST_F(Dispatch, HostAbortOfStream1TakesTheEquipmentOffLine) {
 }
 
 TEST_F(Dispatch, AnotherDevicesMessageIsLoggedAndDropped) {
-    set_states("Comm_Enable=1 Online_Status=1");
+    set_states(fake::on_line);
     QFA_Set_ResponseID(1);
     EXPECT_EQ(fake::driver().host_sends("S6F12 <B 0>.", 7001, 5), 0xFFFFFFFFUL);
     EXPECT_EQ(QFA_Get_ResponseID(), 1U);
@@ -105,7 +94,7 @@ TEST_F(Dispatch, AnotherDevicesMessageIsLoggedAndDropped) {
 }
 
 TEST_F(Dispatch, OnlyMessagesThatExpectNoReplyReleaseTheSender) {
-    set_states("Comm_Enable=1 Online_Status=1");
+    set_states(fake::on_line);
     EXPECT_TRUE(releases_sender("S6F12 <B 0>."));
     EXPECT_TRUE(releases_sender("S9F7 <B 0>."));
     EXPECT_TRUE(releases_sender("S9F0."));
@@ -127,9 +116,9 @@ class Thrower : public BC_FA {
 TEST_F(Dispatch, RuntimeErrorsOfHandlersAndBuildersAreCaughtOthersAreNot) {
     module.reset();
     module = std::make_unique<Thrower>();
-    set_states("Comm_Enable=1 Online_Status=1");
+    set_states(fake::on_line);
     QFA_Set_ResponseID(1);
-    EXPECT_EQ(fake::driver().host_sends("S1F1."), failed);
+    EXPECT_EQ(fake::driver().host_sends("S1F1."), fake::format_error);
     EXPECT_EQ(QFA_Get_ResponseID(), 1U);
     EXPECT_EQ(console.back(), "OnRecvMessageBuffer , MsgID:7000 , S1F1 , 捕捉到异常:broken.");
     EXPECT_EQ(OnSendMessageBuffer(nullptr, 1, 1, nullptr), nullptr);
@@ -156,16 +145,15 @@ TEST_F(Dispatch, StreamNinePrimaryOffLineHoldsItsCallbackUntilTheConnectionEnds)
 }
 
 TEST_F(Dispatch, EveryHandlerOfTheListIsRoutedByItsOwnName) {
-    set_states("Comm_Enable=1 Online_Status=1");
     int unsupported = 0;
     int routed = 0;
-    for (int stream = 1; stream < 128; ++stream) {
+    for (int stream = 1; stream < 128; ++stream)
         for (int function = 0; function < 256; ++function) {
             fake::driver().reset();
-            set_states("Comm_Enable=1 Online_Status=1");
-            if (Find_Handler(static_cast<unsigned char>(stream), static_cast<unsigned char>(function)) !=
-                nullptr)
-                ++routed;
+            set_states(fake::on_line);
+            routed += Find_Handler(static_cast<unsigned char>(stream), static_cast<unsigned char>(function))
+                          ? 1
+                          : 0;
             fake::driver().host_sends_bytes(stream, function, true, "", 4711);
             for (const std::string& line : fake::driver().log()) {
                 if (line.find("当前版本不支持") == std::string::npos) continue;
@@ -177,57 +165,49 @@ TEST_F(Dispatch, EveryHandlerOfTheListIsRoutedByItsOwnName) {
                 ++unsupported;
             }
         }
-    }
     EXPECT_EQ(routed, 169);
     EXPECT_EQ(unsupported, 132);  // 37 have a body of their own
 }
 
-struct LinkCase {
-    bool new_version;
-    const char* states;
-    int link_after, enable_after;
-    const char* request;
-};
-
 TEST_F(Dispatch, SelectTakesTheLinkOverAndAsksForTheInitialControlState) {
-    const LinkCase cases[] = {
-        {true, "Init_CommState=0 Init_ControlState=0", 2, 1, "QFA_Request_Offline"},
-        {true, "Init_CommState=0 Init_ControlState=1", 2, 1, "QFA_Request_Local"},
-        {true, "Init_CommState=2 Init_ControlState=2", 2, 1, "QFA_Request_Remote"},
-        {true, "Init_CommState=1 Init_ControlState=9", 1, 0, "QFA_Request_Local"},
-        {false, "fa:Enable=1 fa:CtrlMD=2 Init_ControlState=0", 2, 1, "QFA_Request_Remote"},
-        {false, "fa:Enable=0 fa:CtrlMD=0", 1, 0, "QFA_Request_Offline"},
-        {false, "fa:Enable=5 fa:CtrlMD=1", 2, 1, "QFA_Request_Local"},
+    // Comm_New_Version, states, LinkMD and both switches afterwards, the request.
+    const char* const table = R"(
+new | Init_CommState=0 Init_ControlState=0 | 2 1 | Offline
+new | Init_CommState=0 Init_ControlState=1 | 2 1 | Local
+new | Init_CommState=2 Init_ControlState=2 | 2 1 | Remote
+new | Init_CommState=1 Init_ControlState=9 | 1 0 | Local
+old | fa:Enable=1 fa:CtrlMD=2 Init_ControlState=0 | 2 1 | Remote
+old | fa:Enable=0 fa:CtrlMD=0 | 1 0 | Offline
+old | fa:Enable=5 fa:CtrlMD=1 | 2 1 | Local
+)";
+    const auto requested = [] {
+        std::string all;
+        for (const char* name : {"Offline", "Local", "Remote"})
+            for (auto n = calls(std::string("QFA_Request_") + name); n > 0; --n) all += name;
+        return all;
     };
-    for (const LinkCase& c : cases) {
-        SCOPED_TRACE(c.states);
+    for (const fake::Texts& row : fake::rows(table, 4)) {
+        SCOPED_TRACE(row[1]);
         start_over();
-        Comm_New_Version = c.new_version;
-        set_states(std::string("Comm_Establish=1 ") + c.states);
+        Comm_New_Version = row[0] == "new";
+        set_states("Comm_Establish=1 " + row[1]);
         OnSelect(nullptr);
-        EXPECT_EQ(fa("LinkMD"), c.link_after);
-        EXPECT_EQ(fa("Enable"), c.enable_after);
-        EXPECT_EQ(gem("Comm_Enable"), c.enable_after);
-        EXPECT_EQ(gem("Comm_Status"), 1);
-        EXPECT_EQ(gem("Comm_Status2"), 2);
-        EXPECT_EQ(gem("Comm_Establish"), 0);
-        EXPECT_EQ(calls("QFA_Request_Offline") + calls("QFA_Request_Local") + calls("QFA_Request_Remote"),
-                  1U);
-        EXPECT_EQ(calls(c.request), 1U);
+        EXPECT_EQ(std::to_string(fa("LinkMD")) + " " + std::to_string(fa("Enable")), row[2]);
+        EXPECT_EQ(gem("Comm_Enable"), fa("Enable"));
+        EXPECT_EQ(gem("Comm_Status") * 100 + gem("Comm_Status2") * 10 + gem("Comm_Establish"), 120);
+        EXPECT_EQ(requested(), row[3]);
 
         sim::machine().set_gem("Comm_Establish", 1);
         OnDeselect(nullptr);
-        EXPECT_EQ(fa("LinkMD"), c.link_after);
-        EXPECT_EQ(gem("Comm_Status2"), 1);
-        EXPECT_EQ(gem("Comm_Establish"), 0);
-        EXPECT_EQ(calls(c.request), 1U);
+        EXPECT_EQ(std::to_string(fa("LinkMD")), row[2].substr(0, 1));
+        EXPECT_EQ(gem("Comm_Status2") * 10 + gem("Comm_Establish"), 10);
+        EXPECT_EQ(requested(), row[3]);
         EXPECT_TRUE(console.empty());
 
         OnClose(nullptr);
         EXPECT_EQ(fa("LinkMD") + gem("Comm_Status") + gem("Comm_Status2"), 0);
-        EXPECT_EQ(console, std::vector<std::string>{"OnClose"});
         EXPECT_EQ(OnError(nullptr, 105), 0UL);
-        EXPECT_EQ(console.back(), "OnError: MsgID:105 Host Reply Timeout.");
+        EXPECT_EQ(console, (fake::Texts{"OnClose", "OnError: MsgID:105 Host Reply Timeout."}));
     }
 }
 

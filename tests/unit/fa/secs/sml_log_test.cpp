@@ -33,65 +33,54 @@ TEST_F(SmlLog, ReceivedMessageInFull) {
               ".");
 }
 
-struct BodyCase {
-    const char* body;  // SML
-    const char* lines;
-};
-
-const BodyCase bodies[] = {
-    {"<L>", "        <L[0]\n        >\n."},
-    {"<L <L <L <B 1>>> <A \"x\"> <L>>",
-     "        <L[3]\n            <L[1]\n                <L[1]\n                    <B[1] 1>\n                "
-     ">\n"
-     "            >\n            <A[1] \"x\">\n            <L[0]\n            >\n        >\n."},
-    {"<B 1 255 200>", "        <B[3] 1 -1 -56>\n."},
-    {"<B>", "        <B[0]>\n."},
-    {"<BOOLEAN F>", "        <Bool[1] False>\n."},
-    {"<BOOLEAN 7>", "        <Bool[1] True>\n."},
-    {"<A \"\">", "        <A[0] \"\">\n."},
-    {"<A \"中文\">", "        <A[6] \"中文\">\n."},
-    {"<J \"jis\">", "        <A[3] \"jis\">\n."},
-    {"<I1 -128>", "        <I1[1] -128>\n."},
-    {"<I2 -32768>", "        <I2[1] -32768>\n."},
-    {"<I4 -2147483648>", "        <I4[1] -2147483648>\n."},
-    {"<I8 -9223372036854775808>", "        <I8[1] -9223372036854775808>\n."},
-    {"<U1 200>", "        <U1[1] 200>\n."},
-    {"<U2 65535>", "        <U2[1] 65535>\n."},
-    {"<U4 4294967295>", "        <U4[1] 4294967295>\n."},
-    {"<U8 18446744073709551615>", "        <U8[1] 18446744073709551615>\n."},
-    {"<F4 0.1>", "        <F4[1] 0.1>\n."},
-    {"<F8 1234567>", "        <F8[1] 1.23457e+06>\n."},
-    {"<F8 -1e-07>", "        <F8[1] -1e-07>\n."},
-    {"<F8 100000>", "        <F8[1] 100000>\n."},
-    {"<F8 inf>", "        <F8[1] inf>\n."},
-    {"<U4 7 8 9>", "        <U4[1] 7>\n."},  // only the first of an array
-    {"<U4>", "        <U4[1] 0>\n."},
-};
+// A body and its lines after the head; "/" ends a line, the indent that all have is left out.
+const char* const bodies = R"(
+<L> | <L[0]/>/.
+<L <L <B 1>> <A "x"> <L>> | <L[3]/    <L[1]/        <B[1] 1>/    >/    <A[1] "x">/    <L[0]/    >/>/.
+<B 1 255 200> | <B[3] 1 -1 -56>/.
+<B> | <B[0]>/.
+<BOOLEAN F> | <Bool[1] False>/.
+<BOOLEAN 7> | <Bool[1] True>/.
+<A ""> | <A[0] "">/.
+<A "中文"> | <A[6] "中文">/.
+<J "jis"> | <A[3] "jis">/.
+<I1 -128> | <I1[1] -128>/.
+<I2 -32768> | <I2[1] -32768>/.
+<I4 -2147483648> | <I4[1] -2147483648>/.
+<I8 -9223372036854775808> | <I8[1] -9223372036854775808>/.
+<U1 200> | <U1[1] 200>/.
+<U2 65535> | <U2[1] 65535>/.
+<U4 4294967295> | <U4[1] 4294967295>/.
+<U8 18446744073709551615> | <U8[1] 18446744073709551615>/.
+<F4 0.1> | <F4[1] 0.1>/.
+<F8 1234567> | <F8[1] 1.23457e+06>/.
+<F8 -1e-07> | <F8[1] -1e-07>/.
+<F8 inf> | <F8[1] inf>/.
+<U4 7 8 9> | <U4[1] 7>/.
+<U4> | <U4[1] 0>/.
+)";
 
 TEST_F(SmlLog, EveryFormat) {
-    for (const BodyCase& c : bodies) {
-        SCOPED_TRACE(c.body);
-        fake::driver().reset();
-        fake::driver().host_sends(std::string("S6F12 ") + c.body + ".", 9);
-        EXPECT_EQ(logged(),
-                  std::string("Receive Secondary Message               [9,0]\n    'S6F12'\n") + c.lines);
+    for (const fake::Texts& row : fake::rows(bodies, 2)) {
+        fake::driver().host_sends("S6F12 " + row[0] + ".", 9);
+        const std::string body = std::regex_replace("/" + row[1], std::regex("/(?!\\.)"), "\n        ");
+        EXPECT_EQ(logged(), "Receive Secondary Message               [9,0]\n    'S6F12'" +
+                                std::regex_replace(body, std::regex("/"), "\n"));
     }
 }
 
 // The quick way for plain numbers against printf, over edges and many numbers of every size.
 TEST_F(SmlLog, RealsAreWrittenAsPrintfWritesThem) {
-    std::vector<double> values = {0.0,          -0.0,     0.1,       -0.1,     0.001,      0.000999999,
-                                  0.0010000005, 999999.4, 999999.5,  999998.5, 99999.95,   9.999995,
-                                  0.5,          2.5,      123456.5,  1234565,  100000,     1e6,
-                                  1e-4,         0.0625,   1.0000005, -273.15,  12.3456789, 300,
-                                  0.75F,        0.62F,    1e300,     5e-324};
+    std::vector<double> values = {0.0,      -0.0,     0.1,      0.001,    0.000999999, 0.0010000005,
+                                  999999.4, 999999.5, 999998.5, 99999.95, 9.999995,    0.5,
+                                  123456.5, 1234565,  100000,   1e6,      1e-4,        0.0625,
+                                  -273.15,  300,      0.62F,    1e300,    1.0000005,   5e-324};
     std::mt19937_64 random(7);
     for (int i = 0; i < 200000; ++i) {
         values.push_back(
             std::ldexp(static_cast<double>(random() >> 11U), static_cast<int>(random() % 90) - 83));
         values.push_back(static_cast<double>(random() % 2000000000) / 1000.0 /
                          static_cast<double>(random() % 999 + 1));
-        values.push_back(static_cast<double>(static_cast<float>(random() % 100000) / 1000.0F));
     }
     _SECS_ITEM item;
     SecsInitItem(&item);
