@@ -1,6 +1,7 @@
 // One module object over the simulated controller and the fake driver, fresh for every test or table row.
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
@@ -33,6 +34,10 @@ using Texts = std::vector<std::string>;
 constexpr unsigned long format_error = static_cast<unsigned long>(-7L);
 inline const std::string on_line = "Comm_Enable=1 Online_Status=1 ";
 
+inline Texts split(const std::string& text, const std::regex& between) {
+    return {std::sregex_token_iterator(text.begin(), text.end(), between, -1), std::sregex_token_iterator()};
+}
+
 /// The rows of a table in text, a line each, with their columns between "|" and blanks; a line that begins
 /// with a blank goes on with the row above it.
 inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
@@ -45,11 +50,19 @@ inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
             lines.push_back(line);
     std::vector<Texts> all;
     for (const std::string& line : lines) {
-        static const std::regex between(" *[|]( +|$)| +[|]$");
-        all.emplace_back(std::sregex_token_iterator(line.begin(), line.end(), between, -1),
-                         std::sregex_token_iterator());
-        EXPECT_LE(all.back().size(), columns) << line;
-        all.back().resize(columns);
+        static const std::regex columns_end(" *[|]( +|$)| +[|]$");
+        static const std::regex choices_end(" / ");
+        Texts row = split(line, columns_end);
+        EXPECT_LE(row.size(), columns) << line;
+        row.resize(columns);
+        const auto choices = std::ranges::find_if(row, [](const auto& c) { return c.find(" / ") != c.npos; });
+        if (choices == row.end())
+            all.push_back(row);
+        else
+            for (const std::string& choice : split(std::string(*choices), choices_end)) {
+                *choices = choice;
+                all.push_back(row);
+            }
     }
     return all;
 }

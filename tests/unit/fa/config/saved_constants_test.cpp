@@ -42,7 +42,7 @@ class Saved_Constants_Test : public Config_Test {
 };
 
 // The file ("/" ends a line), the backup when it is not "$D Door -7", Door, Temp and Lot then, what is said.
-// Constants of another kind or name are not there; {n} is a line of n bytes and {blanks} fill one.
+// Constants of another kind or name are not there; {1022} and {1023} are lines of so many bytes.
 const char* const files = R"(
 $D Door 1/$A Temp -2.5e1/$S Lot first word/ | | 1 -25 first
   | b [0002:0003][D] Door - 1/b [0003:0003][A] Temp - -2.5e1/b [0004:0003][S] Lot - first/

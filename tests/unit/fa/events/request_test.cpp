@@ -44,11 +44,7 @@ TEST_F(Request, WhileCommunicationIsEnabled) {
 REQUEST_LOCAL | 1 3 | S1F13
 REQUEST_REMOTE | 2 4 | S1F13 S2F17
 REQUEST_OFFLINE | 0 0 |
-REQUEST_ENABLE | 9 9 |
-REQUEST_DISABLE | 9 9 |
-REQUEST_local | 9 9 |
-REQUEST | 9 9 |
-REQUESTS_LOCAL | 9 9 |
+REQUEST_ENABLE / REQUEST_DISABLE / REQUEST_local / REQUEST / REQUESTS_LOCAL | 9 9 |
 )";
     for (const bool new_version : {true, false})
         for (const fake::Texts& row : fake::rows(enabled, 3)) {

@@ -79,15 +79,13 @@ TEST_F(S01Status, HostAnswerToEstablishCommunicationIsCheckedInItsOrder) {
     const auto link = [] { return sim::machine().fa("LinkMD"); };
     const auto unlink = [] { sim::machine().set_fa("LinkMD", 0); };
     const char* const table = R"(
-S1F14 <L <B 0> <L <A "H"> <A "1">>>. | =1 | | 3
-S1F14 <L <B 0> <L <B 1> <U1 9>>>. | =1 | | 3
+S1F14 <L <B 0> <L <A "H"> <A "1">>>. / S1F14 <L <B 0> <L <B 1> <U1 9>>>. | =1 | | 3
 S1F14 <L <B 0> <L <U1 1>>>. | =1 | | 3
 S1F14 <L <B 0> <L <A "H"> <U1 1>>>. | none | <SOFTREV> 格式错误 , 必须是 B/A.@ | 3
 S1F14 <L <B 0> <L <U1 1> <A "1">>>. | none | <MDLN> 格式错误 , 必须是 B/A.@ | 3
 S1F14 <L <U1 0> <L>>. | none | <COMMACK> 格式错误 , 必须是 B.@ | 0
 S1F14 <L <B 0> <A "">>. | none | L[1] 格式错误 , 必须是 L.@ | 0
-S1F14 <L <B 0>>. | none | 消息头 格式错误 , 必须是 L2.@ | 0
-S1F14 <B 0>. | none | 消息头 格式错误 , 必须是 L2.@ | 0
+S1F14 <L <B 0>>. / S1F14 <B 0>. | none | 消息头 格式错误 , 必须是 L2.@ | 0
 S1F14 <L <B 3> <L>>. | =0 | | 2
 )";
     try_all(table, link, unlink);

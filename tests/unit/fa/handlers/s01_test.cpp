@@ -43,10 +43,9 @@ S1F15 W. | new | Online_Status=0 Comm_Establish=0 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
 S1F15 W. | old | fa:CtrlMD=1 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
 S1F15 W. | old | fa:CtrlMD=0 fa:LinkMD=3 | 2 | 3 0 1 0 U 2
 S1F15 W. | old | fa:CtrlMD=0 fa:LinkMD=2 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
-S1F17 W <U1 1>. | new | | 0 | U 1 U U 0 3 ONLINE_LOCAL
+S1F17 W <U1 1>. / S1F17 W <U8 4294967297>. | new | | 0 | U 1 U U 0 3 ONLINE_LOCAL
 S1F17 W <U1 2>. | old | | 0 | U 2 U U 1 4 ONLINE_REMOTE
 S1F17 W <B 2>. | new | | 0 | U 2 U U 1 4 ONLINE_REMOTE
-S1F17 W <U8 4294967297>. | new | | 0 | U 1 U U 0 3 ONLINE_LOCAL
 S1F17 W <I1 -1>. | new | Online_Init=1 | 0 | 3 2 1 1 1 4 ONLINE_REMOTE
 S1F17 W. | new | Online_Status=0 Online_Init=0 | 0 | 3 1 1 1 0 3 ONLINE_LOCAL
 S1F17 W <U1 0>. | old | Online_Status=0 Online_Init=2 Remote_Status=1 | 0 | 3 2 1 1 1 4 ONLINE_REMOTE

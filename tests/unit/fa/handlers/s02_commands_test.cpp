@@ -127,8 +127,7 @@ fa:CtrlMD=2 | Remote | | 5
 
 TEST_F(S02Commands, MalformedBodiesAreLoggedAndNotAnswered) {
     try_all(R"(
-S2F41 W. | none | 消息头格式错误 , 必须是 L 且 ListSize=[1 or 2]. @
-S2F41 W <A "START">. | none | 消息头格式错误 , 必须是 L 且 ListSize=[1 or 2]. @
+S2F41 W. / S2F41 W <A "START">. | none | 消息头格式错误 , 必须是 L 且 ListSize=[1 or 2]. @
 S2F41 W <L <A "START"> <L> <L>>. | none | 消息头格式错误 , 必须是 L 且 ListSize=[1 or 2]. @
 S2F41 W <L <U1 1>>. | none | <RCMD> 格式错误 , 必须是 A. @
 S2F41 W <L <A "START"> <A "PORTID">>. | none | L[1] 格式错误 , 必须是 L. @
@@ -148,17 +147,12 @@ S2F41 W <L <A "StartProcess"> <L>>. | none | L[1] 格式错误 , Must >= 6. @
 TEST_F(S02Commands, ParametersAreReadByTheirFormats) {
     // First elements count, and the last of several.
     try_commands(R"(
- | START | PORTID <A "CM2"> | 4 | run START2(F)
- | START | PORTID <I8 2>; JOBID <A "J"> | 4 | run START2(F)
+ | START | PORTID <A "CM2"> / PORTID <I8 2>; JOBID <A "J"> | 4 | run START2(F)
  | START | PORTID <U2 2 9>; EndSlot <I2 1 2> | 4 | run START2(F)
  | START | PORTID <U1 9>; PORTID <U1 1> | 4 | run START1(F)
  | START | | 3 PORTID:2 | | !PORTID
- | START | PORTID <U1 0> | 3 PORTID:2 | | !PORTID
- | START | PORTID <U1 3> | 3 PORTID:2 | | !PORTID
- | START | PORTID <U1> | 3 PORTID:2 | | !PORTID
- | START | PORTID <A "LP1"> | 3 PORTID:2 | | !PORTID
- | START | PORTID <A "CM3"> | 3 PORTID:2 | | !PORTID
- | START | PORTID <U8 4294967297> | 3 PORTID:2 | | !PORTID
+ | START | PORTID <U1 0> / PORTID <U1 3> / PORTID <U1> / PORTID <A "LP1"> | 3 PORTID:2 | | !PORTID
+ | START | PORTID <A "CM3"> / PORTID <U8 4294967297> | 3 PORTID:2 | | !PORTID
  | START | PORTID <F4 1> | 3 PORTID:3 | | <:PORTID> Value 格式错误 , 必须是 I()/U()/ASCII.
  | START | RECIPE <L>; AccessMode <U2 1>; portid <U1 1> | 3 RECIPE:3 AccessMode:3 portid:1 | | <:RECIPE> Value
   格式错误 , 必须是 A./<:AccessMode> Value 格式错误 , 必须是 U1./!portid

@@ -40,8 +40,7 @@ S2F13 W <L <U1 12> <U4 1234567> <U1 0 255>>. | S2F14 <L <A "-"> <A "-"> <A "-">>
     | ECID:12 未识别.@ECID:135 未识别.@ECID:65280 未识别.@
 S2F13 W <L <U1 4> <U1 5> <U1 6> <U1 7> <U1 8> <U1 9>>. | S2F14 <L <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">>.
     | {unbound}
-S2F13 W <U1 1>. | none | 消息头格式错误 , 必须是 L.@
-S2F13 W. | none | 消息头格式错误 , 必须是 L.@
+S2F13 W <U1 1>. / S2F13 W. | none | 消息头格式错误 , 必须是 L.@
 S2F13 W <L>. | S2F14 <L <I4 -5> <I4 1> <F4 12.5> <A "L-1"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">
     <F4 12.5> <I4 -5> <I4 -5> <F4 12.5> <A "L-1">>. | {unbound}
 )";
@@ -103,21 +102,15 @@ const char* const refused = R"(
 <L <U1 6> <F4 0>> | 1 | ECID:6 [SIO S1:1] IO未识别. @
 <L <U1 7> <F4 0>> | 1 | ECID:7 [SIO F0:0] IOType:3 未识别 , 必须是 ASCII. @
 <L <U1 1> <U1 0>> | 3 | ECID:1 [DIO Door:0] ECV 值超限 , 定义范围:[0,0]. @
-<L <U1 11> <I1 5>> | 3 | ECID:11 [DIO Valve:1] ECV 值超限 , 定义范围:[5,-5]. @
-<L <U1 11> <I1 -5>> | 3 | ECID:11 [DIO Valve:1] ECV 值超限 , 定义范围:[5,-5]. @
+<L <U1 11> <I1 5>> / <L <U1 11> <I1 -5>> | 3 | ECID:11 [DIO Valve:1] ECV 值超限 , 定义范围:[5,-5]. @
 <L <U1 10> <A "0">> | 3 | ECID:10 [AIO Flow:0] ECV 值超限 , 定义范围:[50,-50]. @
 <L <U1 65> <F4 1.5>> | 3 | ECID:65 [AIO Flow:0] ECV 值超限 , 定义范围:[1.5,1.5]. @
-<L <U1 0>> | | p_item1[N] 格式错误 , 必须是 L2.@
-<L <U1 0> <U1 1> <U1 2>> | | p_item1[N] 格式错误 , 必须是 L2.@
-<A "01"> | | p_item1[N] 格式错误 , 必须是 L2.@
-<L <F4 1> <U1 1>> | | ECID 格式错误 , 必须是 I()/U()/A.@
-<L <L> <U1 1>> | | ECID 格式错误 , 必须是 I()/U()/A.@
-<L <U1 0> <F4 1>> | | ECID:0 [DIO Valve:1] ECV 格式错误 , 必须是 A/I1/I2/I4/U1/U2/U4.@
-<L <U1 0> <U8 1>> | | ECID:0 [DIO Valve:1] ECV 格式错误 , 必须是 A/I1/I2/I4/U1/U2/U4.@
+<L <U1 0>> / <L <U1 0> <U1 1> <U1 2>> / <A "01"> | | p_item1[N] 格式错误 , 必须是 L2.@
+<L <F4 1> <U1 1>> / <L <L> <U1 1>> | | ECID 格式错误 , 必须是 I()/U()/A.@
+<L <U1 0> <F4 1>> / <L <U1 0> <U8 1>> | | ECID:0 [DIO Valve:1] ECV 格式错误 , 必须是 A/I1/I2/I4/U1/U2/U4.@
 <L <U1 0> <I8 1>> | | ECID:0 [DIO Valve:1] ECV 格式错误 , 必须是 A/I1/I2/I4/U1/U2/U4.@
 <L <U1 2> <I4 1>> | | ECID:2 [AIO Flow:0] ECV 格式错误 , 必须是 A/F4/F8. @
-<L <U1 3> <U1 1>> | | ECID:3 [SIO Lot:0] ECV 格式错误 , 必须是 A. @
-<L <U1 3> <B 65>> | | ECID:3 [SIO Lot:0] ECV 格式错误 , 必须是 A. @
+<L <U1 3> <U1 1>> / <L <U1 3> <B 65>> | | ECID:3 [SIO Lot:0] ECV 格式错误 , 必须是 A. @
 )";
 
 TEST_F(S02Constants, ARefusedPairLeavesEveryPointAsItWas) {
@@ -151,8 +144,7 @@ S2F29 W <L <U8 4> <A "5">>. | S2F30 <L <L <U4 4> <A "D2"> <I4 -7> <I4 -214748364
     <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">>>. |
 S2F29 W <L <I1 3> <I2 6> <U1 7> <U4 300>>. | S2F30 <L <L> <L> <L> <L>>. | ECID:3 IOType:2 未识别. @ECID:6
     IOType:2 未识别. @ECID:7 IOType:3 未识别. @ECID:300 未识别. @
-S2F29 W <L <U1 1> <F4 2>>. | none | ECID 格式错误! 必须是 I()/U()/A. @
-S2F29 W <L <B 1>>. | none | ECID 格式错误! 必须是 I()/U()/A. @
+S2F29 W <L <U1 1> <F4 2>>. / S2F29 W <L <B 1>>. | none | ECID 格式错误! 必须是 I()/U()/A. @
 S2F29 W <U1 1>. | none | 消息头格式错误 , 必须是 L. @
 S2F29 W <L>. | S2F30 <L <L> <L> <L> <L> <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5>
     <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">> <L> <L> <L> <L> <L> <L> <L> <L> <L>>. | ECID:3 IOType:2 未识别.

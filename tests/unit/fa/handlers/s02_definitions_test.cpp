@@ -93,8 +93,7 @@ S2F23 W <L {good} <L{1001}>>. | S2F24 <B 0x01>. | <SVIDs> 数量超限, 必须�
 S2F23 W <L <U4 0> <A "1"> <U4 5> <U1 2> <L <U4 2000>>>. | S2F24 <B 0x06>.
     | {trid}@{dsper}@<SVID0>:2000 未识别. @ | {t}
 S2F23 W <L {good} <U4 1>>. | none | L[4] 格式错误, 必须是 L. @ | {t}
-S2F23 W <L {good}>. | none | 消息头格式错误 , 必须是 L5. @ | {t}
-S2F23 W. | none | 消息头格式错误 , 必须是 L5. @ | {t}
+S2F23 W <L {good}>. / S2F23 W. | none | 消息头格式错误 , 必须是 L5. @ | {t}
 )";
     std::string full = with(table, "t", "t7 000002=2000ms 4/9 by 1:5");
     full = with(with(full, "good", "<U4 1> <A \"000001\"> <U4 5> <U1 2>"), "1001", many(1001));
@@ -115,11 +114,10 @@ TEST_F(S02Definitions, DefineReport) {
 S2F33 W <L <U4 0> <L <L <U2 65535> <L <I8 65535> <A "1"> <U1 1>>>>>. | S2F34 <B 0x00>. | | {r} r65535@0:65535,1,1 {e}
 S2F33 W {good} <L <U4 2> <L <U4 5>>>>>. | S2F34 <B 0x00>. | | {r} r1@5:4 r2@5:5 {e}
 S2F33 W <L <U4 9> <L <L <U4 20> <L>>>>. | S2F34 <B 0x00>. | | r10@1:1,2 e100@1+:10 e200@2-:
-S2F33 W <L <U4 9> <L <L <U4 99> <L>>>>. | S2F34 <B 0x00>. | | {r} {e}
+S2F33 W <L <U4 9> <L <L <U4 99> <L>>>>. / S2F33 W <L <U4 3> <L>>. | S2F34 <B 0x00>. | | {r} {e}
 S2F33 W <L <U4 9> <L <L <U4 10> <L>> <L <U4 10> <L <U4 7>>>>>. | S2F34 <B 0x00>.
     | | r20@2:3 r10@9:7 e100@1+:20 e200@2-:20
 S2F33 W <L <U4 2> <L>>. | S2F34 <B 0x00>. | | r10@1:1,2 e100@1+:10,20 e200@2-:
-S2F33 W <L <U4 3> <L>>. | S2F34 <B 0x00>. | | {r} {e}
 S2F33 W {good} <L <U4 2> <L{51}>>>>. | S2F34 <B 0x01>. | | {r} r1@5:4 {e}
 S2F33 W {good} <L <U4 10> <L <U4 5>>> <L <U4 2> <L <U4 5>>>>>. | S2F34 <B 0x03>. | | {r} r1@5:4 {e}
 S2F33 W {good} <L <U4 2> <L <U4 5> <U4 61> <F4 1>>>>>. | S2F34 <B 0x04>. | | {r} r1@5:4 {e}
@@ -135,8 +133,7 @@ S2F33 W {good} <L <F4 2> <L>>>>. | none | L[1][1][0]<RPTID>{form}@ | {r} r1@5:4 
 S2F33 W {good} <L <U4 2>>>>. | none | L[1][1] RPTIDn 格式错误 , 必须是 L2. @ | {r} r1@5:4 {e}
 S2F33 W <L <U4 5> <U4 1>>. | none | L[1] 格式错误 , 必须是 L. @ | {r} {e}
 S2F33 W <L <L> <L>>. | none | <DATAID> 格式错误 , I()/U()/A. @ | {r} {e}
-S2F33 W <L <U4 5>>. | none | 消息头格式错误 , 必须是 L2. @ | {r} {e}
-S2F33 W. | none | 消息头格式错误 , 必须是 L2. @ | {r} {e}
+S2F33 W <L <U4 5>>. / S2F33 W. | none | 消息头格式错误 , 必须是 L2. @ | {r} {e}
 )";
     const std::string full = with(with(table, "51", many(51)), "range", " 数值超限 , 有效范围[1,65535]. ");
     run(with(full, "good", "<L <U4 5> <L <L <U4 1> <L <U4 4>>>"), definitions);

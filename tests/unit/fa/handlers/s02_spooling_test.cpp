@@ -44,8 +44,7 @@ S2F43 W <L <L <U1 5> <L <U1 1> <U2 1>>>>. | none | {at}L[0][1]<FCNID1> 格式错
 S2F43 W <L <L <U1 5> <L <U1 1>>> <L <U1 5> <U1 1>>>. | none | {at}L[1][1] 格式错误 , 必须是 L.~ | 6,1 6,11 9,1
 S2F43 W <L <L <U2 5> <L>>>. | none | {at}L[0][0]<STRID> 格式错误 , 必须是 U1.~ | 6,1 6,11 9,1
 S2F43 W <L <L <U1 5>>>. | none | {at}L[0] 格式错误 , 必须是 L2.~ | 6,1 6,11 9,1
-S2F43 W <U1 5>. | none | {at}Header 格式错误 , 必须是 L.~ | 6,1 6,11 9,1
-S2F43 W. | none | {at}Header 格式错误 , 必须是 L.~ | 6,1 6,11 9,1
+S2F43 W <U1 5>. / S2F43 W. | none | {at}Header 格式错误 , 必须是 L.~ | 6,1 6,11 9,1
 )";
     const auto state = [this] {
         const std::string saved = std::filesystem::exists(folder.path() / saved_file) ? "saved:" : "";

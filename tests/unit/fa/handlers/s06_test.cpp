@@ -178,8 +178,7 @@ TEST_F(S06, UnknownNumbersLeaveTheirMarksInTheReport) {
 
 // Parameters of a builder or body of a request; what comes of them; the log. Event 12 is disabled.
 const char* const refusals = R"(
-send_S06F01  | 9          |             | 参数链表长度错误 , 必须是 L2.
-send_S06F01  | 9 1 2      |             | 参数链表长度错误 , 必须是 L2.
+send_S06F01 | 9 / 9 1 2 | | 参数链表长度错误 , 必须是 L2.
 send_S06F01  | 8 1        |             | TRID:8 未识别.
 send_S06F03  | 12 12      |             | 参数链表长度错误 , 必须是 L1.
 send_S06F03  | 13         |             | CEID:13 未识别.
@@ -193,14 +192,11 @@ send_S06F11  | 12         |             | CEID 12 上报禁止.
 send_S06F13  |            |             | 参数链表长度错误, 必须是 L1.
 send_S06F13  | -1         |             | CEID:-1 未识别.
 send_S06F13  | 12         |             | CEID 12 上报禁用.
-reply_S06F15 | <B 12>     | none        | 消息头格式错误 , 必须是 I()/U()/A.
-reply_S06F15 | <L <U4 1>> | none        | 消息头格式错误 , 必须是 I()/U()/A.
+reply_S06F15 | <B 12> / <L <U4 1>> | none | 消息头格式错误 , 必须是 I()/U()/A.
 reply_S06F15 |            | none        | 消息头格式错误 , 必须是 I()/U()/A.
-reply_S06F15 | <U4 0>     | none        | <CEID> 数值超限 , 必须是 [1,65535].
-reply_S06F15 | <U4 65536> | none        | <CEID> 数值超限 , 必须是 [1,65535].
+reply_S06F15 | <U4 0> / <U4 65536> | none | <CEID> 数值超限 , 必须是 [1,65535].
 reply_S06F15 | <U8 65535> | S6F16 <L <U4 0> <U4 65535> <L>>. | <CEID:65535>未识别.
-reply_S06F15 | <I8 12>    | S6F16 <L <U4 77> <U4 12> <L <L <U4 3> <L>>>>. |
-reply_S06F15 | <A "12">   | S6F16 <L <U4 77> <U4 12> <L <L <U4 3> <L>>>>. |
+reply_S06F15 | <I8 12> / <A "12"> | S6F16 <L <U4 77> <U4 12> <L <L <U4 3> <L>>>>. |
 reply_S06F17 | <F4 1>     | none        | 消息头格式错误 , 必须是 I()/U()/A.
 reply_S06F17 | <I4 -1>    | none        | <CEID>数值超限错误 , 必须是 [1,65535].
 reply_S06F17 | <I1 1>     | S6F18 <L <U4 0> <U4 1> <L>>. | <CEID:1> 未识别.
@@ -212,8 +208,7 @@ reply_S06F21 | <U4 0>     | none        | <RPTID>数值超限 , 必须是 [1,655
 reply_S06F21 | <A "8">    | S6F22 <L>.  | <RPTID:8> 未识别.
 reply_S06F23 | <B 0>      | none        | 消息头格式错误 , 必须是 U1.
 reply_S06F23 | <U1 2>     | none        | <RSDC> 数值超限 , 必须是 [0,1].
-reply_S06F23 | <U1 0>     | S6F24 <B 0x02>. |
-reply_S06F23 | <U1 1>     | S6F24 <B 0x02>. |
+reply_S06F23 | <U1 0> / <U1 1> | S6F24 <B 0x02>. |
 )";
 
 TEST_F(S06, WhatCannotBeToldIsRefusedOrAnsweredEmpty) {

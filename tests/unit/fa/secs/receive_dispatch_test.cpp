@@ -32,9 +32,8 @@ class Dispatch : public fake::ModuleFixture {
 // States (on and off are the same in both settings); Comm_New_Version; message; result and reply ("none": not
 // handled); a state that the gate itself sets to 0.
 const char* const gate = R"(
-Comm_Enable=0 fa:Enable=1 | new | S1F1 W. | =1 | fa:Enable
+Comm_Enable=0 fa:Enable=1 | new | S1F1 W. / S6F12 <B 0>. | =1 | fa:Enable
 Comm_Enable=1 fa:Enable=0 | old | S1F1 W. | =1 | Comm_Enable
-Comm_Enable=0 fa:Enable=1 | new | S6F12 <B 0>. | =1 | fa:Enable
 {off} | new | S2F13 W <L>. | S2F0. |
 {off} | new | S1F3 W <L>. | S1F0. |
 {off} | old | S1F3 W <L>. | S1F0. |
@@ -47,12 +46,7 @@ Comm_Enable=0 fa:Enable=1 | new | S6F12 <B 0>. | =1 | fa:Enable
 {off} | new | S1F13 W <L>. | S1F14 <L <B 0x00> <L <A "CT-200"> <A "1.0.0">>>. |
 {off} | new | S6F12 <B 0>. | =1 |
 {off} | new | S4F1 W. | S4F0. |
-{on} | new | S4F1 W. | unknown |
-{on} | new | S3F5 W. | unknown |
-{on} | new | S77F33 W. | unknown |
-{on} | new | S1F4 <L>. | unknown |
-{on} | new | S9F0. | unknown |
-{on} | new | S9F7 <B 1>. | unknown |
+{on} | new | S4F1 W. / S3F5 W. / S77F33 W. / S1F4 <L>. / S9F0. / S9F7 <B 1>. | unknown |
 {on} | new | S2F0. | =1 |
 )";
 
