@@ -23,9 +23,11 @@
 #include "sim/calls.h"
 #include "sim/clock.h"
 #include "sim/console.h"
+#include "sim/file_layer.h"
 #include "sim/machine.h"
 #include "sml/reader.h"
 #include "support/fake_driver.h"
+#include "support/temp_folder.h"
 
 namespace fake {
 
@@ -110,12 +112,14 @@ class ModuleFixture : public ::testing::Test {
     void SetUp() override {
         sim::set_console_sink([this](const sim::ConsoleLine& line) { console.push_back(line.text); });
         sim::set_sleep_scale(0.01);
+        sim::set_data_folder(folder.path());
         start_over();
     }
 
     void TearDown() override {
         module.reset();
         sim::set_console_sink(nullptr);
+        sim::set_data_folder(".");
         sim::machine().reset();
     }
 
@@ -268,6 +272,7 @@ class ModuleFixture : public ::testing::Test {
         return joined;
     }
 
+    support::TempFolder folder;
     std::unique_ptr<Talwen::BC_FA> module;
     std::vector<std::string> console;
 };

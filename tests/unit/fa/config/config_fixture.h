@@ -6,7 +6,6 @@
 
 #include "sim/file_layer.h"
 #include "support/module_fixture.h"
-#include "support/temp_folder.h"
 
 namespace fa_test {
 
@@ -21,7 +20,6 @@ class Config_Test : public fake::ModuleFixture {
   protected:
     void SetUp() override {
         ModuleFixture::SetUp();
-        sim::set_data_folder(folder());
         start_over(
             "[[digital]]\nname='Door'\nmin=0\nmax=1\n[[digital]]\nname='Valve'\nmin=-1\nmax=3\nunit='pos'\n"
             "[[analog]]\nname='Temp'\nmin=-5.5\nmax=250.25\nunit='℃'\ndecimals=2\n"
@@ -36,26 +34,23 @@ class Config_Test : public fake::ModuleFixture {
     }
     void TearDown() override {
         sim::close_open_files();
-        sim::set_data_folder(".");
         ModuleFixture::TearDown();
         forget_tables();
     }
 
     /// Writes a file below the data folder, byte for byte.
-    void write(const std::string& path, const std::string& bytes) { folder_.put(path, bytes); }
-    std::string read(const std::string& path) const { return folder_.read(path); }
+    void write(const std::string& path, const std::string& bytes) { folder.put(path, bytes); }
+    std::string read(const std::string& path) const { return folder.read(path); }
     /// A folder where the file should be.
     void block(const std::string& path) {
-        std::filesystem::remove(folder() / path);
-        std::filesystem::create_directories(folder() / path);
+        std::filesystem::remove(folder.path() / path);
+        std::filesystem::create_directories(folder.path() / path);
     }
-    const std::filesystem::path& folder() const { return folder_.path(); }
     /// What was printed since the last call, a text for each line: the colour's first letter, a blank, the
     /// text, with "#" for the number of the code line.
     Texts printed() { return std::exchange(printed_, {}); }
 
   private:
-    support::TempFolder folder_;
     Texts printed_;
 };
 

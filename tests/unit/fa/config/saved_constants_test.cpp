@@ -51,8 +51,10 @@ $D Door 1/$A Temp -2.5e1/$S Lot first word/ | | 1 -25 first
 $D Temp x/$D door x/$A Flow 1/$D/ | | 0 0 - |
 {1022}{cr}/ | | 2 0 - | b [0002:0003][D] Door - 2/
 /$A Temp 1/{1023}/$S Lot no/ | | -7 1 -
-  | b [0002:0003][A] Temp - 1/r 参数太长 - [ECID_SAVE.inf]-[line:3], 转[ECID_SAVE.inf2]/b [0003:0003][D] Door - -7/
-{1023}{1023}x | $S/{1023}{1023}x | 0 0 - | r 参数太长 - [ECID_SAVE.inf]-[line:1], 转[ECID_SAVE.inf2]/r 参数太长 -
+  | b [0002:0003][A] Temp - 1/r 参数太长 - [ECID_SAVE.inf]-[line:3], 转[ECID_SAVE.inf2]/b
+  [0003:0003][D] Door - -7/
+{1023}{1023}x | $S/{1023}{1023}x | 0 0 -
+    | r 参数太长 - [ECID_SAVE.inf]-[line:1], 转[ECID_SAVE.inf2]/r 参数太长 -
   [ECID_SAVE2.inf]-[line:2], 转[ECID_SAVE2.inf2]/
 $A Temp 3/$B Door 1/$S Lot kept/ | | -7 3 kept
   | b [0002:0003][A] Temp - 3/r 字符串不能正常解析[$B Door 1],转ECID_SAVE.inf2/b [0003:0003][S] Lot - kept/b
@@ -112,7 +114,7 @@ TEST_F(Saved_Constants_Test, LooksInFourPlaces) {
     };
     for (const auto& row : table) {
         SCOPED_TRACE(row.present);
-        for (const char* drive : {"Z", "J"}) std::filesystem::remove_all(folder() / drive);
+        for (const char* drive : {"Z", "J"}) std::filesystem::remove_all(folder.path() / drive);
         write(row.present, "$D Door 1\n");
         sim::machine().load_text("[tool]\nsimulation = " + std::string(row.simulation ? "true" : "false") +
                                  "\n[[digital]]\nname = \"Door\"\n");
@@ -126,11 +128,11 @@ TEST_F(Saved_Constants_Test, LooksInFourPlaces) {
 
 TEST_F(Saved_Constants_Test, AFileThatCannotBeReadGivesWayToTheBackup) {
     write(backup, "$D Door 1\n");
-    std::filesystem::create_symlink("/proc/self/mem", folder() / file);  // opens, but has nothing at 0
+    std::filesystem::create_symlink("/proc/self/mem", folder.path() / file);  // opens, but has nothing at 0
     EXPECT_TRUE(load());
     EXPECT_EQ(said(), "r [ECID_SAVE.inf]文件损坏, 转[ECID_SAVE.inf2].../b [0002:0003][D] Door - 1/");
     EXPECT_TRUE(sim::open_files().empty());
-    std::filesystem::remove(folder() / file);
+    std::filesystem::remove(folder.path() / file);
     write(backup, "$B Door 1\n");
     EXPECT_FALSE(load());  // in simulation too: there was a file
 }

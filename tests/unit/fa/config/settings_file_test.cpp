@@ -131,7 +131,7 @@ TEST_F(Settings_File_Test, WritesBothLayoutsAndReadsThemBack) {
         if (newer)
             write("Z/FA/FA_SAVE.inf", std::string(5000, 'x'));
         else
-            std::filesystem::remove_all(folder() / "Z");
+            std::filesystem::remove_all(folder.path() / "Z");
         printed();
         EXPECT_TRUE(module->FILE_SAVE_SYSTEM_SETUP());
         EXPECT_EQ(read("Z/FA/FA_SAVE.inf"), file);
@@ -171,7 +171,7 @@ TEST_F(Settings_File_Test, SaysWhyItCouldNotWrite) {
     write("Z", "a file where the drive should be");
     EXPECT_FALSE(module->FILE_SAVE_SYSTEM_SETUP());
     EXPECT_EQ(printed(), Texts{"r 文件夹:\"Z:\\FA\" 创建失败![Not a directory]"});
-    std::filesystem::remove(folder() / "Z");
+    std::filesystem::remove(folder.path() / "Z");
     block("Z/FA/FA_SAVE.inf");
     EXPECT_FALSE(module->FILE_SAVE_SYSTEM_SETUP());
     EXPECT_EQ(printed(), Texts{"r [Z:\\FA\\FA_SAVE.inf] 文件保存失败!"});

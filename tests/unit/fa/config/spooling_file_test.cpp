@@ -11,7 +11,7 @@ TEST_F(Config_Test, SpoolingReplacesTheListAndRefusesWhatCannotBeSpooled) {
     std::string all;
     for (const std::string& text : printed()) all += text.substr(2, text.find('\t') - 2) + ' ';
     EXPECT_EQ(all, "S6,F11 S2,F13 S5,F1 S-6,F3 S19,F29 S2147483647,F1 S6,F0 S0,F0 S6,F11 ");
-    std::filesystem::remove(folder() / "Z/FA/SPOOLING.inf");
+    std::filesystem::remove(folder.path() / "Z/FA/SPOOLING.inf");
     EXPECT_TRUE(module->FILE_GET_ALL_SPOOLING());
     EXPECT_EQ(fake::spooled(), "");
 }

@@ -90,7 +90,7 @@ TEST_F(Variable_Files_Test, ClearsOnlyTheConstants) {
     load_all("1 Door U1 1 V d\n");
     load_all("2 Valve U1 1 V v\n");
     EXPECT_EQ(SVID_List.size() * 100 + RVID_List.size() * 10 + ECID_List.size(), 221U);
-    std::filesystem::remove(folder() / "Z/FA/ECID.cfg");
+    std::filesystem::remove(folder.path() / "Z/FA/ECID.cfg");
     EXPECT_FALSE(module->FILE_GET_ALL_ECID());
     EXPECT_EQ(ECID_List.size(), 1U) << "cleared before the file was open";
     printed();
@@ -103,8 +103,8 @@ TEST_F(Variable_Files_Test, ClearsOnlyTheConstants) {
 TEST_F(Variable_Files_Test, CountsOnTheConsoleOnRequest) {
     set_states("PrnChk=1");
     load_all("1 Door U1 1 V d\n2 Valve U1 1 V v\n1 Valve U1 1 V v\n");
-    std::filesystem::create_directories(folder() / "J/Talwen/Config");
-    std::filesystem::rename(folder() / "Z/FA", folder() / "J/Talwen/Config/FA");
+    std::filesystem::create_directories(folder.path() / "J/Talwen/Config");
+    std::filesystem::rename(folder.path() / "Z/FA", folder.path() / "J/Talwen/Config/FA");
     EXPECT_TRUE(module->FILE_GET_ALL_SVID() && module->FILE_GET_ALL_ECID());
     EXPECT_EQ(printed(),
               (Texts{"g Z:\\FA\\SVID.cfg 获取 SVID 数量: 2.", "g Z:\\FA\\RVID.cfg 获取 RVID 数量: 2",

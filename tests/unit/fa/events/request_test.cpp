@@ -2,8 +2,6 @@
 #include <filesystem>
 
 #include "event_fixture.h"
-#include "sim/file_layer.h"
-#include "support/temp_folder.h"
 
 namespace {
 
@@ -59,8 +57,6 @@ REQUEST_ENABLE / REQUEST_DISABLE / REQUEST_local / REQUEST / REQUESTS_LOCAL | 9 
 }
 
 TEST_F(Request, ReconnectSavesTheSettingsAndRaisesTheFlagEvenWhenSavingFails) {
-    const support::TempFolder folder;
-    sim::set_data_folder(folder.path());
     set_states("Comm_Enable=1 PrnChk=1");
     module->QProgram_Event_Code("REQUEST_RECONNECT");
     EXPECT_TRUE(Reconnect);
@@ -74,7 +70,6 @@ TEST_F(Request, ReconnectSavesTheSettingsAndRaisesTheFlagEvenWhenSavingFails) {
     module->QProgram_Event_Code("REQUEST_RECONNECT");
     EXPECT_TRUE(Reconnect);
     EXPECT_EQ(fake::driver().log(), fake::Texts{"FA_SAVE.inf 保存失败!"});
-    sim::set_data_folder(".");
 }
 
 }  // namespace

@@ -5,10 +5,8 @@
 #include <thread>
 
 #include "hsms/driver/secs_item_codec.h"
-#include "sim/file_layer.h"
 #include "sml/writer.h"
 #include "support/module_fixture.h"
-#include "support/temp_folder.h"
 
 namespace {
 
@@ -25,7 +23,6 @@ class Redefinition : public fake::ModuleFixture {
             toml += "[[digital]]\nname = \"D" + value + "\"\nvalue = " + value + "\n";
         start_over(toml);
         set_states(fake::on_line);
-        sim::set_data_folder(folder.path());
         QFA_Message_Queue_Init();
         define(RVID_List, "1 0 0 176, 2 0 1 176, 3 0 2 176, 4 0 3 176");
         define(SVID_List, "1 0 0 176, 2 0 1 176, 3 0 2 176, 4 0 3 176");
@@ -36,11 +33,8 @@ class Redefinition : public fake::ModuleFixture {
     }
     void TearDown() override {
         QFA_Message_Clear();
-        sim::set_data_folder(".");
         ModuleFixture::TearDown();
     }
-
-    support::TempFolder folder;
 };
 
 TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {

@@ -51,7 +51,8 @@ S1F3 W <L <I2 4> <I4 8> <U4 10> <U4 11> <U4 99> <A "none">>.
     | <SVID> [DIO Point:2]超限错误 , 范围[0,1].@<SVID> [AIO Point:-1]超限错误 , 范围[0,2].@<SVID> [SIO
     Point:5]超限错误 , 范围[0,0].@<SVID>:11 , IOType:3 未识别.@<SVID>:99 , 未识别.@<SVID>:0 , 未识别.@
 S1F3 W <L>. | S1F4 <L <U1 1> <I2 -5> <I4 -5> <A "-"> <F4 0.75> <F8 12.5> <F8 300> <A "-"> <A "L-1"> <A "-">
-    <A "-">>. | <SVID> [DIO Point:2]超限错误 , 范围[0,1].@<SVID> [AIO Point:-1]超限错误 , 范围[0,2].@<SVID> [SIO
+    <A "-">>.
+    | <SVID> [DIO Point:2]超限错误 , 范围[0,1].@<SVID> [AIO Point:-1]超限错误 , 范围[0,2].@<SVID> [SIO
     Point:5]超限错误 , 范围[0,0].@<SVID>:11 , IOType:3 未识别.@
 S1F3 W <L <U4 1> <F4 2>>. | none | <SVID> 格式错误 , 必须是 I()/U()/A.@
 S1F3 W <L <BOOLEAN T>>. | none | <SVID> 格式错误 , 必须是 I()/U()/A.@
@@ -64,7 +65,8 @@ S1F3 W. | none | 消息头格式错误 , 必须是 L.@
 TEST_F(S01Status, NamelistTestsAnalogAndStringPointsAgainstTheDigitalCount) {
     try_all(R"(
 S1F11 W <L <U4 1> <U4 5> <U4 6> <U4 7> <U4 9> <U4 10> <U4 11> <U4 99>>.
-    | S1F12 <L <L <U4 1> <A "Door"> <A "d0">> <L <U4 5> <A "Pressure"> <A "d0">> <L <U4 6> <A "Flow"> <A "d1">>
+    | S1F12 <L <L <U4 1> <A "Door"> <A "d0">> <L <U4 5> <A "Pressure"> <A "d0">> <L <U4 6> <A "Flow">
+    <A "d1">>
     <L <U4 7> <A "-"> <A "-">> <L <U4 9> <A "Lot"> <A "-">> <L <U4 10> <A "-"> <A "-">> <L <U4 11> <A "-">
     <A "-">> <L <U4 99> <A "-"> <A "-">>>.
     | <SVID> [AIO:2]超限错误 , 范围[0,2]. @<SVID> [SIO:5]超限错误 , 范围[0,0]. @<SVID>:11  , IO Type 3

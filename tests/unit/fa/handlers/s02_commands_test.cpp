@@ -195,10 +195,12 @@ run=0 | ProceedWithCarrierID | {carrier} | 2 | run ProceedWithCarrierID1(F)
 TEST_F(S02Commands, TowerAndBuzzerGoToTheMainMonitor) {
     std::string table = R"(
  | SignalTower | {all} | 0 | event $FA {tower}
-event=0 | SignalTower | {all} | 2 | event $FA {tower} | 远程指令<> MAIN_MONITOR EVENT[$FA {tower}] 发送失败, 指令拒绝执行!
+event=0 | SignalTower | {all} | 2 | event $FA {tower}
+    | 远程指令<> MAIN_MONITOR EVENT[$FA {tower}] 发送失败, 指令拒绝执行!
  | SignalTower | | 9
  | SignalTower | REDSTATE <I1 -1> | 9
- | SignalTower | YELLOWSTATE <U1 1> | 3 REDSTATE:2 GREENSTATE:2 BLUESTATE:2 | | !REDSTATE/!GREENSTATE/!BLUESTATE
+ | SignalTower | YELLOWSTATE <U1 1> | 3 REDSTATE:2 GREENSTATE:2 BLUESTATE:2 |
+    | !REDSTATE/!GREENSTATE/!BLUESTATE
  | AlarmBuzzer | ALARMBUZZER <U1 4> | 0 | event $FA SIGNALTOWER  BUZZER:4
 event=0 | ALARMBUZZER | ALARMBUZZER <U1 5> | 2 | event $FA SIGNALTOWER  BUZZER:5
   | 远程指令<> MAIN_MONITOR EVENT[$FA SIGNALTOWER  BUZZER:5] 发送失败.
@@ -234,10 +236,12 @@ ctc:CMx_CarrierID=X | LockWithCarrierID | {carrier} | 3 CarrierID:2 | | !Carrier
  | LoadWithCarrierID | {carrier} | 4 | run LoadWithCarrierID1(F) | +
 ctc:CMx_Carrier=0 | LockWithCarrierID | {carrier} | 3 PORTID:2 | | <:PORTID> Value 错误 , 必须 Carrier > 0.
 ctc:MAIN_CONTROL=1 | UnlockWithCarrierID | {carrier} | 2 | | {busy}
-ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=5 | UnloadWithCarrierID | {carrier} | 4 | run UnloadWithCarrierID1(F) | +
+ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=5 | UnloadWithCarrierID | {carrier} | 4
+    | run UnloadWithCarrierID1(F) | +
 ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=4 | UnloadWithCarrierID | {carrier} | 2 |
   | <> Error , 设置Wafer数量:5 , 实际Wafer数量:4.
-ctc:CMx_CarrierID= | ProceedWithCarrierID | {carrier} | 4 | run ProceedWithCarrierID1(F); QString_Write_Mem 0 FOUP1 | +
+ctc:CMx_CarrierID= | ProceedWithCarrierID | {carrier} | 4
+    | run ProceedWithCarrierID1(F); QString_Write_Mem 0 FOUP1 | +
  | ProceedWithCarrierID | PORTID <U1 1>; CarrierID <A ""> | 3 CarrierID:2 | | !CarrierID
 )");
 }
@@ -248,15 +252,18 @@ TEST_F(S02Commands, ProceedWithSlotMapHoldsTheHostsMapAgainstTheWafers) {
  | {map} <A "2">; LotInfo <L {1} {2} {0}>; SlotMap <U1 1 1 0> | 4 | {done} | +
  | {map} <U1 3>; LotInfo <L {1} {2}>; SlotMap <A "110"> | 3 WaferCount:2 |
   | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "100"> | 3 SlotMap:2 | | <> Error , 设置Wafer数量:1 , 实际Wafer数量:2.
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "100"> | 3 SlotMap:2 |
+    | <> Error , 设置Wafer数量:1 , 实际Wafer数量:2.
  | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "111"> | 3 SlotMap:2 |
   | ProceedWithSlotMap/SlotMap Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
  | {map} <U1 2>; LotInfo <L {1} {2} <L <A ""> <A "W3">>>; SlotMap <A "110"> | 3 LotInfo:2 |
   | ProceedWithSlotMap/LotInfo Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
  | {map} <U1 2>; LotInfo <L {1} <L <A "L2"> <A "">>>; SlotMap <A "110"> | 3 LotInfo:2 |
   | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
- | {map} <U1 2>; LotInfo <L {1}>; SlotMap <A "110"> | 3 LotInfo:2 | | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
- | {map} <U1 2>; LotInfo <L {0} {0} {0} {0}>; SlotMap <A "110"> | 3 LotInfo:2 | | <:LotInfo> ListSize 超限 , 必须是 < 4.
+ | {map} <U1 2>; LotInfo <L {1}>; SlotMap <A "110"> | 3 LotInfo:2 |
+    | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
+ | {map} <U1 2>; LotInfo <L {0} {0} {0} {0}>; SlotMap <A "110"> | 3 LotInfo:2 |
+    | <:LotInfo> ListSize 超限 , 必须是 < 4.
  | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "1100"> | 3 SlotMap:2 | | !SlotMap
 )";
     table = fake::with(table, "map", "ProceedWithSlotMap | PORTID <A \"CM1\">; WaferCount");
@@ -274,7 +281,8 @@ TEST_F(S02Commands, StartProcessChecksJobRecipeAndSlots) {
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 3>; WaferCount <U1 3> | 3 WaferCount:2 |
   | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
  | {start} <A "J,1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 3 JOBID:2 | | !JOBID
- | {start} <A "J1">; RECIPE <A "">; {1} 1>; {2} 2> | 3 RECIPE:2 | | 远程指令<> 作业配方: 获取失败, 指令拒绝执行!
+ | {start} <A "J1">; RECIPE <A "">; {1} 1>; {2} 2> | 3 RECIPE:2 |
+    | 远程指令<> 作业配方: 获取失败, 指令拒绝执行!
  | {start} <A "J1">; RECIPE <A "ETCH,2">; {1} 1>; {2} 2> | 3 RECIPE:2 |
   | 远程指令<> 作业配方:ETCH,2 获取失败, 指令拒绝执行!
  | {start} <A "J1">; RECIPE <A "OTHER">; {1} 1>; {2} 2> | 3 RECIPE:2 |
@@ -282,7 +290,8 @@ TEST_F(S02Commands, StartProcessChecksJobRecipeAndSlots) {
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 0>; {2} 2> | 3 StartSlot:2 | | {slots}
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 4> | 3 EndSlot:2 | | {slots}
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 3>; {2} 2> | 3 EndSlot:2 | | {slots}
- | {start} <A "J1">; RECIPE <A "ETCH">; WaferDes <A "">; WaferCount <U1 0> | 3 StartSlot:2 EndSlot:2 | | {slots}
+ | {start} <A "J1">; RECIPE <A "ETCH">; WaferDes <A "">; WaferCount <U1 0> | 3 StartSlot:2 EndSlot:2 |
+    | {slots}
 ctc:MAIN_CONTROL=1 | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 2 | | {busy}
 )";
     table = fake::with(table, "start", "StartProcess | {carrier}; JOBID");

@@ -16,8 +16,8 @@ class S02Constants : public fake::ModuleFixture {
         start_over(points);
         set_states(fake::on_line);
         define(ECID_List, R"(0 0 1 164 0 9 Valve, 1 0 0 164 0 0 Door, 2 1 0 164 0 100 Flow, 3 2 0 164 0 0 Lot,
-            4 0 2 164 -7.9 5e9 D2, 5 1 1 164 0.5 2.5 A1, 6 2 1 164 0 0 S1, 7 3 0 164 0 0 F0, 8 0 -1 164 0 0 D-,
-            9 1 -1 164 0 0 A-, 10 1 0 164 50 -50 Flow, 11 0 1 164 5 -5 Valve, 44 0 1 164 0 9 Valve,
+            4 0 2 164 -7.9 5e9 D2, 5 1 1 164 0.5 2.5 A1, 6 2 1 164 0 0 S1, 7 3 0 164 0 0 F0,
+            8 0 -1 164 0 0 D-,            9 1 -1 164 0 0 A-, 10 1 0 164 50 -50 Flow, 11 0 1 164 5 -5 Valve, 44 0 1 164 0 9 Valve,
             65 1 0 164 1.5 1.5 Flow, 261 2 0 164 0 0 Lot)");
     }
     static std::string values() {
@@ -38,7 +38,8 @@ S2F13 W <L <U4 300> <U2 258> <I8 -253> <A "Alarm"> <U1 5 1> <B 2 9> <BOOLEAN T> 
     <I4 -5> <F4 12.5> <A "L-1"> <F4 12.5> <A "L-1"> <F4 12.5> <I4 1> <I4 -5> <I4 -5> <I4 -5>>. |
 S2F13 W <L <U1 12> <U4 1234567> <U1 0 255>>. | S2F14 <L <A "-"> <A "-"> <A "-">>.
     | ECID:12 未识别.@ECID:135 未识别.@ECID:65280 未识别.@
-S2F13 W <L <U1 4> <U1 5> <U1 6> <U1 7> <U1 8> <U1 9>>. | S2F14 <L <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">>.
+S2F13 W <L <U1 4> <U1 5> <U1 6> <U1 7> <U1 8> <U1 9>>.
+    | S2F14 <L <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">>.
     | {unbound}
 S2F13 W <U1 1>. / S2F13 W. | none | 消息头格式错误 , 必须是 L.@
 S2F13 W <L>. | S2F14 <L <I4 -5> <I4 1> <F4 12.5> <A "L-1"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">
@@ -142,12 +143,14 @@ TEST_F(S02Constants, NamelistDescribesOnlyConstantsPastTheirPoints) {
 S2F29 W <L <U1 1> <U2 2> <U4 8> <I4 9> <I8 44>>. | S2F30 <L <L> <L> <L> <L> <L>>. |
 S2F29 W <L <U8 4> <A "5">>. | S2F30 <L <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5>
     <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">>>. |
-S2F29 W <L <I1 3> <I2 6> <U1 7> <U4 300>>. | S2F30 <L <L> <L> <L> <L>>. | ECID:3 IOType:2 未识别. @ECID:6
+S2F29 W <L <I1 3> <I2 6> <U1 7> <U4 300>>. | S2F30 <L <L> <L> <L> <L>>.
+    | ECID:3 IOType:2 未识别. @ECID:6
     IOType:2 未识别. @ECID:7 IOType:3 未识别. @ECID:300 未识别. @
 S2F29 W <L <U1 1> <F4 2>>. / S2F29 W <L <B 1>>. | none | ECID 格式错误! 必须是 I()/U()/A. @
 S2F29 W <U1 1>. | none | 消息头格式错误 , 必须是 L. @
 S2F29 W <L>. | S2F30 <L <L> <L> <L> <L> <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5>
-    <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">> <L> <L> <L> <L> <L> <L> <L> <L> <L>>. | ECID:3 IOType:2 未识别.
+    <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">> <L> <L> <L> <L> <L> <L> <L> <L> <L>>.
+    | ECID:3 IOType:2 未识别.
     @ECID:6 IOType:2 未识别. @ECID:7 IOType:3 未识别. @ECID:261 IOType:2 未识别. @
 )");
 }

@@ -111,7 +111,8 @@ S2F23 W <L {good}>. / S2F23 W. | none | 消息头格式错误 , 必须是 L5. @ 
 TEST_F(S02Definitions, DefineReport) {
     // What stands before the fault stays.
     const std::string table = R"(
-S2F33 W <L <U4 0> <L <L <U2 65535> <L <I8 65535> <A "1"> <U1 1>>>>>. | S2F34 <B 0x00>. | | {r} r65535@0:65535,1,1 {e}
+S2F33 W <L <U4 0> <L <L <U2 65535> <L <I8 65535> <A "1"> <U1 1>>>>>. | S2F34 <B 0x00>. |
+    | {r} r65535@0:65535,1,1 {e}
 S2F33 W {good} <L <U4 2> <L <U4 5>>>>>. | S2F34 <B 0x00>. | | {r} r1@5:4 r2@5:5 {e}
 S2F33 W <L <U4 9> <L <L <U4 20> <L>>>>. | S2F34 <B 0x00>. | | r10@1:1,2 e100@1+:10 e200@2-:
 S2F33 W <L <U4 9> <L <L <U4 99> <L>>>>. / S2F33 W <L <U4 3> <L>>. | S2F34 <B 0x00>. | | {r} {e}

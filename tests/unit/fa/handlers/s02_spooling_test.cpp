@@ -1,9 +1,7 @@
 // S2F43 through the receive dispatcher: answers, the table afterwards, and the saved file.
 #include <filesystem>
 
-#include "sim/file_layer.h"
 #include "support/module_fixture.h"
-#include "support/temp_folder.h"
 
 namespace {
 
@@ -16,14 +14,7 @@ class S02Spooling : public fake::ModuleFixture {
     void SetUp() override {
         ModuleFixture::SetUp();
         set_states(fake::on_line);
-        sim::set_data_folder(folder.path());
     }
-    void TearDown() override {
-        sim::set_data_folder(".");
-        ModuleFixture::TearDown();
-    }
-
-    support::TempFolder folder;
 };
 
 TEST_F(S02Spooling, TheRequestReplacesTheWholeListOrIsRefused) {
@@ -37,7 +28,8 @@ S2F43 W <L <L <U1 5> <L <U1 1>>> <L <U1 14> <L <U1 9>>>>. | S2F44 <L <B 0x01> <L
 S2F43 W <L <L <U1 3> <L>>>. | S2F44 <L <B 0x01> <L <L <U1 3> <B 0x01> <L>>>>. | | 6,1 6,11 9,1
 S2F43 W <L <L <U1 8> <L>> <L <U1 255> <L <U1 1>>>>. | S2F44 <L <B 0x01> <L <L <U1 8> <B 0x02> <L>> <L <U1 255>
     <B 0x02> <L>>>>. | | 6,1 6,11 9,1
-S2F43 W <L <L <U1 6> <L <U1 12> <U1 11> <U1 99> <U1 23> <U1 0>>> <L <U1 5> <L <U1 3>>>>. | S2F44 <L <B 0x01> <L
+S2F43 W <L <L <U1 6> <L <U1 12> <U1 11> <U1 99> <U1 23> <U1 0>>> <L <U1 5> <L <U1 3>>>>.
+    | S2F44 <L <B 0x01> <L
     <L <U1 6> <B 0x03> <L <U1 99> <U1 23>>> <L <U1 6> <B 0x04> <L <U1 12> <U1 0>>> <L <U1 5> <B 0x03> <L <U1
     3>>>>>. | | 6,1 6,11 9,1
 S2F43 W <L <L <U1 5> <L <U1 1> <U2 1>>>>. | none | {at}L[0][1]<FCNID1> 格式错误 , 必须是 U1.~ | 6,1 6,11 9,1
