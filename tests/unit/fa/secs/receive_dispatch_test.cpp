@@ -5,6 +5,8 @@
 
 #include "fa/secs/dispatch.h"
 #include "fa/secs/message_queue.h"
+#include "sim/calls.h"
+#include "support/eventually.h"
 #include "support/module_fixture.h"
 
 namespace {
@@ -123,11 +125,14 @@ TEST_F(Dispatch, RuntimeErrorsOfHandlersAndBuildersAreCaughtOthersAreNot) {
 // The callback stays in the filter, other callbacks go on, and it ends with its connection.
 TEST_F(Dispatch, StreamNinePrimaryOffLineHoldsItsCallbackUntilTheConnectionEnds) {
     set_states("Comm_Enable=1 Online_Status=0");
+    const auto sleeps = [] { return sim::calls("QTime_MSleep")->count; };
+    const auto before = sleeps();
     std::atomic<bool> returned{false};
     std::thread callback([&] {
         fake::driver().host_sends("S9F7 <B 0>.", 7001);
         returned = true;
     });
+    ASSERT_TRUE(support::eventually([&] { return sleeps() > before; })) << "it sleeps there";
     EXPECT_EQ(fake::driver().host_sends("S1F17 W <U1 1>.", 7002), 7002UL);
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(fake::driver().host_sends("S1F1 W.", 7003), 7003UL);
