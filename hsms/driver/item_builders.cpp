@@ -18,6 +18,15 @@ namespace {
 
 constexpr std::int32_t first_children = 4;
 
+/// Asks for a node's memory ahead of its use: a tree of ten thousand items does not stay in the near caches.
+void prefetch([[maybe_unused]] const _SECS_ITEM* node) {
+#if defined(__GNUC__)
+    if (node == nullptr) return;
+    const char* const bytes = reinterpret_cast<const char*>(node);
+    for (std::size_t at = 0; at < sizeof *node; at += 64) __builtin_prefetch(bytes + at, 1);
+#endif
+}
+
 void* allocate(std::size_t size) {
     void* const place = std::malloc(size);
     if (place == nullptr) throw std::bad_alloc();
@@ -57,6 +66,7 @@ class NodeCache {
     _SECS_ITEM* pop() {
         _SECS_ITEM* const node = first_;
         first_ = reinterpret_cast<_SECS_ITEM*>(node->data);
+        prefetch(first_);
         --kept_;
         return node;
     }
@@ -176,6 +186,8 @@ void SecsDeleteItem(_SECS_ITEM* item) {
     while (item != nullptr) {
         _SECS_ITEM* next = reinterpret_cast<_SECS_ITEM*>(item->data);
         for (std::int32_t i = 0; i < item->count; ++i) {
+            constexpr std::int32_t ahead = 8;
+            if (i + ahead < item->count) prefetch(item->children[i + ahead]);
             _SECS_ITEM* const child = item->children[i];
             free_data(*child);
             child->data = reinterpret_cast<char*>(next);
