@@ -35,6 +35,8 @@ struct Loader_Case {
     std::string file, line, other_line, loaded, other_loaded, open_failed, too_long, refused, refused_text;
     bool (BC_FA::*load)();
     std::size_t longest;  ///< bytes of a line
+
+    friend void PrintTo(const Loader_Case& c, std::ostream* out) { *out << c.file; }
 };
 
 std::vector<Loader_Case> loader_cases() {
