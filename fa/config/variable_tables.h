@@ -70,6 +70,18 @@ class Variable_Table {
         direct_.clear();
         records_.clear();
     }
+    /// All ids, ascending; without a walk over the records, which lie apart in memory.
+    std::vector<int> ids() const {
+        std::vector<int> all;
+        all.reserve(records_.size());
+        for (auto entry = records_.begin(); entry != records_.end() && entry->first < 0; ++entry)
+            all.push_back(entry->first);
+        for (std::size_t id = 0; id < direct_.size(); ++id)
+            if (direct_[id] != nullptr) all.push_back(static_cast<int>(id));
+        for (auto entry = records_.lower_bound(direct_ids); entry != records_.end(); ++entry)
+            all.push_back(entry->first);
+        return all;
+    }
     std::size_t size() const { return records_.size(); }
     bool empty() const { return records_.empty(); }
     /// Pairs of id and record.
@@ -77,7 +89,9 @@ class Variable_Table {
     auto end() const { return records_.end(); }
 
   private:
-    static bool is_direct(int id) { return id >= 0 && id < 65536; }
+    static constexpr int direct_ids = 65536;
+
+    static bool is_direct(int id) { return id >= 0 && id < direct_ids; }
 
     std::pair<Record&, bool> add(int id) {
         const auto [place, is_new] = records_.try_emplace(id);

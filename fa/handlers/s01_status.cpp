@@ -19,8 +19,7 @@ bool requested_svids(const _SECS_ITEM& list, std::vector<int>& svids) {
     for (std::size_t i = 0; i < svids.size(); ++i)
         if (!Read_Identifier(*list.children[i], &svids[i])) return false;
     if (!svids.empty()) return true;
-    svids.reserve(SVID_List.size());
-    for (const auto& [svid, record] : SVID_List) svids.push_back(svid);
+    svids = SVID_List.ids();
     return true;
 }
 
