@@ -15,10 +15,10 @@
 #include "fa/secs/secs_driver.h"
 #include "hsms/core/wire.h"
 #include "hsms/driver/driver_config.h"
-#include "sim/console.h"
-#include "sim/file_layer.h"
-#include "sim/machine.h"
-#include "sim/module_runner.h"
+#include "sim/controller/console.h"
+#include "sim/controller/file_layer.h"
+#include "sim/controller/module_runner.h"
+#include "sim/machine/machine.h"
 
 namespace bench {
 namespace {

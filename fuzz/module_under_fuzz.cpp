@@ -4,12 +4,12 @@
 
 #include "fa/module/module_state.h"
 #include "fa/secs/message_queue.h"
-#include "sim/calls.h"
-#include "sim/clock.h"
-#include "sim/console.h"
-#include "sim/events.h"
-#include "sim/file_layer.h"
-#include "sim/machine.h"
+#include "sim/controller/calls.h"
+#include "sim/controller/clock.h"
+#include "sim/controller/console.h"
+#include "sim/controller/events.h"
+#include "sim/controller/file_layer.h"
+#include "sim/machine/machine.h"
 #include "support/fake_driver.h"
 #include "support/temp_folder.h"
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <exception>
 
-#include "sim/console.h"
+#include "sim/controller/console.h"
 #include "sim/os.h"
 #include "sim/text.h"
 

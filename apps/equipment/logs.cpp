@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "hsms/driver/driver_config.h"
-#include "sim/calls.h"
-#include "sim/system_log.h"
+#include "sim/controller/calls.h"
+#include "sim/controller/system_log.h"
 
 namespace equipment {
 

@@ -2,10 +2,10 @@
 #include <optional>
 
 #include "apps/equipment/commands.h"
-#include "sim/calls.h"
-#include "sim/clock.h"
-#include "sim/events.h"
-#include "sim/machine.h"
+#include "sim/controller/calls.h"
+#include "sim/controller/clock.h"
+#include "sim/controller/events.h"
+#include "sim/machine/machine.h"
 #include "sim/text.h"
 
 namespace equipment {

@@ -16,10 +16,10 @@
 #include "fa/module/module_state.h"
 #include "hsms/driver/driver_config.h"
 #include "hsms/link/link.h"
-#include "sim/console.h"
-#include "sim/file_layer.h"
-#include "sim/machine.h"
-#include "sim/module_runner.h"
+#include "sim/controller/console.h"
+#include "sim/controller/file_layer.h"
+#include "sim/controller/module_runner.h"
+#include "sim/machine/machine.h"
 #include "sim/os.h"
 
 namespace {

@@ -6,9 +6,9 @@
 #include "fa/module/module_state.h"
 #include "fa/secs/message_queue.h"
 #include "hsms/driver/driver_config.h"
-#include "sim/console.h"
-#include "sim/machine.h"
-#include "sim/module_runner.h"
+#include "sim/controller/console.h"
+#include "sim/controller/module_runner.h"
+#include "sim/machine/machine.h"
 #include "sim/text.h"
 
 namespace equipment {

@@ -8,11 +8,11 @@
 
 #include "fa/secs/message_queue.h"
 #include "hsms/driver/driver_config.h"
-#include "sim/console.h"
-#include "sim/events.h"
-#include "sim/file_layer.h"
-#include "sim/machine.h"
-#include "sim/system_log.h"
+#include "sim/controller/console.h"
+#include "sim/controller/events.h"
+#include "sim/controller/file_layer.h"
+#include "sim/controller/system_log.h"
+#include "sim/machine/machine.h"
 
 namespace faults {
 

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "fa/module/bc_fa.h"
-#include "sim/module_runner.h"
+#include "sim/controller/module_runner.h"
 #include "support/temp_folder.h"
 
 namespace faults {

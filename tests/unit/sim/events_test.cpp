@@ -1,12 +1,12 @@
-#include "sim/events.h"
+#include "sim/controller/events.h"
 
 #include <functional>
 #include <stdexcept>
 #include <thread>
 
 #include "recorder.h"
-#include "sim/capture.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
+#include "sim/testing/capture.h"
 
 namespace sim {
 namespace {

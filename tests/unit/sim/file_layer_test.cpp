@@ -1,4 +1,4 @@
-#include "sim/file_layer.h"
+#include "sim/controller/file_layer.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -6,7 +6,7 @@
 
 #include "fa/framework/qanal.h"
 #include "fa/framework/qfile.h"
-#include "sim/file_layer.h"
+#include "sim/controller/file_layer.h"
 #include "tests/support/temp_folder.h"
 
 namespace Talwen {

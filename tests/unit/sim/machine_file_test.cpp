@@ -2,7 +2,7 @@
 #include <string>
 
 #include "fa/framework/qseqcon.h"
-#include "sim/machine.h"
+#include "sim/machine/machine.h"
 #include "tests/support/temp_folder.h"
 
 namespace sim {

@@ -8,7 +8,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "sim/console.h"
+#include "sim/controller/console.h"
 
 namespace sim {
 namespace {

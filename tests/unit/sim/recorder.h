@@ -11,7 +11,7 @@
 
 #include "fa/framework/qsequence.h"
 #include "fa/framework/qtime.h"
-#include "sim/module_runner.h"
+#include "sim/controller/module_runner.h"
 
 namespace sim {
 

@@ -8,8 +8,8 @@
 
 #include "fa/framework/qdb.h"
 #include "fa/framework/qseqcon.h"
-#include "sim/calls.h"
-#include "sim/machine.h"
+#include "sim/controller/calls.h"
+#include "sim/machine/machine.h"
 
 namespace sim {
 namespace {

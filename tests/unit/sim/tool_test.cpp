@@ -1,4 +1,4 @@
-#include "sim/tool.h"
+#include "sim/tool/tool.h"
 
 #include <map>
 #include <optional>
@@ -6,10 +6,10 @@
 #include <sstream>
 
 #include "recorder.h"
-#include "sim/calls.h"
-#include "sim/events.h"
-#include "sim/machine.h"
-#include "sim/tool_cluster.h"
+#include "sim/controller/calls.h"
+#include "sim/controller/events.h"
+#include "sim/machine/machine.h"
+#include "sim/tool/cluster.h"
 
 namespace sim {
 namespace {

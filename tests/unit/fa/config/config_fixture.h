@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "sim/file_layer.h"
+#include "sim/controller/file_layer.h"
 #include "support/module_fixture.h"
 
 namespace fa_test {

@@ -1,7 +1,7 @@
 #include <stdexcept>
 
 #include "config_fixture.h"
-#include "sim/system_log.h"
+#include "sim/controller/system_log.h"
 
 namespace fa_test {
 

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "fa/secs/message_queue.h"
-#include "sim/capture.h"
+#include "sim/testing/capture.h"
 #include "support/module_fixture.h"
 
 namespace fake {

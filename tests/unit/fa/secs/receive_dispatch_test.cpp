@@ -5,7 +5,7 @@
 
 #include "fa/secs/dispatch.h"
 #include "fa/secs/message_queue.h"
-#include "sim/calls.h"
+#include "sim/controller/calls.h"
 #include "support/eventually.h"
 #include "support/module_fixture.h"
 
