@@ -1,8 +1,8 @@
 # fa_options: the flags every target of this project compiles with.
 add_library(fa_options INTERFACE)
 target_compile_features(fa_options INTERFACE cxx_std_20)
-target_include_directories(fa_options INTERFACE
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include/fa_comm>)
+# Installed, all headers share one root; in this tree every target sees its own (FaIncludeWalls.cmake).
+target_include_directories(fa_options INTERFACE $<INSTALL_INTERFACE:include/fa_comm>)
 # Warnings are errors here, and no business of whoever links the installed libraries.
 if(MSVC)
     set(fa_warnings /W4 /WX /utf-8)
