@@ -21,6 +21,7 @@ struct Outcome {
 struct Event {
     std::string text;
     std::shared_ptr<Outcome> outcome;  // null when nobody waits
+    std::function<void()> handled;
 };
 
 constexpr std::size_t most_kept = 1000;
@@ -41,6 +42,7 @@ void run(const EventHandler& handler) {
         queue.pop_front();
         lock.unlock();
         const auto fault = guarded("QProgram_Event_Code", [&] { handler(event.text); });
+        if (event.handled) event.handled();
         lock.lock();
         if (event.outcome) {
             event.outcome->fault = fault;
@@ -70,10 +72,10 @@ void stop_events() {
     thread.join();
 }
 
-void post_event(std::string text) {
+void post_event(std::string text, std::function<void()> handled) {
     {
         const std::lock_guard lock(mutex);
-        queue.push_back({std::move(text), nullptr});
+        queue.push_back({std::move(text), nullptr, std::move(handled)});
         if (!running && queue.size() > most_kept) queue.pop_front();
     }
     changed.notify_all();
@@ -83,7 +85,7 @@ std::optional<std::string> post_event_and_wait(std::string text) {
     std::unique_lock lock(mutex);
     if (!running || stopping) return "the module does not run";
     const auto outcome = std::make_shared<Outcome>();
-    queue.push_back({std::move(text), outcome});
+    queue.push_back({std::move(text), outcome, {}});
     changed.notify_all();
     changed.wait(lock, [&] { return outcome->done; });
     return outcome->fault;

@@ -17,8 +17,9 @@ void start_events(EventHandler handler);
 /// Hands out what was posted so far, then ends the thread. Harmless when it does not run.
 void stop_events();
 
-/// Without a running event thread the text stays queued (the last 1000 are kept).
-void post_event(std::string text);
+/// Without a running event thread the text stays queued (the last 1000 are kept). `handled` is called on the
+/// event thread once the module is done with it.
+void post_event(std::string text, std::function<void()> handled = {});
 /// Posts and returns once the event has been handled: nothing on success, else the reason (an exception left
 /// the module, or the event thread does not run).
 std::optional<std::string> post_event_and_wait(std::string text);

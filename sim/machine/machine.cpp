@@ -146,12 +146,16 @@ void Machine::clear_alarm(int id) {
 
 void Machine::carrier_arrives(int port, std::string_view id) {
     CarrierModule& module = carrier_module(port);
-    if (!tool_places_carrier(port - 1, id)) put_carrier(module, id);
+    if (tool_places_carrier(port - 1, id)) return;
+    put_carrier(module, id);
+    set_carrier_id(module, id);  // nothing moves that would read it
 }
 
 void Machine::carrier_removed(int port) {
     CarrierModule& module = carrier_module(port);
-    if (!tool_takes_carrier(port - 1)) take_carrier(module);
+    if (tool_takes_carrier(port - 1)) return;
+    take_carrier(module);
+    set_carrier_id(module, "");
 }
 
 std::string Machine::number_text(int value) {

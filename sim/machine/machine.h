@@ -27,6 +27,7 @@ struct ToolSettings {
     double speed = 1.0;
     int seed = 1;
     double alarm_rate = 0.0;
+    double fetch_after = 0.0;  ///< seconds of machine time; 0 for never
 };
 
 /// What is wrong with a machine file: "file:line: reason".
@@ -77,7 +78,8 @@ class Machine {
     /// Puts an alarm on the alarm queue; takes it off.
     void post_alarm(int id);
     void clear_alarm(int id);
-    /// A carrier is placed on load port `port` (from 1): carrier present, its id, a wafer in every slot.
+    /// A carrier is placed on load port `port` (from 1): carrier present, a wafer in every slot, and its id;
+    /// when the tool moves the id is not known before it was read.
     void carrier_arrives(int port, std::string_view id);
     void carrier_removed(int port);
 

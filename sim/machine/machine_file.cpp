@@ -127,7 +127,8 @@ void read_tool(const Where& where, const toml::table& table, MachineState& state
                           optional_key("simulation", tool.simulation), optional_key("journal", tool.journal),
                           optional_key("moving", tool.moving), optional_key("react", tool.react),
                           optional_key("speed", tool.speed), optional_key("seed", tool.seed),
-                          optional_key("alarm_rate", tool.alarm_rate)});
+                          optional_key("alarm_rate", tool.alarm_rate),
+                          optional_key("fetch_after", tool.fetch_after)});
     state.gem.set(static_cast<std::size_t>(Gem::Model_Number), tool.model);
     state.gem.set(static_cast<std::size_t>(Gem::Soft_Revision), tool.revision);
 }

@@ -57,7 +57,6 @@ void MachineState::write_dvid_point(std::size_t index) {
 }
 
 void put_carrier(CarrierModule& module, std::string_view id) {
-    set(module.points, Ctc::CMx_CarrierID, id);
     set(module.points, Ctc::CMx_RFID, id);
     fill_slots(module, id);
     set(module.points, Ctc::CMx_Carrier, 1);
@@ -65,9 +64,12 @@ void put_carrier(CarrierModule& module, std::string_view id) {
 
 void take_carrier(CarrierModule& module) {
     set(module.points, Ctc::CMx_Carrier, 0);
-    set(module.points, Ctc::CMx_CarrierID, "");
     set(module.points, Ctc::CMx_RFID, "");
     fill_slots(module, "");
+}
+
+void set_carrier_id(CarrierModule& module, std::string_view id) {
+    set(module.points, Ctc::CMx_CarrierID, id);
 }
 
 MachineState& state() {

@@ -55,10 +55,12 @@ struct MachineState {
     void write_dvid_point(std::size_t index);
 };
 
-/// A carrier of that id stands on the module, with a wafer in every slot: its id and the slot from 01; none
-/// for an empty id.
+/// A carrier is put on the module, with a wafer in every slot: the carrier's id and the slot from 01; none
+/// for an empty id. Its id can be read (CMx_RFID) and is not known (CMx_CarrierID) before it was.
 void put_carrier(CarrierModule& module, std::string_view id);
+/// What is known of its id is left alone.
 void take_carrier(CarrierModule& module);
+void set_carrier_id(CarrierModule& module, std::string_view id);
 
 /// The machine that is loaded now. Any thread.
 MachineState& state();

@@ -43,8 +43,8 @@ class Cluster {
 
     Timeline& timeline() { return timeline_; }
 
-    /// A carrier comes to a load port (from 0; the one that stood there is gone), or is taken away. A lot
-    /// that runs from it is aborted.
+    /// A carrier comes to a load port (from 0; one that was there is gone), or is taken away. A lot that runs
+    /// from it is aborted.
     void carrier_placed(int port, std::string_view id);
     void carrier_taken(int port);
     /// A scheduler request, "WORDn(F) ARGUMENTS"; its result.
@@ -66,6 +66,7 @@ class Cluster {
         std::string id;
         const Path* path;
         At at = At::carrier;
+        bool out = false;                        // has left its slot
         bool busy = false;                       // on a robot, or something is done to it
         std::uint64_t waits_since = 0;           // a count, smaller is longer
         std::vector<std::size_t> chambers = {};  // one per visit, once they are taken
@@ -88,6 +89,7 @@ class Cluster {
         std::optional<Lot> lot;
         std::uint64_t epoch = 0;         // steps of an earlier one are dropped
         std::uint64_t last_release = 0;  // a count
+        std::uint64_t unloads = 0;       // a count; an earlier one's fetch is dropped
     };
 
     struct Chamber {
@@ -118,7 +120,9 @@ class Cluster {
     void start_sequence(int port, std::span<const PortStep> steps, PortState then);
     void next_port_step(int port, std::span<const PortStep> steps, PortState then);
     void port_step_done(int port, ToolStep step);
+    void await_fetch(int port);
     void vacate(int port);
+    void forget_carrier(int port);
     void map_slots(int port);
     int set_access_mode(int port, std::string_view mode);
     void transfer_state(int port, int state);
@@ -127,6 +131,7 @@ class Cluster {
 
     // tool_lots.cpp
     int start_lot(int port, std::string_view arguments);
+    bool knows_recipe(const std::string& recipe) const;
     bool fill_lot(Lot& lot, int port, int first, int last);
     std::vector<Path> paths_of(const std::string& recipe) const;
     std::optional<Path> path_of(const std::string& cluster_recipe) const;

@@ -9,7 +9,7 @@ namespace sim {
 
 namespace {
 
-/// The last field before `rest`'s end, behind the last comma; `rest` keeps what is before it.
+/// The last field of `rest`, after the last comma; `rest` keeps what is before it.
 std::string_view take_last(std::string_view& rest) {
     const std::size_t comma = rest.rfind(',');
     const std::string_view field = comma == std::string_view::npos ? rest : rest.substr(comma + 1);
@@ -47,7 +47,8 @@ int Cluster::start_lot(int port, std::string_view arguments) {
         lot.recipe = take_last(arguments);
         job = trim(arguments);
     }
-    if (!first || !last || *first < 1 || *last > carrier_module(port).slots) return Talwen::FUNC_FAILED;
+    if (!first || !last || *first < 1 || *last > carrier_module(port).slots || !knows_recipe(lot.recipe))
+        return Talwen::FUNC_FAILED;
     lot.id = memory_of(machine_, cm + ".LotID");
     if (lot.id.empty()) lot.id = ctc_text(Ctc::CMx_CarrierID, port, -1);
     lot.paths = paths_of(lot.recipe);
@@ -60,11 +61,18 @@ int Cluster::start_lot(int port, std::string_view arguments) {
     return Talwen::FUNC_FINISHED;
 }
 
-/// False when there is nothing to process, or nothing to process it in.
+/// A machine file without lot recipes runs any.
+bool Cluster::knows_recipe(const std::string& recipe) const {
+    const std::lock_guard lock(machine_.recipes.mutex);
+    return machine_.recipes.lot.empty() || find_item(machine_.recipes.lot, recipe) != nullptr;
+}
+
+/// The wafers that wait, those of an earlier lot left out. False when there is nothing to process, or nothing
+/// to process it in.
 bool Cluster::fill_lot(Lot& lot, int port, int first, int last) {
     if (chambers_.empty()) return false;
     for (int slot = first; slot <= last; ++slot) {
-        if (ctc_number(Ctc::CMx_Wafer_Status, port, slot) == no_wafer) continue;
+        if (ctc_number(Ctc::CMx_Wafer_Status, port, slot) != waiting) continue;
         const Path* path = &lot.paths[lot.wafers.size() % lot.paths.size()];
         lot.wafers.push_back({port, slot, ctc_text(Ctc::CMx_WAFER_ID, port, slot), path});
         if (ctc_text(Ctc::CMx_LOT_ID, port, slot).empty()) set_ctc(Ctc::CMx_LOT_ID, port, slot, lot.id);
@@ -163,7 +171,7 @@ void Cluster::end_lot(int port, ToolStep step) {
 void Cluster::abort_lot(int port) {
     free_what_is_taken_by(port);
     for (Wafer& wafer : port_at(port).lot->wafers) {
-        if (wafer.at == At::home || (wafer.at == At::carrier && !wafer.busy)) continue;
+        if (!wafer.out || wafer.at == At::home) continue;
         set_ctc(Ctc::CMx_Wafer_Status, port, wafer.slot, aborted);
         count_point(machine_, "Tool", "WafersInTool", -1);
         tell_wafer(ToolStep::wafer_aborted, wafer);

@@ -81,6 +81,7 @@ void Cluster::next_port_step(int port, std::span<const PortStep> steps, PortStat
     if (steps.empty()) {
         port_at(port).state = then;
         set_routine(port, Talwen::FUNC_FINISHED);
+        if (then == PortState::unloaded) await_fetch(port);
         return;
     }
     after(steps.front().seconds, port, [this, port, steps, then] {
@@ -99,6 +100,7 @@ void Cluster::port_step_done(int port, ToolStep step) {
             count_point(machine_, carrier_module(port).name, "CarrierCount");
             break;
         case ToolStep::carrier_id_read:
+            set_ctc(Ctc::CMx_CarrierID, port, -1, ctc_text(Ctc::CMx_RFID, port, -1));
             put_point(machine_, cm, "ReadCID", ctc_text(Ctc::CMx_RFID, port, -1));
             break;
         case ToolStep::slot_map_read: map_slots(port); break;
@@ -106,12 +108,6 @@ void Cluster::port_step_done(int port, ToolStep step) {
         case ToolStep::carrier_removed:
             take_carrier(carrier_module(port));
             transfer_state(port, ready_to_load);
-            for (const char* point : {"ReadCID", "LotID", "PPID"}) put_point(machine_, cm, point, "");
-            put_point(machine_, carrier_module(port).name, "SlotMap", "");
-            for (const Ctc point : {Ctc::JOB_ID, Ctc::JOB_NAME, Ctc::LOT_RECIPE})
-                set_ctc(point, port, -1, "");
-            for (const Ctc point : {Ctc::WAFER_REAL_COUNT, Ctc::WAFER_TARGET_COUNT})
-                set_ctc(point, port, -1, 0);
             break;
         default: break;
     }
@@ -143,14 +139,34 @@ void Cluster::carrier_taken(int port) {
     if (port_at(port).state != PortState::empty) vacate(port);
 }
 
+/// A simulated operator comes for the carrier that the host has unloaded.
+void Cluster::await_fetch(int port) {
+    if (!(machine_.tool.fetch_after > 0)) return;
+    const std::uint64_t unload = ++port_at(port).unloads;
+    after(std::min(machine_.tool.fetch_after, 1e9), port, [this, port, unload] {
+        if (port_at(port).state == PortState::unloaded && port_at(port).unloads == unload) vacate(port);
+    });
+}
+
 /// The carrier is gone, whatever went on.
 void Cluster::vacate(int port) {
     if (port_at(port).lot) abort_lot(port);
     ++port_at(port).epoch;
     port_at(port).state = PortState::empty;
     set_routine(port, Talwen::FUNC_FINISHED);
-    put_points(machine_, carrier_module(port).name, departure.front().points);
+    put_points(machine_, carrier_module(port).name, empty_port);
     port_step_done(port, ToolStep::carrier_removed);
+    after(0, port, [this, port] { forget_carrier(port); });
+}
+
+/// One step after the removal, so that its events still carry what they are about.
+void Cluster::forget_carrier(int port) {
+    const std::string cm = "CM" + to_text(port + 1);
+    for (const char* point : {"ReadCID", "LotID", "PPID"}) put_point(machine_, cm, point, "");
+    put_point(machine_, carrier_module(port).name, "SlotMap", "");
+    for (const Ctc point : {Ctc::CMx_CarrierID, Ctc::JOB_ID, Ctc::JOB_NAME, Ctc::LOT_RECIPE})
+        set_ctc(point, port, -1, "");
+    for (const Ctc point : {Ctc::WAFER_REAL_COUNT, Ctc::WAFER_TARGET_COUNT}) set_ctc(point, port, -1, 0);
 }
 
 int Cluster::set_access_mode(int port, std::string_view mode) {

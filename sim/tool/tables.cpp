@@ -40,33 +40,32 @@ constexpr PortStep close_steps[] = {
     {4, carrier_undocked, "Docked=0"},
     {2, carrier_unclamped, "Clamped=0 UnloadLamp=1"},
 };
-constexpr PortStep departure_steps[] = {
-    {0, carrier_removed,
-     "CarrierPlaced=0 CarrierPresent=0 Clamped=0 Docked=0 DoorOpen=0 LatchOpen=0 "
-     "MapDone=0 WaferCount=0 LoadLamp=1 UnloadLamp=0"},
-};
-constexpr PortStep unload_docked_steps[] = {close_steps[2], close_steps[3], departure_steps[0]};
-constexpr PortStep unload_open_steps[] = {
-    close_steps[0], close_steps[1], close_steps[2], close_steps[3], departure_steps[0],
-};
+constexpr PortStep unload_docked_steps[] = {close_steps[2], close_steps[3]};
+// Undocked already; without an event, since only a carrier that was locked again is clamped.
+constexpr PortStep unload_steps[] = {{1, none, "Clamped=0 UnloadLamp=1"}};
 
 constexpr PortRequest requests[] = {
     {"ProceedWithCarrierID", identified, Does::sequence, verify_and_open_steps, mapped},
     {"LoadWithCarrierID", identified, Does::sequence, open_steps, mapped},
     {"LoadWithCarrierID", undocked, Does::sequence, load_steps, mapped},
+    {"LoadWithCarrierID", unloaded, Does::sequence, load_steps, mapped},
     {"ProceedWithSlotMap", mapped, Does::sequence, map_verified_steps, ready},
     {"ReadCarrierID", identified, Does::sequence, read_id_steps, identified},
     {"ReadCarrierID", mapped, Does::sequence, read_id_steps, mapped},
     {"ReadCarrierID", ready, Does::sequence, read_id_steps, ready},
     {"ReadCarrierID", undocked, Does::sequence, read_id_steps, undocked},
+    {"ReadCarrierID", unloaded, Does::sequence, read_id_steps, unloaded},
     {"LockWithCarrierID", identified, Does::sequence, lock_steps, identified},
     {"LockWithCarrierID", undocked, Does::sequence, lock_steps, undocked},
+    {"LockWithCarrierID", unloaded, Does::sequence, lock_steps, undocked},
     {"UnlockWithCarrierID", identified, Does::sequence, unlock_steps, identified},
     {"UnlockWithCarrierID", undocked, Does::sequence, unlock_steps, undocked},
-    {"UnloadWithCarrierID", identified, Does::sequence, unload_docked_steps, empty},
-    {"UnloadWithCarrierID", mapped, Does::sequence, unload_open_steps, empty},
-    {"UnloadWithCarrierID", ready, Does::sequence, unload_open_steps, empty},
-    {"UnloadWithCarrierID", undocked, Does::sequence, departure_steps, empty},
+    {"UnlockWithCarrierID", unloaded, Does::sequence, unlock_steps, unloaded},
+    {"UnloadWithCarrierID", identified, Does::sequence, unload_docked_steps, unloaded},
+    {"UnloadWithCarrierID", mapped, Does::sequence, close_steps, unloaded},
+    {"UnloadWithCarrierID", ready, Does::sequence, close_steps, unloaded},
+    {"UnloadWithCarrierID", undocked, Does::sequence, unload_steps, unloaded},
+    {"UnloadWithCarrierID", unloaded, Does::sequence, unload_steps, unloaded},
     {"START", mapped, Does::start_lot},
     {"START", ready, Does::start_lot},
     {"StartProcess", mapped, Does::start_lot},
@@ -83,6 +82,7 @@ constexpr PortRequest requests[] = {
     {"ChangeAccessMode", mapped, Does::set_access_mode},
     {"ChangeAccessMode", ready, Does::set_access_mode},
     {"ChangeAccessMode", undocked, Does::set_access_mode},
+    {"ChangeAccessMode", unloaded, Does::set_access_mode},
 };
 
 constexpr MovingPoint points_that_move[] = {
@@ -122,7 +122,9 @@ const RecipeStep usual_steps[] = {
 
 const std::span<const PortStep> arrival = arrival_steps;
 const std::span<const PortStep> closing = close_steps;
-const std::span<const PortStep> departure = departure_steps;
+const std::string_view empty_port =
+    "CarrierPlaced=0 CarrierPresent=0 Clamped=0 Docked=0 DoorOpen=0 LatchOpen=0 MapDone=0 WaferCount=0 "
+    "LoadLamp=1 UnloadLamp=0";
 const std::span<const PortRequest> port_requests = requests;
 const std::span<const MovingPoint> moving_points = points_that_move;
 

@@ -31,7 +31,8 @@ enum class PortState {
     running,
     paused,
     stopping,  // the wafers under way come back
-    undocked,  // may be taken away
+    undocked,  // the lot is over
+    unloaded,  // the host lets it go: it may be fetched
 };
 
 /// One step of a sequence: after that many seconds the port's points are set and the step is told.
@@ -41,7 +42,9 @@ struct PortStep {
     std::string_view points;  // "NAME=NUMBER NAME=NUMBER", below the port's name
 };
 
-extern const std::span<const PortStep> arrival, departure, closing;
+extern const std::span<const PortStep> arrival, closing;
+/// The points of a port whose carrier was taken away.
+extern const std::string_view empty_port;
 
 /// What a scheduler request does, by the state of its port. A state that has no row refuses.
 struct PortRequest {

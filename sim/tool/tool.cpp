@@ -3,7 +3,6 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -19,21 +18,21 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t most_kept = 50000;
-
 std::mutex mutex;
 std::condition_variable changed;
-std::deque<ToolEvent> history;     // guarded by mutex, like those below
-std::unique_ptr<Cluster> cluster;  // while the tool runs
+std::unique_ptr<Cluster> cluster;  // while the tool runs; guarded by mutex, like those below
+std::size_t unheard = 0;           // events that were posted and that the module has not handled yet
 bool stopping = false;
 Clock::time_point anchor;                // the machine time anchor_time was, or is, at this moment
 Timeline::Milliseconds anchor_time = 0;  // both move on when the tool has stood idle
 std::thread thread;                      // started and joined by the thread that runs the module
 
 void post(const ToolEvent& event) {
-    history.push_back(event);
-    if (history.size() > most_kept) history.pop_front();
-    post_event(event.text);
+    ++unheard;
+    post_event(event.text, [] {
+        const std::lock_guard lock(mutex);
+        if (--unheard == 0) changed.notify_all();
+    });
 }
 
 Clock::time_point due(Timeline::Milliseconds time) {
@@ -65,11 +64,13 @@ void with_tool(Request request) {
     changed.notify_all();
 }
 
+/// The next step waits until the module has handled the events of the last: what it reads then is what they
+/// are about, however fast the tool runs.
 void run() {
     std::unique_lock lock(mutex);
     while (!stopping) {
         const auto next = cluster->timeline().next();
-        if (!next) {
+        if (!next || unheard > 0) {
             changed.wait(lock);
         } else if (const auto when = due(*next); when > Clock::now()) {
             changed.wait_until(lock, when);
@@ -82,14 +83,16 @@ void run() {
 /// Carriers that were there before the tool.
 void place_standing_carriers() {
     int port = 0;
-    for (const CarrierModule& module : state().carrier_modules) {
-        if (module.points.number(static_cast<std::size_t>(Ctc::CMx_Carrier)) != 0)
-            cluster->carrier_placed(port, module.points.get(static_cast<std::size_t>(Ctc::CMx_CarrierID)));
+    for (CarrierModule& module : state().carrier_modules) {
+        if (module.points.number(static_cast<std::size_t>(Ctc::CMx_Carrier)) != 0) {
+            set_carrier_id(module, "");
+            cluster->carrier_placed(port, module.points.get(static_cast<std::size_t>(Ctc::CMx_RFID)));
+        }
         ++port;
     }
 }
 
-/// The number that stands behind `name` and a colon.
+/// The number after `name` and a colon.
 std::optional<int> lamp(std::string_view event, std::string_view name) {
     const std::size_t at = event.find(std::string(name) + ":");
     if (at == std::string_view::npos) return std::nullopt;
@@ -102,7 +105,7 @@ std::optional<int> lamp(std::string_view event, std::string_view name) {
 void start_tool() {
     const std::lock_guard lock(mutex);
     if (cluster || !state().tool.moving || !(state().tool.speed > 0)) return;
-    history.clear();
+    unheard = 0;
     stopping = false;
     cluster = std::make_unique<Cluster>(state(), post);
     anchor = Clock::now();
@@ -159,11 +162,6 @@ bool tool_takes_carrier(int port) {
         taken = true;
     });
     return taken;
-}
-
-std::vector<ToolEvent> tool_history() {
-    const std::lock_guard lock(mutex);
-    return {history.begin(), history.end()};
 }
 
 }  // namespace sim

@@ -2,15 +2,15 @@
 // machine time and posts the event commands of each step. It runs beside the module when [tool] moving is
 // true.
 //
-// Machine time stands still while nothing is to be done, so a run's events depend on the seed and the
-// requests alone. Any thread may call what is declared here.
+// Machine time rests while nothing is to be done, and a step waits until the module has handled the events of
+// the last, so a run's events depend on the seed and the requests alone. Any thread may call what is declared
+// here.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "sim/tool/steps.h"
 
@@ -26,10 +26,10 @@ struct ToolEvent {
     bool operator==(const ToolEvent&) const = default;
 };
 
-/// Starts the tool's thread when the machine is to move; carriers that stand on the load ports arrive then.
+/// Starts the tool's thread when the machine is to move; carriers that are on the load ports arrive then.
 /// With moving = false or a speed that is not above 0, and before the start, everything below does nothing.
 void start_tool();
-/// Ends the thread where it stands; what was under way is dropped. Harmless when it does not run.
+/// Ends the thread; what was under way is dropped. Harmless when it does not run.
 void stop_tool();
 
 /// A request to the scheduler; its result as QSCH_RUN_F_SCHEDULER gives it. Nothing while no tool runs.
@@ -40,8 +40,5 @@ void tell_main_monitor(std::string_view event);
 /// when it does not run.
 bool tool_places_carrier(int port, std::string_view id);
 bool tool_takes_carrier(int port);
-
-/// What the tool has posted since its last start: the last 50,000 events, oldest first. Stays after the stop.
-std::vector<ToolEvent> tool_history();
 
 }  // namespace sim

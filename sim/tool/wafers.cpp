@@ -88,6 +88,7 @@ void Cluster::picked(const Move& move, Wafer& wafer) {
     const std::string_view robot = module_of(move.robot);
     const std::string_view from = module_name(move.from, wafer, wafer.visit);
     const bool from_carrier = move.from == At::carrier;
+    wafer.out = true;
     leave(move.from, wafer);
     put_wafer(machine_, robot, "ArmA", wafer.id);
     put_point(machine_, robot, "RobotState", robot_places);

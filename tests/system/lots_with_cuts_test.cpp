@@ -33,10 +33,11 @@ class RestlessHost {
     RestlessHost(EquipmentProcess& equipment, unsigned seed) : equipment_(equipment), random_(seed) {}
 
     void run() {
-        for (int port = 1; port <= ports; ++port)
-            EXPECT_EQ(equipment_.command("carrier arrive " + std::to_string(port) + " FOUP0" +
-                                         std::to_string(port)),
-                      "= ok");
+        for (int port = 1; port <= ports; ++port) {
+            const std::string number = std::to_string(port);
+            EXPECT_EQ(equipment_.command("carrier arrive " + number + " FOUP0" + number), "= ok");
+            equipment_.command("mem CM" + number + ".PPID = LOT-OXIDE-STD");
+        }
         connect();
         EXPECT_EQ(host_->ask("S2F43 W <L <L <U1 6> <L <U1 11>>>>."), "S2F44 <L <B 0x00> <L>>.");
         for (const char* trace : {"5", "6"})
