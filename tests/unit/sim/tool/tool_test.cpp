@@ -5,12 +5,12 @@
 #include <set>
 #include <sstream>
 
+#include "../recorder.h"
 #include "sim/controller/calls.h"
 #include "sim/controller/events.h"
 #include "sim/machine/machine.h"
 #include "sim/text.h"
 #include "sim/tool/cluster.h"
-#include "tests/unit/sim/recorder.h"
 
 namespace sim {
 namespace {
