@@ -3,44 +3,24 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
-#include <vector>
 
 #include "winapi/winapi.h"
 
 namespace {
 
-/// What a handle that is to be closed points to; its closer deletes it.
+/// What a handle that is to be closed points to.
 struct Object {
     virtual ~Object() = default;
-    virtual void close() { delete this; }
 };
 
 struct Event : Object {
     Event(bool signalled_at_start, bool manual) : signalled(signalled_at_start), manual_reset(manual) {}
-
-    void close() override;
 
     std::mutex mutex;
     std::condition_variable changed;
     bool signalled;
     bool manual_reset;
 };
-
-/// Closed events are kept for the next ones: SetEvent wakes the waiter outside the lock, so that the waiter
-/// does not run into it, and the waiter may close the event before that call has returned.
-struct ClosedEvents {
-    std::mutex mutex;
-    std::vector<Event*> events;
-};
-ClosedEvents& closed_events() {
-    static auto& one = *new ClosedEvents;
-    return one;
-}
-
-void Event::close() {
-    const std::lock_guard lock(closed_events().mutex);
-    closed_events().events.push_back(this);
-}
 
 struct Token : Object {};
 
@@ -55,18 +35,6 @@ Event& event_of(HANDLE handle) {
 }  // namespace
 
 HANDLE CreateEventA(void* /*attributes*/, BOOL manual_reset, BOOL initial_state, const char* /*name*/) {
-    {
-        ClosedEvents& closed = closed_events();
-        const std::lock_guard lock(closed.mutex);
-        if (!closed.events.empty()) {
-            Event* event = closed.events.back();
-            closed.events.pop_back();
-            const std::lock_guard event_lock(event->mutex);
-            event->signalled = initial_state != 0;
-            event->manual_reset = manual_reset != 0;
-            return handle_of(event);
-        }
-    }
     return handle_of(new Event(initial_state != 0, manual_reset != 0));
 }
 
@@ -77,7 +45,7 @@ BOOL SetEvent(HANDLE event) {
         const std::lock_guard lock(e.mutex);
         e.signalled = true;
     }
-    e.changed.notify_all();
+    e.changed.notify_all();  // outside the lock, so that the waiter does not run into it
     return 1;
 }
 
@@ -96,7 +64,7 @@ DWORD WaitForSingleObject(HANDLE event, DWORD milliseconds) {
 
 BOOL CloseHandle(HANDLE handle) {
     if (handle == nullptr) return 0;
-    static_cast<Object*>(handle)->close();
+    delete static_cast<Object*>(handle);
     return 1;
 }
 
@@ -108,10 +76,6 @@ void EnterCriticalSection(CRITICAL_SECTION* section) {
 }
 void LeaveCriticalSection(CRITICAL_SECTION* section) {
     section->mutex->unlock();
-}
-void DeleteCriticalSection(CRITICAL_SECTION* section) {
-    delete section->mutex;
-    section->mutex = nullptr;
 }
 
 HANDLE GetCurrentProcess() {

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -126,6 +127,7 @@ class Definition_List {
             change(*changed);
             by_number_[(*changed).*number_] = changed;
             place = std::move(changed);
+            ++version_;
         }
     }
 
@@ -146,6 +148,9 @@ class Definition_List {
         return true;
     }
 
+    /// Changes with every record that comes, goes or is replaced. Read it before all().
+    std::uint64_t version() const { return version_; }
+
     /// All records as they stand now, in order.
     std::vector<Pointer> all() const {
         const std::lock_guard lock(mutex_);
@@ -161,12 +166,14 @@ class Definition_List {
         const std::lock_guard lock(mutex_);
         records_.clear();
         by_number_.clear();
+        ++version_;
     }
 
   private:
     bool put_last(Pointer record) {
         if (!by_number_.try_emplace((*record).*number_, record).second) return false;
         records_.push_back(std::move(record));
+        ++version_;
         return true;
     }
 
@@ -175,12 +182,14 @@ class Definition_List {
         std::erase_if(records_, [&](const Pointer& record) {
             if (!condition(std::as_const(*record))) return false;
             by_number_.erase((*record).*number_);
+            ++version_;
             return true;
         });
     }
 
     int Record::*number_;
     mutable std::mutex mutex_;
+    std::atomic<std::uint64_t> version_{0};
     std::vector<Pointer> records_;
     std::unordered_map<int, Pointer> by_number_;
 };

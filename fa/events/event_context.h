@@ -45,11 +45,8 @@ using Event_Fields = std::array<std::string, 6>;
 
 /// Writes the variables of the family from the fields, then queues the report of `ceid`, both under
 /// Event_Mutex: one event's values and report are never mixed with another's. False when a field names no
-/// port, slot or module (then nothing is written) and when nothing was queued. Any thread.
-///
-/// An event that the controller brings from within an event, on the same thread, waits until the outer one is
-/// queued and is raised right behind it: true at once. Of these more than 1000 in a row are logged and
-/// dropped; an exception drops them too.
+/// port, slot or module (then nothing is written), from within another event on the same thread, and when
+/// nothing was queued. Any thread.
 bool Raise_Event(BC_FA& fa, Event_Family family, int ceid, int kind, const Event_Fields& fields);
 
 // Two families that no command reaches; kept for callers within the module. False for a kind outside.

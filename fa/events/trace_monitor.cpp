@@ -1,4 +1,6 @@
 #include <chrono>
+#include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -9,7 +11,9 @@
 #include "fa/module/bc_fa.h"
 #include "fa/module/module_state.h"
 #include "fa/module/module_threads.h"
+#include "fa/secs/link_names.h"
 #include "fa/secs/message_queue.h"
+#include "fa/secs/spool_table.h"
 
 namespace Talwen {
 
@@ -48,26 +52,53 @@ class Running_Time {
     bool ran_ = false;
 };
 
+/// Without communication no samples are used up, unless they are kept for later: with the newer settings the
+/// equipment stays on-line when the link is cut.
+bool traces_run(BC_FA& fa) {
+    return Host_Takes_Events(fa) && (fa.QFA_Get_LinkMD() == FA_Link_Commu || QFA_Get_Spool_Enable(6, 1));
+}
+
+/// A pass every half second takes the samples. The looks between two passes tell when a new trace or the link
+/// has begun to run, so that a sample is neither early nor later than a pass and a look.
+class Trace_Watch {
+  public:
+    void look(BC_FA& fa) {
+        const std::uint64_t version = TRID_List.version();
+        const bool changed = version != version_;
+        // Before the clock: none of them starts later than it says.
+        Trace_Records now = changed ? TRID_List.all() : Trace_Records();
+        time_.look(traces_run(fa));
+        const int pass_ms = time_.milliseconds();
+        if (changed) Start_New_Traces(traces_, std::move(now), pass_ms + 1);
+        version_ = version;
+        if (++looks_ < looks_in_a_pass) return;
+        looks_ = 0;
+        time_.take(pass_ms);
+        for (const Trace_Sample& sample : Take_Due_Samples(traces_, pass_ms, time_.runs()))
+            queue_sample(sample);
+    }
+
+  private:
+    Running_Time time_;
+    Trace_Records traces_;
+    std::uint64_t version_ = 0;  // of the list that traces_ are from
+    int looks_ = 0;
+};
+
 }  // namespace
 
-// A pass every half second takes the samples. The looks between two passes tell when a new trace or the link
-// has begun to run, so that a sample is neither early nor later than a pass and a look.
 void BC_FA::Thread_FA_TRID_Monitor() {
     TRID_Monitor_Running = true;
     QPrint_Yellow(Print_Tag, "Thread_FA_TRID_Monitor 启动... ...");
-    Running_Time time;
-    Trace_Records traces;
-    for (int look = 1; !Module_Stopping(*this); ++look) {
+    Trace_Watch watch;
+    while (!Module_Stopping(*this)) {
         QTime_MSleep(look_ms);
-        Trace_Records now = TRID_List.all();  // before the clock: none of them starts later than it says
-        time.look(Host_Takes_Events(*this));
-        const int pass_ms = time.milliseconds();
-        Start_New_Traces(traces, std::move(now), pass_ms + 1);
-        if (look < looks_in_a_pass) continue;
-        look = 0;
-        time.take(pass_ms);
-        for (const Trace_Sample& sample : Take_Due_Samples(traces, pass_ms, time.runs()))
-            queue_sample(sample);
+        try {
+            watch.look(*this);
+        } catch (const std::runtime_error& error) {
+            QPrint_Red(Print_Tag, "%s , 捕捉到异常:%s.", "Talwen::BC_FA::Thread_FA_TRID_Monitor",
+                       error.what());
+        }
     }
     QPrint_Yellow(Print_Tag, "Thread_FA_TRID_Monitor 退出... ...");
     TRID_Monitor_Running = false;

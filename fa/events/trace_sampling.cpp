@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <limits>
+#include <unordered_set>
 
 namespace Talwen {
 
 void Start_New_Traces(Trace_Records& known, Trace_Records now, int pass_ms) {
+    const std::unordered_set<std::shared_ptr<TRID_STRU>> before(known.begin(), known.end());
     for (const auto& trace : now)
-        if (std::find(known.begin(), known.end(), trace) == known.end())
-            trace->elapsed = trace->elapsed - pass_ms;
+        if (before.count(trace) == 0) trace->elapsed = trace->elapsed - pass_ms;
     known = std::move(now);
 }
 

@@ -203,8 +203,8 @@ void report_exception(BC_FA& fa, const std::runtime_error& error) {
 }  // namespace
 
 void BC_FA::Thread_FA_Main_Monitor() {
+    QFA_Message_Queue_Init();  // first: what is queued once the flag is up stays queued
     Main_Monitor_Running = true;
-    QFA_Message_Queue_Init();
     QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 启动... ...");
     while (!Module_Stopping(*this)) {
         try {

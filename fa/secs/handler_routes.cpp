@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 namespace Talwen {
@@ -63,6 +64,18 @@ constexpr Index make_index(const Rows& rows) {
 
 constexpr Index builder_index = make_index(builders);
 constexpr Index handler_index = make_index(handlers);
+
+/// How many pairs the index knows: fewer than there are rows when two rows have one pair.
+constexpr std::size_t pairs(const Index& index) {
+    std::size_t count = 0;
+    for (const auto& row : index)
+        for (const auto number : row) count += number != 0 ? 1 : 0;
+    return count;
+}
+
+static_assert(std::size(builders) <= 255 && std::size(handlers) <= 255, "row numbers fit the index");
+static_assert(pairs(builder_index) == std::size(builders) && pairs(handler_index) == std::size(handlers),
+              "each pair once");
 
 template <class Rows>
 auto find(const Rows& rows, const Index& index, unsigned char stream, unsigned char function)

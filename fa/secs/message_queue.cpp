@@ -27,6 +27,7 @@ CRITICAL_SECTION Queue_Lock;
 std::atomic<HANDLE> Reply_Event{nullptr};
 std::atomic<std::uint32_t> REQUESTID{101};
 std::atomic<std::uint32_t> RESPONSEID{100};
+std::atomic<bool> Rejected{false};  // a stream 9 message has come since the last send began
 
 /// Holds the queue lock, which the first user makes.
 class Queue_Guard {
@@ -58,7 +59,7 @@ template <class TimedOut>
 bool wait_for_response(unsigned long msgid, std::uint32_t timeout_ms, TimedOut timed_out) {
     if (msgid == 1 || msgid == 2) return true;
     if (msgid <= 100) return false;
-    while (REQUESTID != RESPONSEID) {
+    while (REQUESTID != RESPONSEID && !Rejected) {
         if (WaitForSingleObject(Reply_Event, timeout_ms) != WAIT_OBJECT_0) {
             timed_out();
             return false;
@@ -97,6 +98,7 @@ bool QFA_Message_PushBack(unsigned char stream, unsigned char function, std::str
 void QFA_Message_Queue_Init() {
     REQUESTID = 101;
     RESPONSEID = 100;
+    Rejected = false;
     QFA_Message_Clear();
     if (Reply_Event == nullptr) Reply_Event = CreateEventA(nullptr, 0, 0, nullptr);
 }
@@ -162,6 +164,7 @@ std::size_t QFA_Message_Queue_Length() {
 
 unsigned long QFA_Message_Send(void* handle, FA_Message* entry) {
     if (entry->item == nullptr) return 0;
+    Rejected = false;
     const unsigned long msgid = SecsSendMessageItem(handle, entry->stream, entry->function, entry->item, 1);
     QFA_Message_Print_SML(handle, entry->stream, entry->function, entry->item, msgid, 1);
     forget_front_item(entry->item);
@@ -179,6 +182,11 @@ void QFA_Set_RequestID(unsigned long msgid) {
 void QFA_Set_ResponseID(unsigned long msgid) {
     RESPONSEID = static_cast<std::uint32_t>(msgid);
     if (extra_prints()) QPrint_Cyan(print_tag(), "SET RESPONSEID:%d", static_cast<int>(msgid));
+}
+
+void End_Wait_In_Flight() {
+    Rejected = true;  // before REQUESTID is read: it may still be the id before the one in flight
+    QFA_Set_ResponseID(REQUESTID);
 }
 
 std::uint32_t QFA_Get_RequestID() {

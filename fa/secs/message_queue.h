@@ -47,6 +47,9 @@ unsigned long QFA_Message_Send(void* handle, FA_Message* entry);
 // REQUESTID: id of the last primary sent. RESPONSEID: id of the last message received that may end a wait.
 void QFA_Set_RequestID(unsigned long msgid);
 void QFA_Set_ResponseID(unsigned long msgid);
+/// A stream 9 message has come: ends the wait for whatever is in flight, also for a primary whose sending has
+/// begun and whose id is not known yet. Follow it by QFA_Notify_Reply.
+void End_Wait_In_Flight();
 std::uint32_t QFA_Get_RequestID();
 std::uint32_t QFA_Get_ResponseID();
 /// Wakes the waiting sender; both arguments are ignored. False when there is no event yet.

@@ -104,8 +104,10 @@ unsigned long dispatch(BC_FA& module, const Received& m, bool reply_expected) {
             break;
     }
     if (reply_expected) return result;
-    // Any stream 9 message ends the wait for whatever primary is in flight.
-    QFA_Set_ResponseID(m.stream == 9 ? QFA_Get_RequestID() : m.msgid);
+    if (m.stream == 9)
+        End_Wait_In_Flight();
+    else
+        QFA_Set_ResponseID(m.msgid);
     QFA_Notify_Reply(m.msgid, result);
     return result;
 }

@@ -12,7 +12,7 @@ set(allowed
     "typeinfo for Talwen::QSequence"
     "Talwen::QPrint[_(]" "Talwen::Q(Time|File|Anal|Str|DB)_"
     "Talwen::(Secs|OnlineLog)"      # the SECS driver
-    "(CreateEventA|SetEvent|WaitForSingleObject|CloseHandle|InitializeCriticalSection|EnterCriticalSection|LeaveCriticalSection|DeleteCriticalSection)\\("
+    "(CreateEventA|SetEvent|WaitForSingleObject|CloseHandle|InitializeCriticalSection|EnterCriticalSection|LeaveCriticalSection)\\("
     "(GetLocalTime|SetLocalTime|OpenProcessToken|GetCurrentProcess|LookupPrivilegeValueA|AdjustTokenPrivileges)\\("
     "std::" "operator (new|delete)" "__cxa_" "__gxx_personality" "_Unwind_" "vtable for (std|__cxxabiv1)" "typeinfo for (std|int)"
     "__(once_call|libc_single_threaded|tls_get_addr|stack_chk_fail|dso_handle|once_proxy|cxxabiv1|gthrw|memcpy_chk|snprintf_chk|printf_chk|isoc.*strto|errno_location)"

@@ -123,10 +123,19 @@ class TraceMonitor : public fake::ModuleFixture {
     std::thread monitor;
 };
 
-TEST_F(TraceMonitor, RunsOnlyWhileTheHostTakesEvents) {
-    for (const bool runs : {true, false}) {  // in which states it does: the gate of the event commands
+TEST_F(TraceMonitor, RunsWhileTheHostTakesItsSamplesOrTheyAreSpooled) {
+    const struct {
+        const char* states;
+        bool spooled, runs;
+    } cases[] = {{"fa:LinkMD=3 Online_Status=1", false, true},
+                 {"fa:LinkMD=3 Online_Status=0", true, false},
+                 {"fa:LinkMD=0 Online_Status=1", false, false},
+                 {"fa:LinkMD=0 Online_Status=1", true, true}};
+    for (const auto& [states, spooled, runs] : cases) {
+        SCOPED_TRACE(states);
         start_over();
-        set_states(runs ? "Comm_Enable=1 Online_Status=1" : "Comm_Enable=1 Online_Status=0");
+        set_states(std::string("Comm_Enable=1 ") + states);
+        QFA_Set_Spool_Enable(6, 1, spooled);
         TRID_List.append_or_replace(*trace(8, 0, 2));
         begin();
         EXPECT_TRUE(!runs || queued(2));
@@ -137,7 +146,7 @@ TEST_F(TraceMonitor, RunsOnlyWhileTheHostTakesEvents) {
 }
 
 TEST_F(TraceMonitor, SamplesByTheClockNotByThePasses) {
-    set_states("Comm_Enable=1 Online_Status=1");
+    set_states("Comm_Enable=1 Online_Status=1 fa:LinkMD=3");
     const auto from = std::chrono::steady_clock::now();
     TRID_List.append_or_replace(*trace(8, 200, 2));  // forty passes at this speed
     begin();
@@ -149,6 +158,23 @@ TEST_F(TraceMonitor, SamplesByTheClockNotByThePasses) {
     ASSERT_TRUE(QFA_Message_PopFront(&entry));
     EXPECT_EQ(entry.stream * 1000 + entry.function, 6001);
     EXPECT_EQ(entry.params, (std::vector<std::string>{"8", "1"}));
+}
+
+TEST_F(TraceMonitor, ARuntimeErrorCostsOneLook) {
+    std::atomic<int> errors{0};
+    sim::set_console_sink([&](const sim::ConsoleLine& line) {
+        if (line.text.starts_with("OnSendMessageBuffer")) throw std::runtime_error("no printer");
+        if (line.text == "Talwen::BC_FA::Thread_FA_TRID_Monitor , 捕捉到异常:no printer.") ++errors;
+    });
+    class Thrower : public BC_FA {
+        _SECS_ITEM* send_S06F01(void*, void*) override { throw std::runtime_error("no body"); }
+    };
+    module.reset();
+    module = std::make_unique<Thrower>();
+    set_states("Comm_Enable=1 Online_Status=1 fa:LinkMD=3");
+    TRID_List.append_or_replace(*trace(8, 0, 2));
+    begin();
+    EXPECT_TRUE(fake::driver().wait_until([&] { return errors == 2; }));
 }
 
 }  // namespace

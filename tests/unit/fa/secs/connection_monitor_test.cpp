@@ -140,6 +140,26 @@ TEST_F(Monitor, SendsOneAtATimeAndWaitsForEachAnswer) {
     EXPECT_EQ(QFA_Get_RequestID(), 102U);
 }
 
+// The message id of what is in flight is known only after the send: one that comes before it counts as well.
+TEST_F(Monitor, AStreamNineMessageEndsTheWaitHoweverEarlyItComes) {
+    set_states("fa:T7=30 Online_Status=1");
+    fake::driver().on_send([](const fake::Sent&) { fake::driver().host_sends("S9F5 <B 0>."); });
+    run_until("connect  0");
+    select();
+    for (int i = 0; i < 3; ++i) push(1, 1);
+    await_length(0);
+}
+
+TEST_F(Monitor, ARuntimeErrorCostsOnePass) {
+    std::atomic<int> errors{0};
+    sim::set_console_sink([&](const sim::ConsoleLine& line) {
+        if (line.text == "DeviceID:0" && errors == 0) throw std::runtime_error("no printer");
+        if (line.text == "Talwen::BC_FA::Thread_FA_Main_Monitor , 捕捉到异常:no printer.") ++errors;
+    });
+    run_until("connect  0");
+    EXPECT_EQ(errors, 1);
+}
+
 TEST_F(Monitor, SecondEntryWaitsForTheFirstOnesAnswerAndATimeOutDropsIt) {
     set_states("fa:T7=1");
     run_until("connect  0");
