@@ -2,20 +2,18 @@
 
 #include <array>
 #include <asio/buffer.hpp>
-#include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/read.hpp>
 #include <asio/write.hpp>
 #include <condition_variable>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <utility>
 
+#include "bench/serve.h"
 #include "hsms/core/header.h"
 #include "hsms/core/wire.h"
 
@@ -78,7 +76,7 @@ Sizes read_sizes(tcp::socket& socket) {
     return {hsms::load_big_endian(bytes.data(), 4), hsms::load_big_endian(bytes.data() + 4, 4)};
 }
 
-void serve(tcp::socket& socket) {
+void serve_echo(tcp::socket& socket) {
     socket.set_option(tcp::no_delay(true));
     const Sizes sizes = read_sizes(socket);
     if (sizes.request < smallest || sizes.reply < smallest) return;
@@ -101,20 +99,7 @@ void serve(tcp::socket& socket) {
 }  // namespace
 
 void run_echo_server() {
-    asio::io_context io;
-    tcp::acceptor acceptor(io, {asio::ip::address_v4::loopback(), 0});
-    std::printf("= ready %u\n", static_cast<unsigned>(acceptor.local_endpoint().port()));
-    std::fflush(stdout);
-    for (;;) {
-        auto socket = std::make_shared<tcp::socket>(acceptor.accept());
-        std::thread([socket] {
-            try {
-                serve(*socket);
-            } catch (const std::exception& error) {
-                std::fprintf(stderr, "echo server: %s\n", error.what());
-            }
-        }).detach();
-    }
+    serve([](tcp::socket socket) { serve_echo(socket); });
 }
 
 }  // namespace bench

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <asio/buffer.hpp>
 #include <asio/write.hpp>
+#include <utility>
 
 #include "hsms/core/wire.h"
 
@@ -10,11 +11,17 @@ namespace bench {
 namespace {
 
 constexpr std::size_t prefix_size = hsms::length_size + hsms::header_size;
+constexpr std::size_t first_buffer_size = std::size_t{64} << 10U;
 
 }  // namespace
 
-FrameClient::FrameClient(std::uint16_t port) : socket_(io_), buffer_(std::size_t{64} << 10U) {
+FrameClient::FrameClient(std::uint16_t port) : socket_(io_), buffer_(first_buffer_size) {
     socket_.connect({asio::ip::address_v4::loopback(), port});
+    socket_.set_option(asio::ip::tcp::no_delay(true));
+}
+
+FrameClient::FrameClient(asio::ip::tcp::socket socket)
+    : socket_(std::move(socket)), buffer_(first_buffer_size) {
     socket_.set_option(asio::ip::tcp::no_delay(true));
 }
 

@@ -19,11 +19,14 @@ struct Frame {
     std::size_t size = 0;  ///< of the whole message, length field included
 };
 
-/// One thread at a time. Every function throws std::system_error when the connection is lost.
+/// One thread at a time may send, and one receive. Every function throws std::system_error when the
+/// connection is lost.
 class FrameClient {
   public:
     /// Connects to a port on loopback.
     explicit FrameClient(std::uint16_t port);
+    /// Goes on with a connection that is up.
+    explicit FrameClient(asio::ip::tcp::socket socket);
 
     void send(std::string_view bytes);
     Frame receive();

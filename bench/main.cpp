@@ -3,10 +3,12 @@
 #include <cstdio>
 #include <exception>
 
+#include "bench/canned_server.h"
 #include "bench/codec_bench.h"
 #include "bench/echo_server.h"
 #include "bench/link_bench.h"
 #include "bench/memory_bench.h"
+#include "bench/step_bench.h"
 
 namespace {
 
@@ -30,9 +32,14 @@ int main(int argc, char** argv) {
     std::string json;
     bench::LinkBenchOptions link;
     bench::MemoryBenchOptions memory;
+    bench::StepBenchOptions steps;
+    std::string folder;
 
     app.add_subcommand("echo-server", "serve as the yardstick until ended")->callback([] {
         bench::run_echo_server();
+    });
+    app.add_subcommand("canned-server", "serve as the yardstick of the steps until ended")->callback([] {
+        bench::run_canned_server();
     });
     CLI::App* const all = app.add_subcommand("run", "round trips against the echo server, then the codec");
     all->add_option("--echo", link.echo_port, "port of the echo server")->required();
@@ -51,6 +58,20 @@ int main(int argc, char** argv) {
     resident->add_option("--svids", memory.svid_file, "the equipment's SVID.cfg")->required();
     resident->add_option("--json", json, "write the figures to this file too");
     resident->callback([&] { report(bench::run_memory_bench(memory), json); });
+    CLI::App* const machine =
+        app.add_subcommand("step-machine", "write the machine that the steps are measured on");
+    machine->add_option("folder", folder, "where to")->required();
+    machine->callback([&] { bench::write_step_machine(folder); });
+    CLI::App* const step = app.add_subcommand("steps", "from S6F12 to the next S6F11");
+    step->add_option("--canned", steps.canned_port, "port of the canned server")->required();
+    step->add_option("--equipment", steps.equipment_port, "port of the equipment")->required();
+    step->add_option("--commands", steps.commands, "a named pipe, the equipment's standard input")
+        ->required();
+    step->add_option("--answers", steps.answers, "the file that is its standard output")->required();
+    step->add_option("--rounds", steps.rounds, "interleaved rounds")->capture_default_str();
+    step->add_option("--steps", steps.steps, "steps of each per round")->capture_default_str();
+    step->add_option("--json", json, "write the figures to this file too");
+    step->callback([&] { report(bench::run_step_bench(steps), json); });
 
     try {
         app.parse(argc, argv);

@@ -5,6 +5,7 @@
 #
 #   bench/run.sh                  round trips and codec
 #   bench/run.sh --reports        event reports, and large tables beside small ones
+#   bench/run.sh --steps          from S6F12 in to the next S6F11 out, beside an equipment with ready messages
 #   bench/run.sh --memory         memory of the equipment over 200,000 S1F3
 #   bench/run.sh ... --json FILE  the figures as JSON too
 set -euo pipefail
@@ -15,8 +16,9 @@ while [ $# -gt 0 ]; do
     case $1 in
         --memory) mode=memory ;;
         --reports) mode=reports ;;
+        --steps) mode=steps ;;
         --json) json=(--json "$(realpath -m "${2:?--json needs a file}")"); shift ;;
-        *) echo "usage: $0 [--memory | --reports] [--json FILE]" >&2; exit 2 ;;
+        *) echo "usage: $0 [--memory | --reports | --steps] [--json FILE]" >&2; exit 2 ;;
     esac
     shift
 done
@@ -37,11 +39,13 @@ sed -i 's/^COMM_PORT .*/COMM_PORT     0/' "$run/Z/FA/FA_SAVE.inf"
 sed -i 's/^Online_Init = .*/Online_Init = 9/' "$run/machine.toml"
 sed -i '/^\[\[string\]\]/,/^$/ s/^value = ""/value = "LOT-2301.07"/' "$run/machine.toml"
 
-# start NAME COMMAND...: runs it in the background on CPU 0 and sets `port` to the one it announces.
+# start NAME COMMAND...: runs it in the background on CPU 0 and sets `port` to the one it announces. Its standard input is
+# NAME.in, where that is there.
 start() {
-    local name=$1
+    local name=$1 input=/dev/null
     shift
-    taskset -c 0 "$@" </dev/null >"$run/$name.out" &
+    [ -e "$run/$name.in" ] && input=$run/$name.in
+    taskset -c 0 "$@" <"$input" >"$run/$name.out" &
     started+=($!)
     for _ in $(seq 100); do
         port=$(sed -n 's/^= ready //p' "$run/$name.out")
@@ -59,6 +63,17 @@ if [ "$mode" = reports ]; then
     mkdir "$run/bench"
     echo
     taskset -c 0 "$build/bench/fa-module-bench" --echo "$port" --folder "$run/bench" "${json[@]}"
+    exit
+fi
+if [ "$mode" = steps ]; then
+    start canned "$build/bench/fa-bench" canned-server
+    arguments=(--canned "$port" --commands "$run/steps.in" --answers "$run/steps.out")
+    "$build/bench/fa-bench" step-machine "$run/steps"
+    mkfifo "$run/steps.in"
+    exec 3<>"$run/steps.in"  # or opening its ends would wait for each other
+    start steps "$build/apps/equipment/fa-equipment" --data "$run/steps"
+    echo
+    taskset -c 0 "$build/bench/fa-bench" steps --equipment "$port" "${arguments[@]}" "${json[@]}"
     exit
 fi
 start equipment "$build/apps/equipment/fa-equipment" --data "$run"
