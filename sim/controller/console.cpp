@@ -24,6 +24,9 @@ constexpr std::size_t buffer_limit = 4U << 20U;
 // How long, once a stop was asked for, all who print or flush wait for the reader of standard output.
 constexpr std::chrono::seconds patience{1};
 constexpr std::chrono::milliseconds stop_poll{50};
+// After a write, lines are collected for so long: a burst of messages prints a line for each, and waking the
+// writer for every one would cost more than the message.
+constexpr std::chrono::milliseconds collect_time{5};
 
 /// Standard output behind a buffer and a thread of its own. Never destroyed: the thread may be stuck in a
 /// write that nobody reads when the process ends.
@@ -33,16 +36,22 @@ class Output {
         std::thread([this] { run(); }).detach();
     }
 
-    void write(std::string_view text) {
+    /// `at_once`: not collected with what may follow.
+    void write(std::string_view text, bool at_once) {
         std::unique_lock lock(mutex_);
         if (!wait(lock, [this] { return pending_.size() < buffer_limit; })) return;
         pending_ += text;
         pending_ += '\n';
-        changed_.notify_all();
+        urgent_ = urgent_ || at_once || pending_.size() >= buffer_limit;
+        const bool wake = urgent_ || std::exchange(idle_, false);
+        lock.unlock();
+        if (wake) wake_.notify_one();
     }
 
     void flush() {
         std::unique_lock lock(mutex_);
+        urgent_ = !pending_.empty();
+        wake_.notify_one();
         wait(lock, [this] { return pending_.empty() && !writing_; });
     }
 
@@ -71,7 +80,9 @@ class Output {
         std::string text;
         std::unique_lock lock(mutex_);
         for (;;) {
-            changed_.wait(lock, [this] { return !pending_.empty(); });
+            idle_ = pending_.empty();
+            wake_.wait(lock, [this] { return !pending_.empty(); });
+            idle_ = urgent_ = false;
             text.clear();
             text.swap(pending_);
             writing_ = true;
@@ -80,12 +91,16 @@ class Output {
             lock.lock();
             writing_ = false;
             changed_.notify_all();
+            wake_.wait_for(lock, collect_time, [this] { return urgent_; });
         }
     }
 
-    std::mutex mutex_;  // what follows
-    std::condition_variable changed_;
+    std::mutex mutex_;                 // what follows
+    std::condition_variable wake_;     // the writer
+    std::condition_variable changed_;  // who waits for it
     std::string pending_;
+    bool idle_ = false;    // the writer sleeps until there is something to write
+    bool urgent_ = false;  // what is pending is not to wait for more
     bool writing_ = false;
     std::optional<Clock::time_point> deadline_;
 };
@@ -142,11 +157,11 @@ void print_console(Colour colour, const char* tag, std::string text) {
     line = without_answers(line + text);
     const std::string_view code = colour_code(colour);
     if (!code.empty()) line = std::string(code) + line + "\033[0m";
-    output().write(line);
+    output().write(line, false);
 }
 
 void print_answer(std::string_view line) {
-    output().write(line);
+    output().write(line, true);
 }
 
 void flush_console() {
