@@ -116,7 +116,8 @@ const std::string_view script_grammar = R"(Script grammar:
   line, /* ... */.
 
   S1F3 W <L <U4 1001> <U4 1002>>.
-        Sends the message. A primary with W waits for its reply (T3); the script fails when none comes.
+        Sends the message. A primary with W waits for its reply (T3); the script fails when none comes,
+        at once when an S9F1 to S9F11 names it, unless expect timeout or an expect S9F... follows.
         A secondary answers the oldest primary of its kind that is not answered yet (see --no-auto).
   nowait S1F3 W <L>.
         Sends the message and goes on without waiting.
@@ -131,7 +132,7 @@ const std::string_view script_grammar = R"(Script grammar:
   await S6F11 <L * <U4 100> ...>.
         The same, but skips primaries of that kind until one matches.
   expect timeout
-        The primary sent just before must get no reply within T3.
+        The primary sent just before must get no reply: within T3, or an S9F1 to S9F11 that names it.
   wait 500          goes on after so many milliseconds
   wait selected     goes on when the link is selected
   wait closed       goes on when the link has been closed since it was selected
@@ -139,8 +140,8 @@ const std::string_view script_grammar = R"(Script grammar:
   clear             forgets what was received so far
   timeout 2000      from here on expectations wait so many milliseconds
   quit              ends the script
-  A command of the host (see help) may stand for a step too; it goes up to the end of its line, and the
-  script fails when the equipment refuses.
+  A command of the host (see help) is a step too. It goes up to the end of its line, waits until the
+  equipment communicates (S1F13 answered by S1F14; --timeout), and fails when the equipment refuses.
 
   SML: <L ...>, <A "text" 0x0D>, <B 0x1F 31>, <BOOLEAN T F>, <U1 ...> to <U8 ...>, <I1 ...> to <I8 ...>,
   <F4 1.5 inf>, <F8 ...>, <J "text">, <W "text" 0x4E2D>; counts as in <L[2] ...> are checked when written.

