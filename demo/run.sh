@@ -31,13 +31,13 @@ done
 echo "The equipment listens on port ${port:?it does not}; the host's conversation follows."
 echo
 
-# What the host's definitions say of each event goes behind its line. The operator sees the yellow lamp and brings a
+# What the host's definitions say of each event is added to its line. The operator sees the yellow lamp and brings a
 # carrier.
 declare -A meaning
 while read -r word ceid _ _ text; do
     if [ "$word" = event ]; then meaning[$ceid]=$text; fi
 done <demo/lot.txt
-told() {
+explain() {
     local line
     while IFS= read -r line; do
         if [[ $line =~ \*\*\ event\ ([0-9]+) ]]; then
@@ -53,7 +53,7 @@ told() {
     done
 }
 status=0
-"$build/apps/host/fa-host" --connect "127.0.0.1:$port" --script demo/lot.script | told || status=$?
+"$build/apps/host/fa-host" --connect "127.0.0.1:$port" --script demo/lot.script | explain || status=$?
 
 echo
 echo quit >&3

@@ -57,9 +57,9 @@ class Cursor {
     /// Takes exactly `length` characters, whatever they are, when `quote` and then `>` follow them.
     bool take_raw(std::size_t length, char quote, std::string_view& raw);
 
-    /// Throws a SyntaxError for what stands next (blanks skipped).
+    /// Throws a SyntaxError for what comes next (blanks skipped).
     [[noreturn]] void fail(std::string expected);
-    /// Throws a SyntaxError for what stands at `offset`.
+    /// Throws a SyntaxError for what is at `offset`.
     [[noreturn]] void fail_at(std::size_t offset, std::string expected) const;
     /// The same with the caller's own words for what was found.
     [[noreturn]] void fail_at(std::size_t offset, std::string expected, std::string found) const;

@@ -15,7 +15,7 @@ namespace {
 using hsms::ElementKind;
 using hsms::FormatInfo;
 
-// The integers that the words of a format may stand for.
+// The integers that the words of a format may mean.
 struct Range {
     std::int64_t lowest;
     std::uint64_t highest;

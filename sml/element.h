@@ -8,7 +8,7 @@
 
 namespace sml {
 
-/// Appends the element that `word` stands for to `bytes`; false when it is none of this format or out of its
+/// Appends the element that `word` means to `bytes`; false when it does not fit the format or is out of its
 /// range. Texts (A, J, W) take the code of one character here. NaNs other than the plain quiet one are
 /// written with their bits, as in nan:0x7F800001.
 bool append_element(const hsms::FormatInfo& format, std::string_view word, std::string& bytes);

@@ -1,10 +1,10 @@
 // Reads SML:  S1F3 W <L <U4 1001> <A "text" 0x0D>>.
 //
-// Stream and function may stand in quotes. A format tag may be followed by the element count in brackets,
+// Stream and function may be in quotes. A format tag may be followed by the element count in brackets,
 // which is then checked: <L[2] ...>, <A[5] "hello">. A text that its count leads exactly to `">` is taken as
-// it stands, quotes and line ends in it included, as the equipment's communication log writes it. Numbers are
+// it is, quotes and line ends in it included, as the equipment's communication log writes it. Numbers are
 // decimal or 0x..; B takes -128 to 255; Booleans are T, F, TRUE, FALSE or a byte. Case does not matter,
-// blanks, line ends and comments may stand anywhere. A message ends with a dot.
+// blanks, line ends and comments may be anywhere. A message ends with a dot.
 #pragma once
 
 #include <string_view>
@@ -23,7 +23,7 @@ Message parse_message(std::string_view text);
 Pattern parse_pattern(std::string_view text);
 MessagePattern parse_message_pattern(std::string_view text);
 
-/// Reads one message at the cursor and leaves the cursor behind its dot; for texts of several messages.
+/// Reads one message at the cursor and leaves the cursor after its dot; for texts of several messages.
 Message read_message(Cursor& cursor);
 MessagePattern read_message_pattern(Cursor& cursor);
 

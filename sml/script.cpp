@@ -74,7 +74,7 @@ bool read_keyword_step(Cursor& cursor, Step& step) {
     return true;
 }
 
-// A step that is one of the caller's commands; false when it is none, with the cursor where it was.
+// A step that is one of the caller's commands; false, with the cursor where it was, when it is another.
 bool read_command(Cursor& cursor, std::span<const std::string_view> commands, Step& step) {
     Cursor ahead = cursor;
     const std::size_t start = ahead.offset();

@@ -27,7 +27,7 @@ bool continues_character(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
-// Length of the character at the start of `text` if it may stand within quotes: printable ASCII but the
+// Length of the character at the start of `text` if it may be within quotes: printable ASCII but the
 // quote, or a well-formed UTF-8 sequence of U+00A0 and above (those below are control characters). 0 if it
 // may not.
 std::size_t printable_length(std::string_view text) {

@@ -2,7 +2,7 @@
 //
 // Small items and messages take one line; larger lists one line per item, indented by four blanks. Texts are
 // quoted where they are printable ASCII or well-formed UTF-8; quotes, control characters and other bytes
-// stand beside the quotes as codes: <A "two" 0x0D 0x0A "lines">.
+// are written beside the quotes as codes: <A "two" 0x0D 0x0A "lines">.
 #pragma once
 
 #include <cstddef>

@@ -20,7 +20,7 @@ int fail(int status, const std::string& line) {
     return status;
 }
 
-// False when the file cannot be read or does not parse, which is told on standard error.
+// False when the file cannot be read or does not parse, which is reported on standard error.
 bool read_script(const std::string& path, std::vector<sml::Step>& steps) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
@@ -59,7 +59,7 @@ int run(const host::Options& options) {
 
     host::Printer printer(options.quiet);
     host::Monitor monitor(printer);
-    host::Host host(options.link, options.automatic, monitor);
+    host::Host host(options.link, options.automatic, options.log, monitor);
     const bool passive = options.link.session.role == hsms::Role::passive;
     if (!host.start() && passive)
         return fail(not_met,

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int usage_error = 2;
 
-// ADDRESS:PORT, [ADDRESS]:PORT for IPv6, or PORT alone. False when the port is none.
+// ADDRESS:PORT, [ADDRESS]:PORT for IPv6, or PORT alone. False when the port is no number of a port.
 bool parse_endpoint(const std::string& text, std::string& address, std::uint16_t& port) {
     const std::size_t colon = text.rfind(':');
     const std::string digits = colon == std::string::npos ? text : text.substr(colon + 1);
@@ -41,7 +41,7 @@ struct Arguments {
     double timeout = 30, t3 = 45, t5 = 2, t6 = 5, t7 = 10, t8 = 5, linktest = 0;
 };
 
-void define_options(CLI::App& app, Arguments& arguments, Options& options) {
+void define_link(CLI::App& app, Arguments& arguments) {
     CLI::Option_group* link = app.add_option_group("Link", "one of these is needed");
     link->add_option("--connect", arguments.connect, "connect to the equipment, tried every T5")
         ->type_name("HOST:PORT")
@@ -51,23 +51,32 @@ void define_options(CLI::App& app, Arguments& arguments, Options& options) {
         ->type_name("[ADDRESS:]PORT")
         ->check(CLI::Validator(check_listen, ""));
     link->require_option(1);
+}
+
+void define_behaviour(CLI::App& app, Options& options) {
     app.add_option("--device", options.link.session.device_id, "device id")
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
     app.add_option("--script", options.script, "do what the script FILE says instead of reading the console")
         ->type_name("FILE");
+    app.add_option("--log", options.log,
+                   "write all messages to FILE as the equipment's communication log does")
+        ->type_name("FILE");
     app.add_flag_callback(
         "--no-auto", [&options] { options.automatic = false; },
         "do not answer the equipment's primaries automatically");
     app.add_flag("--quiet", options.quiet, "do not print the messages");
+}
 
+void define_times(CLI::App& app, Arguments& arguments) {
     const auto seconds = [&app](const char* name, double& value, const char* what, double least = 0.01) {
         app.add_option(name, value, what)
             ->type_name("SECONDS")
             ->check(CLI::Range(least, 86400.0))
             ->capture_default_str();
     };
-    seconds("--timeout", arguments.timeout, "longest time for the link to be selected");
+    seconds("--timeout", arguments.timeout,
+            "longest time for the link to be selected, and then to communicate");
     seconds("--t3", arguments.t3, "reply time-out; scripts wait as long for what they expect");
     seconds("--t5", arguments.t5, "time between two attempts to connect");
     seconds("--t6", arguments.t6, "control transaction time-out");
@@ -121,7 +130,9 @@ std::optional<Options> parse_command_line(int argc, char** argv, int& exit_statu
     CLI::App app("A SECS/GEM host over HSMS, for trying an equipment out.", "fa-host");
     Arguments arguments;
     Options options;
-    define_options(app, arguments, options);
+    define_link(app, arguments);
+    define_behaviour(app, options);
+    define_times(app, arguments);
     app.footer(footer());
     try {
         app.parse(argc, argv);

@@ -19,7 +19,7 @@ struct Command {
     std::string_view name;
     std::string_view arguments;
     std::string_view help;
-    /// Reads the words behind the name; throws sml::SyntaxError, or std::runtime_error for a file.
+    /// Reads the words after the name; throws sml::SyntaxError, or std::runtime_error for a file.
     Job (*prepare)(Words& words);
     bool console_only = false;
 };

@@ -29,7 +29,7 @@ class Printer {
     /// Quiet: messages and lines about the link are left out.
     explicit Printer(bool quiet);
 
-    /// `note` stands behind the direction when it is not empty, as in "--> (automatic) S1F2 ...".
+    /// A `note` is shown after the direction, as in "--> (automatic) S1F2 ...".
     void message(Direction direction, const sml::Message& message, std::string_view note = "");
     void event(std::string_view text);
     void about(std::string_view text);
@@ -41,7 +41,7 @@ class Printer {
     void show_messages(bool shown) { messages_shown_ = shown; }
     /// While held, only screen() shows anything.
     void hold(bool held);
-    /// The live screen: on a terminal in the place of what stood there.
+    /// The live screen: on a terminal in place of the last one.
     void screen(std::string_view text);
 
   private:

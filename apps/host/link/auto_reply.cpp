@@ -10,7 +10,7 @@ using hsms::Item;
 
 enum class Body : std::uint8_t {
     accepted,       // <B 0>
-    empty_list,     // <L>: a host has no model and revision to tell
+    empty_list,     // <L>: a host has no model and revision
     communicating,  // <L <B 0> <L>>
     clock,          // <A "YYYYMMDDhhmmsscc">
     same,           // what came

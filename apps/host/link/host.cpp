@@ -6,25 +6,22 @@
 #include "apps/host/commands/values.h"
 #include "apps/host/link/auto_reply.h"
 #include "hsms/core/item_codec.h"
+#include "hsms/log/log_file.h"
+#include "sml/log_text.h"
 
 namespace host {
 namespace {
-
-constexpr std::size_t most_kept = 10000;  // messages that nobody takes; the oldest go first
 
 bool is_primary(const sml::Message& message) {
     return message.function % 2 == 1;
 }
 
-Received decode(const hsms::Header& header, const std::string& body) {
-    Received received{{header.stream(), header.function(), header.wbit(), std::nullopt}, header.system, ""};
-    if (body.empty()) return received;
-    hsms::Item item;
-    if (const hsms::DecodeResult result = hsms::decode_item(body, item))
-        received.message.body = std::move(item);
-    else
-        received.defect = "body of " + std::to_string(body.size()) + " bytes: " + hsms::describe(result);
-    return received;
+// A transcript is read as a whole, so it is one file.
+hsms::LogFileOptions transcript_file(const std::string& path) {
+    hsms::LogFileOptions options;
+    options.path = path;
+    options.rotate_bytes = hsms::never_rotate;
+    return options;
 }
 
 // S1F14 with COMMACK 0, in either direction.
@@ -33,34 +30,15 @@ bool establishes_communication(const sml::Message& message) {
     return message.stream == 1 && message.function == 14 && commack != nullptr && first_number(*commack) == 0;
 }
 
-template <class Condition>
-std::optional<Received> take(std::deque<Received>& queue, Condition condition) {
-    const auto found = std::find_if(queue.begin(), queue.end(), condition);
-    if (found == queue.end()) return std::nullopt;
-    Received taken = std::move(*found);
-    queue.erase(found);
-    return taken;
-}
-
-std::optional<Received> take(std::deque<Received>& queue, std::uint8_t stream, std::uint8_t function) {
-    return take(queue, [&](const Received& received) {
-        return received.message.stream == stream && received.message.function == function;
-    });
-}
-
-template <class Queue, class Entry>
-void keep(Queue& queue, Entry entry) {
-    if (queue.size() == most_kept) queue.pop_front();
-    queue.push_back(std::move(entry));
-}
-
 }  // namespace
 
-Host::Host(hsms::LinkOptions options, bool automatic, Monitor& monitor)
+Host::Host(hsms::LinkOptions options, bool automatic, const std::string& transcript, Monitor& monitor)
     : monitor_(monitor),
       printer_(monitor.printer()),
       automatic_(automatic),
       device_(options.session.device_id),
+      transcript_(transcript.empty() ? nullptr
+                                     : std::make_unique<hsms::LogFile>(transcript_file(transcript))),
       link_(
           [&] {
               options.log = [this](std::string_view line) { printer_.about(line); };
@@ -74,6 +52,11 @@ Host::Host(hsms::LinkOptions options, bool automatic, Monitor& monitor)
                                    std::string&& body) { on_message(header, body); },
               .on_reply_timeout = [this](std::uint32_t id) { on_reply_timeout(id); },
           }) {}
+
+void Host::pass(Direction direction, const sml::Message& message, std::uint32_t id, std::string_view note) {
+    monitor_.message(direction, message, note);
+    if (transcript_) transcript_->entry(sml::log_text(message, direction == Direction::sent, id, device_));
+}
 
 Host::~Host() {
     link_.stop();
@@ -131,7 +114,7 @@ Host::Sent Host::send(const sml::Message& message) {
     if (!is_primary(message)) return send_reply(message, body);
     const std::uint32_t id = link_.send(message.stream, message.function, message.wbit, body);
     if (id == 0) return {0, "the link is not selected"};
-    monitor_.message(Direction::sent, message);
+    pass(Direction::sent, message, id, "");
     if (message.wbit) transactions_.open(id, message);
     return {id, ""};
 }
@@ -151,7 +134,7 @@ Host::Sent Host::send_reply(const sml::Message& message, const std::string& body
 bool Host::reply(const sml::Message& message, const std::string& body, std::uint32_t id,
                  std::string_view note) {
     if (!link_.reply(message.stream, message.function, body, id)) return false;
-    monitor_.message(Direction::sent, message, note);
+    pass(Direction::sent, message, id, note);
     if (establishes_communication(message)) communicating_ = true;
     changed_.notify_all();
     return true;
@@ -183,26 +166,22 @@ std::optional<Received> Host::take_reply(std::uint8_t stream, std::uint8_t funct
     Lock lock(mutex_);
     std::optional<Received> taken;
     wait(lock, limit, [&] {
-        taken = take(replies_, stream, function);
+        taken = replies_.take(stream, function);
         return taken || !transactions_.any_pending();
     });
-    if (!taken && !replies_.empty()) {
-        taken = std::move(replies_.front());
-        replies_.pop_front();
-    }
-    return taken;
+    return taken ? taken : replies_.take_any();
 }
 
 std::optional<Received> Host::take_reply_to(std::uint32_t id) {
     const Lock lock(mutex_);
-    return take(replies_, [&](const Received& received) { return received.id == id; });
+    return replies_.take(id);
 }
 
 std::optional<Received> Host::take_primary(std::uint8_t stream, std::uint8_t function, Milliseconds limit) {
     Lock lock(mutex_);
     std::optional<Received> taken;
     wait(lock, limit, [&] {
-        taken = take(primaries_, stream, function);
+        taken = primaries_.take(stream, function);
         return taken || lost_;
     });
     return taken;
@@ -230,7 +209,7 @@ void Host::on_closed() {
 void Host::on_message(const hsms::Header& header, const std::string& body) {
     Received received = decode(header, body);
     const Lock lock(mutex_);
-    monitor_.message(Direction::received, received.message, received.defect);
+    pass(Direction::received, received.message, header.system, received.defect);
     check_device(header, received.message);
     if (is_primary(received.message))
         on_primary(header, std::move(received));
@@ -252,7 +231,7 @@ void Host::on_reply(const hsms::Header& header, Received received) {
         return;
     }
     if (establishes_communication(received.message)) communicating_ = true;
-    keep(replies_, std::move(received));
+    replies_.keep(std::move(received));
 }
 
 void Host::on_primary(const hsms::Header& header, Received received) {
@@ -264,13 +243,14 @@ void Host::on_primary(const hsms::Header& header, Received received) {
         if (answer->body) hsms::encode_item(*answer->body, body);
         reply(*answer, body, header.system, "automatic");
     } else if (primary.wbit) {
-        keep(unanswered_, Unanswered{primary.stream, primary.function, header.system});
+        if (unanswered_.size() == Inbox::most_kept) unanswered_.pop_front();
+        unanswered_.push_back({primary.stream, primary.function, header.system});
     }
     if (const auto error = read_error_report(primary))
         if (const std::string name = transactions_.refuse(*error); !name.empty())
             printer_.about(name + " (message " + std::to_string(error->subject.system) + ") ended by " +
                            error->reason);
-    keep(primaries_, std::move(received));
+    primaries_.keep(std::move(received));
 }
 
 void Host::on_reply_timeout(std::uint32_t id) {

@@ -6,33 +6,33 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "apps/host/link/inbox.h"
 #include "apps/host/link/transactions.h"
 #include "apps/host/watch/monitor.h"
 #include "hsms/link/link.h"
 #include "sml/message.h"
 
+namespace hsms {
+class LogFile;
+}
+
 namespace host {
 
 using Milliseconds = std::chrono::milliseconds;
-
-struct Received {
-    sml::Message message;
-    std::uint32_t id = 0;  ///< system bytes
-    std::string defect;    ///< not empty: the body is no SECS-II item, and the message is shown without it
-};
 
 /// All functions may be called from any thread; those named wait_ or take_ block up to their time limit.
 /// Messages in both directions go to the monitor as they pass.
 class Host {
   public:
     /// `options` without log sink: the link's lines are printed. Primaries are answered by automatic_reply()
-    /// when `automatic`. The monitor outlives the host.
-    Host(hsms::LinkOptions options, bool automatic, Monitor& monitor);
+    /// when `automatic`. All messages are also written to the file `transcript`, unless that is empty, in the
+    /// format of the equipment's communication log. The monitor outlives the host.
+    Host(hsms::LinkOptions options, bool automatic, const std::string& transcript, Monitor& monitor);
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
@@ -69,8 +69,7 @@ class Host {
     /// Drops replies and primaries that were not taken.
     void forget();
 
-    /// The oldest reply of this kind. When there is none and none is pending: the oldest of the others, if
-    /// any.
+    /// The oldest reply of this kind; without one, once no reply is pending, the oldest of any kind.
     std::optional<Received> take_reply(std::uint8_t stream, std::uint8_t function, Milliseconds limit);
     /// The reply to primary `id`, if it came.
     std::optional<Received> take_reply_to(std::uint32_t id);
@@ -92,6 +91,7 @@ class Host {
     void on_primary(const hsms::Header& header, Received received);
     void on_reply_timeout(std::uint32_t id);
 
+    void pass(Direction direction, const sml::Message& message, std::uint32_t id, std::string_view note);
     void check_device(const hsms::Header& header, const sml::Message& message);
     Sent send_reply(const sml::Message& message, const std::string& body);
     bool reply(const sml::Message& message, const std::string& body, std::uint32_t id, std::string_view note);
@@ -102,6 +102,7 @@ class Host {
     Printer& printer_;
     const bool automatic_;
     const std::uint16_t device_;
+    const std::unique_ptr<hsms::LogFile> transcript_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     bool selected_ = false;
@@ -109,8 +110,7 @@ class Host {
     bool communicating_ = false;  // or not waited for any more
     bool other_device_ = false;   // said already that messages come with another device id
     std::uint64_t closes_ = 0;
-    std::deque<Received> primaries_;
-    std::deque<Received> replies_;
+    Inbox primaries_, replies_;
     std::deque<Unanswered> unanswered_;
     Transactions transactions_;
     hsms::Link link_;  // last: its callbacks use what is declared above

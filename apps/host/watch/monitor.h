@@ -23,7 +23,7 @@ class Monitor {
     void name_reports(const Definitions& definitions);
     void name_trace(std::uint32_t trid, const std::vector<std::uint32_t>& svids);
 
-    /// The live screen as it stands.
+    /// The live screen as it is now.
     std::string screen() const;
 
   private:

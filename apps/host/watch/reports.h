@@ -31,7 +31,7 @@ struct EventReport {
     std::uint32_t ceid = 0;
     std::vector<Report> reports;
 
-    /// The first value of that name, without quotes; "" when there is none.
+    /// The first value of that name, without quotes; "" without one.
     std::string value(std::string_view name) const;
 };
 

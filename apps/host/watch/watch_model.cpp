@@ -107,7 +107,7 @@ void WatchModel::track(const EventReport& event) {
     if (const std::string module = event.value("ToMdlName"); row->place == Place::target && !module.empty())
         wafer.place = module + " " + event.value("ToMdlSlotID");
     wafer.state = row->state;
-    // At its source a wafer is not read yet; what stands there is of the one before.
+    // At its source a wafer is not read yet; the id in the report is of the one before.
     if (const std::string id = event.value("WaferID"); row->place != Place::source && !id.empty())
         wafer.id = id;
     if (const std::string lot = event.value("LotID"); !lot.empty()) lot_ = lot;

@@ -184,6 +184,20 @@ TEST_F(HostProgram, Scripts) {
     }
 }
 
+TEST_F(HostProgram, TranscriptInTheFormatOfTheCommunicationLog) {
+    HostProcess(connect() + " --log " + (folder_.path() / "log").string() +
+                script("S1F3 W <L <U4 1 2> <A \"a\">>."))
+        .expect_end(0, {});
+    const std::string log = folder_.read("log");
+    EXPECT_NE(log.find("\nSend Primary Message                    [102,0]\n    'S1F3'\n        <L[2]\n       "
+                       "     <U4[2] 1 2>\n"
+                       "            <A[1] \"a\">\n        >\n.\n"),
+              std::string::npos)
+        << log;
+    EXPECT_NE(log.find("\nReceive Secondary Message               [102,0]\n    'S1F4'\n"), std::string::npos)
+        << log;
+}
+
 TEST_F(HostProgram, ConsoleSendsWhatIsTypedAndSurvivesMistakes) {
     HostProcess host(connect(), "S1F3 W <L\\n <U1 300>>.\\nS1F3 W\\n<L\\n<U4 1>>.\\nwait 5\\nS1F1 W. S1F1 W");
     host.expect_end(0, {"! 2:6: expected a U1 value (0 to 255), found '300'\n", "--> S1F3 W <L <U4 1>>.\n",

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
+#include "sml/log_text.h"
 #include "sml/reader.h"
 #include "sml/writer.h"
 #include "tests/support/bytes.h"
@@ -16,6 +17,8 @@ using namespace std::string_literals;
 void expect_round_trip(const Item& item) {
     const std::string text = sml::to_sml(item);
     ASSERT_EQ(sml::parse_item(text), item) << text;
+    const std::string logged = sml::log_text({1, 3, false, item}, true, 101, 0);
+    ASSERT_EQ(sml::parse_message(logged.substr(logged.find('\n'))).body, item) << logged;
     const std::string indented = sml::to_sml(item, 12);
     ASSERT_EQ(sml::parse_item(indented), item) << indented;
 }
