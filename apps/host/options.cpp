@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "apps/host/commands/commands.h"
 #include "sml/script.h"
 
 namespace host {
@@ -55,6 +56,7 @@ void define_link(CLI::App& app, Arguments& arguments) {
 
 void define_behaviour(CLI::App& app, Options& options) {
     app.add_option("--device", options.link.session.device_id, "device id")
+        ->type_name("N")
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
     app.add_option("--script", options.script, "do what the script FILE says instead of reading the console")
@@ -111,7 +113,7 @@ A secondary answers the oldest unanswered primary of its kind. The daily work ha
   constants
   command START PORTID=1
   watch
-which say what the equipment's answer means; help lists them. Events, trace samples and alarms that come are also put
+which say what the equipment's answer means. Events, trace samples and alarms that come are also put
 in one line each (**). When the input ends, the host ends once all replies are in; when it was no terminal and empty,
 the host goes on answering.
 
@@ -121,7 +123,8 @@ S10F1 when they ask for a reply.
 Exit status: 0 all went well, 1 an expectation of the script was not met or the link was not to be had (one line
 on standard error), 2 wrong usage or a script that does not parse (FILE:LINE:COLUMN: what).
 
-)" + std::string(sml::script_grammar);
+)" + command_list() +
+           "\n" + std::string(sml::script_grammar);
 }
 
 }  // namespace

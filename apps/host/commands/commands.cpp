@@ -35,6 +35,8 @@ constexpr std::array table{
     Command{"help", "[define|script]", "this list, the definition file, the script grammar", prepare_help},
 };
 
+}  // namespace
+
 std::string command_list() {
     std::string text = "Commands, one a line:\n";
     for (const Command& command : table)
@@ -44,12 +46,6 @@ std::string command_list() {
            "  reconnect                              closes the link and selects again\n"
            "  quit                                   ends the host\n"
            "A value may be an SML item too: <U1 5>. All else is SML up to its dot: S1F3 W <L <U4 1001>>.\n";
-}
-
-}  // namespace
-
-std::span<const Command> commands() {
-    return table;
 }
 
 std::span<const std::string_view> command_names() {

@@ -24,8 +24,8 @@ struct Command {
     bool console_only = false;
 };
 
-/// All commands, in the order of their help.
-std::span<const Command> commands();
+/// The list of all commands, for people.
+std::string command_list();
 /// Their names, for sml::parse_script.
 std::span<const std::string_view> command_names();
 /// Finds and reads the command of a step; throws as `prepare` does. Nothing is done yet.
