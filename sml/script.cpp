@@ -140,8 +140,8 @@ const std::string_view script_grammar = R"(Script grammar:
   clear             forgets what was received so far
   timeout 2000      from here on expectations wait so many milliseconds
   quit              ends the script
-  A command of the host (see help) is a step too. It goes up to the end of its line, waits until the
-  equipment communicates (S1F13 answered by S1F14; --timeout), and fails when the equipment refuses.
+  A command of the host (see help) is a step too. It goes up to the end of its line, sends S1F13 first
+  where communication is not established yet, and fails when the equipment refuses.
 
   SML: <L ...>, <A "text" 0x0D>, <B 0x1F 31>, <BOOLEAN T F>, <U1 ...> to <U8 ...>, <I1 ...> to <I8 ...>,
   <F4 1.5 inf>, <F8 ...>, <J "text">, <W "text" 0x4E2D>; counts as in <L[2] ...> are checked when written.

@@ -124,7 +124,7 @@ TEST(HostWork, CommandsAndTheirAnswersInWords) {
         const char* command = "status";  // for the equipment afterwards
         const char* answer = "=";        // part of what it answers
     } cases[] = {
-        {"clock", 0, "= clock 20"},  // waits until the equipment communicates, which refuses it before
+        {"clock", 0, "= clock 20"},  // refused before communication is established
         {"constants 14 0", 0, "= 14 = 0.45\n"},
         {"set 0 12\nconstants 0", 0, "= 0 = 12\n"},
         {"set 14 0.5 # as the F4 that it is\nS2F13 W <L <U4 14>>. expect S2F14 <L <F4 0.5>>.", 0,

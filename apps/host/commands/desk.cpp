@@ -14,13 +14,23 @@ std::string Codes::text(std::uint64_t code) const {
     return fmt::format("{} {}, {}", name, code, known ? words[code] : "a code without a known meaning");
 }
 
+// The answer is not looked at: an equipment without S1F13 may take the rest, and one that refuses says so
+// again.
+void Desk::establish() {
+    if (!host_.needs_establishing()) return;
+    const Host::Sent sent = host_.send({1, 13, true, Item::list()});
+    if (!sent.error.empty()) return;
+    host_.wait_outcome(sent.id);
+    host_.take_reply_to(sent.id);
+}
+
 Item Desk::ask(std::uint8_t stream, std::uint8_t function, std::optional<Item> body) {
     const sml::Message primary{stream, function, true, std::move(body)};
     const sml::Message secondary{stream, static_cast<std::uint8_t>(function + 1), false, {}};
     const std::string expected = "expected " + name_of(secondary) + ", got ";
     if (input_ != nullptr) host_.wait_selected(patience_);
     if (!host_.usable()) throw Refusal(expected + "a closed link");
-    host_.wait_communicating(patience_);
+    establish();
     const Host::Sent sent = host_.send(primary);
     if (!sent.error.empty()) throw Refusal("expected to send " + name_of(primary) + ", but " + sent.error);
     const Fate fate = host_.wait_outcome(sent.id);

@@ -31,14 +31,15 @@ struct Codes {
 /// One thread.
 class Desk {
   public:
-    /// `input` is where the console reads; null in scripts. `patience`: how long a command waits for the
-    /// equipment to communicate, and on the console for the link to be selected; in a script it is an error
-    /// that the link was closed since the script last waited for it.
+    /// `input` is where the console reads; null in scripts. `patience`: how long a command on the console
+    /// waits for the link to be selected; in a script it is an error that the link was closed since the
+    /// script last waited for it.
     Desk(Host& host, Monitor& monitor, Milliseconds patience, std::istream* input)
         : host_(host), monitor_(monitor), patience_(patience), input_(input) {}
 
     /// Sends a primary, waits for its reply (T3 ends that) and returns the reply's body, an empty list when
-    /// it has none. Throws Refusal when the reply is another message or does not come.
+    /// it has none. Throws Refusal when the reply is another message or does not come. Establishes
+    /// communication (S1F13) first where that is not done.
     hsms::Item ask(std::uint8_t stream, std::uint8_t function, std::optional<hsms::Item> body);
     /// The same for a reply that is one acknowledge code. Throws Refusal, which begins with `what`, when it
     /// is neither 0 nor `tolerated`; returns it.
@@ -53,6 +54,8 @@ class Desk {
     std::istream* input() { return input_; }
 
   private:
+    void establish();
+
     Host& host_;
     Monitor& monitor_;
     const Milliseconds patience_;

@@ -79,11 +79,9 @@ bool Host::wait_closed(Milliseconds limit) {
     return wait(lock, limit, [&] { return lost_; });
 }
 
-void Host::wait_communicating(Milliseconds limit) {
-    Lock lock(mutex_);
-    if (wait(lock, limit, [&] { return communicating_ || lost_; })) return;
-    printer_.about("the equipment has not established communication (S1F13); going on without");
-    communicating_ = true;
+bool Host::needs_establishing() {
+    const Lock lock(mutex_);
+    return !std::exchange(communicating_, true);
 }
 
 bool Host::usable() const {

@@ -47,9 +47,10 @@ class Host {
     bool wait_closed(Milliseconds limit);
     /// Selected, and not closed since the last wait_selected().
     bool usable() const;
-    /// Waits until S1F13 was answered with COMMACK 0, whoever sent it, or the link is closed: before that an
-    /// equipment refuses all else. One that never comes to it within the limit is not waited for again.
-    void wait_communicating(Milliseconds limit);
+    /// Whether communication is still to be established: no S1F13 was answered with COMMACK 0, whoever sent
+    /// it, and an equipment may refuse all else. True once for a connection at most: the caller sends S1F13
+    /// then.
+    bool needs_establishing();
     /// Closes the link if need be, forgets what was received and waits until it is selected again.
     bool reconnect(Milliseconds limit);
 
@@ -107,7 +108,7 @@ class Host {
     std::condition_variable changed_;
     bool selected_ = false;
     bool lost_ = false;           // closed since the last wait_selected()
-    bool communicating_ = false;  // or not waited for any more
+    bool communicating_ = false;  // or tried in vain
     bool other_device_ = false;   // said already that messages come with another device id
     std::uint64_t closes_ = 0;
     Inbox primaries_, replies_;

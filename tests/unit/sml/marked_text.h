@@ -16,14 +16,13 @@ std::string unlike_marked(std::string text, Parse parse) {
         parse(text);
         return "accepted";
     } catch (const sml::SyntaxError& error) {
-        const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+        const auto line = std::ranges::count(before, '\n') + 1;
         const std::string start = before.substr(before.rfind('\n') + 1);
-        const auto column =
-            1 + std::count_if(start.begin(), start.end(), [](char c) { return (c & 0xC0) != 0x80; });
+        const auto column = 1 + std::ranges::count_if(start, [](char c) { return (c & 0xC0) != 0x80; });
         std::string found = error.found;
         if (found.size() > 2 && found.back() == '\'') found = found.substr(1, found.size() - 2);
-        const bool named =
-            rest.empty() ? error.incomplete : rest.starts_with(found == "end of line" ? "\n" : found);
+        const bool line_ends = rest[0] == '\n' || rest[0] == '#';
+        const bool named = rest.empty() || (found == "end of line" ? line_ends : rest.starts_with(found));
         const bool placed = error.place.line == static_cast<std::size_t>(line) &&
                             error.place.column == static_cast<std::size_t>(column);
         return named && placed && error.incomplete == rest.empty() ? "" : error.what();
