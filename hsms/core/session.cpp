@@ -6,6 +6,8 @@ namespace hsms {
 namespace {
 
 constexpr std::uint16_t control_session_id = 0xFFFF;
+// Changes of a wrong device id that are noted in one connection.
+constexpr int most_foreign_notes = 10;
 
 enum SelectStatus : std::uint8_t { communication_established = 0, communication_already_active = 1 };
 enum DeselectStatus : std::uint8_t { communication_ended = 0, communication_not_established = 1 };
@@ -63,6 +65,7 @@ bool Session::disconnected() {
     primary_deadlines_.clear();
     t7_ = t8_ = linktest_ = std::nullopt;
     held_ = false;
+    foreign_notes_ = 0;
     return was_connected;
 }
 
@@ -104,8 +107,26 @@ void Session::on_data(const Header& header, Actions& actions) {
         return;
     }
     actions.deliver = true;
+    if (header.session_id != settings_.device_id) note_foreign_device(header, actions);
     const bool secondary = header.function() % 2 == 0;
-    if (secondary && open_primaries_.erase(header.system) > 0) drop_answered_primaries();
+    if (secondary) end_transaction(header.system);
+}
+
+/// Once for each change of the id: a peer that is set up wrongly sends nothing else.
+void Session::note_foreign_device(const Header& header, Actions& actions) {
+    if (foreign_notes_ == most_foreign_notes) return;
+    if (foreign_notes_ > 0 && header.session_id == foreign_device_) return;
+    ++foreign_notes_;
+    foreign_device_ = header.session_id;
+    actions.note = "S" + std::to_string(header.stream()) + "F" + std::to_string(header.function()) +
+                   " for device " + std::to_string(header.session_id) + ", expected " +
+                   std::to_string(settings_.device_id);
+}
+
+bool Session::end_transaction(std::uint32_t id) {
+    const bool open = open_primaries_.erase(id) > 0;
+    if (open) drop_answered_primaries();
+    return open;
 }
 
 void Session::on_select_req(const Header& header, Time now, Actions& actions) {

@@ -78,6 +78,8 @@ class Session {
     std::optional<Header> send_primary(std::uint8_t stream, std::uint8_t function, bool wbit, Time now);
     /// The header of a reply to send now; none when not selected.
     std::optional<Header> send_reply(std::uint8_t stream, std::uint8_t function, std::uint32_t system) const;
+    /// Ends the open primary `id` without its reply: T3 is not reported for it. False when it is not open.
+    bool end_transaction(std::uint32_t id);
     Actions request_deselect(Time now);
     Actions request_linktest(Time now);
     /// Separates when selected; closes in any case.
@@ -95,6 +97,7 @@ class Session {
     };
 
     void on_data(const Header& header, Actions& actions);
+    void note_foreign_device(const Header& header, Actions& actions);
     void on_select_req(const Header& header, Time now, Actions& actions);
     void on_deselect_req(const Header& header, Time now, Actions& actions);
     void on_response(const Header& header, Time now, Actions& actions);
@@ -117,6 +120,8 @@ class Session {
     std::deque<OpenPrimary> primary_deadlines_;  // in order; answered ones are dropped at the front
     std::optional<Time> t7_, t8_, linktest_;
     bool held_ = false;
+    std::uint16_t foreign_device_ = 0;  // of the last note about another device id
+    int foreign_notes_ = 0;             // in this connection
 };
 
 }  // namespace hsms

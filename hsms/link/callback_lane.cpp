@@ -21,14 +21,22 @@ CallbackLane::CallbackLane(std::shared_ptr<const LinkCallbacks> callbacks,
       predecessor_(std::move(predecessor)),
       progress_(std::move(progress)) {}
 
+void CallbackLane::start() {
+    start_thread(generation_);
+}
+
+void CallbackLane::start_thread(std::uint64_t generation) {
+    spawn_thread([self = shared_from_this(), generation] { self->run(generation); });
+}
+
 bool CallbackLane::push(LaneEvent event) {
     std::unique_lock lock(mutex_);
     if (closing_) return true;
-    queued_bytes_ += event.body.size();
+    const std::size_t size = event.body.size();
     queue_.push_back(std::move(event));
+    queued_bytes_ += size;
     full_ = full_ || queued_bytes_ > max_queued_bytes || queue_.size() > max_queued_events;
     const bool room = !full_;
-    start_thread();
     lock.unlock();  // or the thread that is woken would run into the lock
     wake_.notify_one();
     return room;
@@ -41,18 +49,14 @@ bool CallbackLane::full() const {
 
 void CallbackLane::close() {
     const std::lock_guard lock(mutex_);
-    if (std::exchange(closing_, true)) return;
-    queue_.push_back({LaneEvent::Kind::closed, {}, {}});
-    start_thread();
+    closing_ = true;
     wake_.notify_one();
 }
 
 void CallbackLane::drop_queued() {
     const std::lock_guard lock(mutex_);
-    const bool close_queued = !queue_.empty() && queue_.back().kind == LaneEvent::Kind::closed;
     queue_.clear();
     queued_bytes_ = 0;
-    if (close_queued) queue_.push_back({LaneEvent::Kind::closed, {}, {}});
 }
 
 std::uint64_t CallbackLane::current_callback() const {
@@ -63,17 +67,12 @@ std::uint64_t CallbackLane::current_callback() const {
 void CallbackLane::take_over(std::uint64_t number) {
     const std::lock_guard lock(mutex_);
     if (!running_ || calls_ != number || closed_delivered_) return;
-    const bool stuck_in_close = queue_.empty();
+    if (!close_begun_) start_thread(generation_ + 1);
+    ++generation_;
     queue_.clear();
     queued_bytes_ = 0;
     running_ = false;
-    ++generation_;
-    if (stuck_in_close) {
-        mark_delivered();
-        return;
-    }
-    queue_.push_back({LaneEvent::Kind::closed, {}, {}});
-    spawn_thread([self = shared_from_this(), generation = generation_] { self->run(generation); });
+    if (close_begun_) mark_delivered();
 }
 
 bool CallbackLane::closed_delivered() const {
@@ -101,10 +100,21 @@ const CallbackLane* CallbackLane::current() {
     return current_lane;
 }
 
-void CallbackLane::start_thread() {
-    if (generation_ > 0) return;
-    generation_ = 1;
-    spawn_thread([self = shared_from_this()] { self->run(1); });
+/// The next event; that of the close once nothing else is queued.
+LaneEvent CallbackLane::take(std::unique_lock<std::mutex>& lock) {
+    wake_.wait(lock, [&] { return !queue_.empty() || closing_; });
+    if (queue_.empty()) {
+        close_begun_ = true;
+        return {LaneEvent::Kind::closed, {}, {}};
+    }
+    LaneEvent event = std::move(queue_.front());
+    queue_.pop_front();
+    queued_bytes_ -= event.body.size();
+    if (full_ && queued_bytes_ <= max_queued_bytes / 2 && queue_.size() <= max_queued_events / 2) {
+        full_ = false;
+        if (progress_) progress_();
+    }
+    return event;
 }
 
 void CallbackLane::run(std::uint64_t generation) {
@@ -112,14 +122,7 @@ void CallbackLane::run(std::uint64_t generation) {
     if (const auto predecessor = std::exchange(predecessor_, nullptr)) predecessor->wait_closed_delivered();
     std::unique_lock lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [&] { return !queue_.empty(); });
-        LaneEvent event = std::move(queue_.front());
-        queue_.pop_front();
-        queued_bytes_ -= event.body.size();
-        if (full_ && queued_bytes_ <= max_queued_bytes / 2 && queue_.size() <= max_queued_events / 2) {
-            full_ = false;
-            if (progress_) progress_();
-        }
+        LaneEvent event = take(lock);
         ++calls_;
         running_ = true;
         const bool muted = muted_;

@@ -22,7 +22,7 @@ struct LaneEvent {
     std::string body;
 };
 
-/// The thread is started with the first event and ends behind on_closed. Functions are safe from any thread.
+/// The thread ends after on_closed. Functions are safe from any thread.
 class CallbackLane : public std::enable_shared_from_this<CallbackLane> {
   public:
     using Hook = std::function<void()>;
@@ -32,17 +32,21 @@ class CallbackLane : public std::enable_shared_from_this<CallbackLane> {
     CallbackLane(std::shared_ptr<const LinkCallbacks> callbacks, std::shared_ptr<CallbackLane> predecessor,
                  Hook progress);
 
+    /// Starts the thread, before anything else is called; std::system_error when the system has none left.
+    void start();
+
     /// False when the queue is full from now on: the caller stops reading until `progress`.
     bool push(LaneEvent event);
     bool full() const;
 
-    /// Queues on_closed as the last event, once.
+    /// on_closed follows as the last event, once.
     void close();
-    /// Drops what is queued; on_closed stays.
+    /// Drops what is queued; on_closed still follows.
     void drop_queued();
     /// Number of the callback that runs or ran last; a watch that finds the same one later calls take_over().
     std::uint64_t current_callback() const;
     /// When callback `number` is still running: drops the queue and delivers on_closed from a new thread.
+    /// Without a thread for it (std::system_error) nothing has changed.
     void take_over(std::uint64_t number);
     bool closed_delivered() const;
     void wait_closed_delivered();
@@ -58,7 +62,8 @@ class CallbackLane : public std::enable_shared_from_this<CallbackLane> {
 
   private:
     void run(std::uint64_t generation);
-    void start_thread();
+    LaneEvent take(std::unique_lock<std::mutex>& lock);
+    void start_thread(std::uint64_t generation);
     void call(LaneEvent& event) const;
     void mark_delivered();
 
@@ -70,11 +75,12 @@ class CallbackLane : public std::enable_shared_from_this<CallbackLane> {
     Hook progress_;
     std::deque<LaneEvent> queue_;
     std::size_t queued_bytes_ = 0;
-    std::uint64_t generation_ = 0;  // of the thread that serves the queue
+    std::uint64_t generation_ = 1;  // of the thread that serves the queue
     std::uint64_t calls_ = 0;
     bool running_ = false;
     bool full_ = false;
     bool closing_ = false;
+    bool close_begun_ = false;
     bool closed_delivered_ = false;
     bool muted_ = false;
 };

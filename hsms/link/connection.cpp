@@ -18,8 +18,6 @@ constexpr std::size_t read_size = std::size_t{256} << 10U;
 constexpr int reads_per_turn = 16;
 // What a drain takes in at the most.
 constexpr std::size_t drain_limit = std::size_t{16} << 20U;
-// A send buffer that has grown beyond this is given back once it is empty.
-constexpr std::size_t kept_buffer = std::size_t{1} << 20U;
 
 Time now() {
     return std::chrono::steady_clock::now();
@@ -46,12 +44,13 @@ std::string peer_text(const tcp::socket& socket) {
 Connection::Connection(asio::io_context& io, tcp::socket socket, const LinkOptions& options,
                        std::uint32_t first_id, std::shared_ptr<CallbackLane> lane)
     : io_(io),
-      socket_(std::move(socket)),
+      outbox_(std::make_shared<Outbox>(io, std::move(socket), options.max_send_buffer)),
+      socket_(outbox_->socket()),
       timer_(io),
       linger_timer_(io),
       hold_timer_(io),
       hold_patience_(options.session.t6),
-      max_send_buffer_(options.max_send_buffer),
+      max_message_length_(options.max_message_length),
       lane_(std::move(lane)),
       peer_(peer_text(socket_)),
       framer_(options.max_message_length),
@@ -63,6 +62,9 @@ void Connection::start(ConnectionEvents events) {
     socket_.set_option(tcp::no_delay(true), ignored);
     // Set before anyone else knows the socket: from here on its state is only read until it is closed.
     socket_.non_blocking(true, ignored);
+    outbox_->start([weak = weak_from_this()](const char* reason) {
+        if (const auto self = weak.lock()) self->abandon(reason);
+    });
     up_ = true;
     Actions actions;
     {
@@ -100,8 +102,7 @@ bool Connection::read_some(std::size_t& taken) {
         return true;
     }
     if (error) {
-        go_down(error == asio::error::eof ? "closed by the peer" : error.message());
-        close_socket();
+        abandon(error == asio::error::eof ? "closed by the peer" : error.message());
         return false;
     }
     if (up_) take_in({buffer.data(), taken});
@@ -149,10 +150,7 @@ void Connection::handle(Message& message) {
 
 void Connection::perform(Actions& actions, Message* message) {
     bool sent = true;
-    if (!actions.send.empty()) {
-        const Lock lock(send_mutex_);
-        for (const Header& header : actions.send) sent = write(header, {}) && sent;
-    }
+    for (const Header& header : actions.send) sent = outbox_->write(header, {}) && sent;
     if (!actions.note.empty()) events_.log(actions.note);
     if (actions.selected) {
         events_.state_changed(SessionState::selected);
@@ -218,8 +216,7 @@ std::uint32_t Connection::send(std::uint8_t stream, std::uint8_t function, bool 
     }
     if (!header) return 0;
     if (arm) asio::post(io_, [self = shared_from_this()] { self->arm_timer(); });
-    const Lock lock(send_mutex_);
-    return write(*header, body) ? header->system : 0;
+    return outbox_->write(*header, body) ? header->system : 0;
 }
 
 bool Connection::reply(std::uint8_t stream, std::uint8_t function, std::string_view body,
@@ -229,13 +226,12 @@ bool Connection::reply(std::uint8_t stream, std::uint8_t function, std::string_v
         const Lock lock(session_mutex_);
         header = session_.send_reply(stream, function, system);
     }
-    const Lock lock(send_mutex_);
-    return header && write(*header, body);
+    return header && outbox_->write(*header, body);
 }
 
-bool Connection::stands() {
-    const Lock lock(send_mutex_);
-    return writable_;
+bool Connection::end_transaction(std::uint32_t id) {
+    const Lock lock(session_mutex_);
+    return session_.end_transaction(id);
 }
 
 void Connection::deselect() {
@@ -257,72 +253,6 @@ void Connection::post_perform(Actions actions) {
 std::uint32_t Connection::next_id() const {
     const Lock lock(session_mutex_);
     return session_.next_id();
-}
-
-/// Under the send mutex. Writes what the socket takes now and keeps the rest; false when the connection is
-/// lost.
-bool Connection::write(const Header& header, std::string_view body) {
-    if (!writable_) return false;
-    const HeaderBytes head = encode_header(header, body.size());
-    const std::size_t waiting = unsent_.size() - unsent_begin_;
-    std::size_t sent = 0;
-    if (waiting == 0) {
-        const std::array<asio::const_buffer, 2> buffers{asio::buffer(head),
-                                                        asio::buffer(body.data(), body.size())};
-        asio::error_code error;
-        sent = socket_.write_some(buffers, error);
-        if (error && !would_block(error)) {
-            writable_ = false;  // the reading side meets the same error behind what the peer still sent
-            return false;
-        }
-        if (error) sent = 0;
-    }
-    if (waiting > max_send_buffer_) {
-        writable_ = false;
-        asio::post(io_, [self = shared_from_this()] {
-            self->go_down("the peer does not read: send buffer full");
-            self->close_socket();
-        });
-        return false;
-    }
-    if (sent < head.size() + body.size()) keep_unsent({head.data(), head.size()}, body, sent);
-    return true;
-}
-
-void Connection::keep_unsent(std::string_view head, std::string_view body, std::size_t sent) {
-    if (unsent_begin_ > unsent_.size() / 2) {
-        unsent_.erase(0, unsent_begin_);
-        unsent_begin_ = 0;
-    }
-    if (sent < head.size()) unsent_.append(head.substr(sent));
-    unsent_.append(body.substr(sent > head.size() ? sent - head.size() : 0));
-    if (!std::exchange(waiting_writable_, true))
-        asio::post(io_, [self = shared_from_this()] { self->wait_writable(); });
-}
-
-void Connection::wait_writable() {
-    if (!socket_.is_open()) return;
-    socket_.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const asio::error_code& error) {
-        if (!error) self->on_writable();
-    });
-}
-
-void Connection::on_writable() {
-    Lock lock(send_mutex_);
-    asio::error_code error;
-    while (unsent_begin_ < unsent_.size() && !error)
-        unsent_begin_ += socket_.write_some(asio::buffer(unsent_) + unsent_begin_, error);
-    if (would_block(error)) {
-        lock.unlock();
-        return wait_writable();
-    }
-    unsent_begin_ = 0;
-    waiting_writable_ = false;
-    unsent_.clear();
-    if (unsent_.capacity() > kept_buffer) unsent_.shrink_to_fit();
-    if (error) writable_ = false;
-    lock.unlock();
-    if (!up_) shut_down_sending();
 }
 
 // ---- timers
@@ -371,6 +301,11 @@ void Connection::separate() {
     perform(actions, nullptr);
 }
 
+void Connection::abandon(const std::string& reason) {
+    go_down(reason);
+    close_socket();
+}
+
 /// Ends a connection whose socket still works.
 void Connection::fail(const std::string& reason) {
     if (!up_) return;
@@ -380,10 +315,8 @@ void Connection::fail(const std::string& reason) {
 
 void Connection::go_down(const std::string& reason) {
     if (!std::exchange(up_, false)) return;
-    {
-        const Lock lock(send_mutex_);
-        writable_ = false;  // first: a sender that the session refuses finds that nothing stands any more
-    }
+    framer_ = Framer(max_message_length_);  // what came of a message goes
+    outbox_->stop();  // first: a sender that the session refuses finds that nothing can be sent any more
     {
         const Lock lock(session_mutex_);
         session_.disconnected();
@@ -403,29 +336,14 @@ void Connection::linger() {
     linger_timer_.async_wait([self = shared_from_this()](const asio::error_code& error) {
         if (!error) self->close_socket();
     });
-    bool all_sent = false;
-    {
-        const Lock lock(send_mutex_);
-        all_sent = !waiting_writable_;
-    }
-    if (all_sent) shut_down_sending();
+    outbox_->finish();
     if (std::exchange(reading_held_, false)) wait_readable();
-}
-
-void Connection::shut_down_sending() {
-    asio::error_code ignored;
-    socket_.shutdown(tcp::socket::shutdown_send, ignored);
 }
 
 void Connection::close_socket() {
     if (!socket_.is_open()) return;
     linger_timer_.cancel();
-    {
-        const Lock lock(send_mutex_);
-        asio::error_code ignored;
-        socket_.close(ignored);
-        writable_ = false;
-    }
+    outbox_->close();
     events_.gone();
 }
 

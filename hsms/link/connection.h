@@ -15,6 +15,7 @@
 #include "hsms/core/session.h"
 #include "hsms/link/callback_lane.h"
 #include "hsms/link/link.h"
+#include "hsms/link/outbox.h"
 
 namespace hsms {
 
@@ -26,9 +27,9 @@ struct ConnectionEvents {
     std::function<void(std::string_view)> log;
 };
 
-/// Lives in a shared_ptr. Functions run on the I/O thread unless they say otherwise; two mutexes guard
-/// the session, and the socket with its send buffer, against senders on other threads. They are never held
-/// together: a peer may answer before a write has returned, and its answer must not wait for that.
+/// Lives in a shared_ptr. Functions run on the I/O thread unless they say otherwise; a mutex guards the
+/// session against senders on other threads, another one the outbox. They are never held together: a peer may
+/// answer before a write has returned, and its answer must not wait for that.
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
     Connection(asio::io_context& io, asio::ip::tcp::socket socket, const LinkOptions& options,
@@ -41,6 +42,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void resume();
     /// Separates when selected, flushes and closes.
     void separate();
+    /// Closes at once, for a reason that leaves nothing to be done on the connection.
+    void abandon(const std::string& reason);
 
     bool up() const { return up_; }
     const std::string& peer() const { return peer_; }
@@ -50,7 +53,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body);
     bool reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system);
     /// False from the moment on that nothing can be sent any more.
-    bool stands();
+    bool stands() { return outbox_->writable(); }
+    bool end_transaction(std::uint32_t id);
     void deselect();
     void linktest();
     std::uint32_t next_id() const;
@@ -66,11 +70,6 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void perform(Actions& actions, Message* message);
     void post_perform(Actions actions);
 
-    bool write(const Header& header, std::string_view body);
-    void keep_unsent(std::string_view head, std::string_view body, std::size_t sent);
-    void wait_writable();
-    void on_writable();
-
     void arm_timer();
     void on_timer();
     bool needs_arming() const;
@@ -80,16 +79,16 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void fail(const std::string& reason);
     void go_down(const std::string& reason);
     void linger();
-    void shut_down_sending();
     void close_socket();
 
     asio::io_context& io_;
-    asio::ip::tcp::socket socket_;
+    const std::shared_ptr<Outbox> outbox_;
+    asio::ip::tcp::socket& socket_;  // the outbox's
     asio::steady_timer timer_;
     asio::steady_timer linger_timer_;
     asio::steady_timer hold_timer_;
     const Milliseconds hold_patience_;
-    const std::size_t max_send_buffer_;
+    const std::size_t max_message_length_;
     const std::shared_ptr<CallbackLane> lane_;
     ConnectionEvents events_;
     std::string peer_;
@@ -101,12 +100,6 @@ class Connection : public std::enable_shared_from_this<Connection> {
     mutable std::mutex session_mutex_;
     Session session_;
     Time armed_until_ = Time::max();
-
-    std::mutex send_mutex_;
-    std::string unsent_;  // from unsent_begin_ on
-    std::size_t unsent_begin_ = 0;
-    bool writable_ = true;  // until the connection ends
-    bool waiting_writable_ = false;
 };
 
 }  // namespace hsms

@@ -9,81 +9,6 @@
 
 namespace hsms {
 
-namespace {
-
-/// The connection that is up (may be null), and what it runs on, kept alive for one call.
-struct Live {
-    std::shared_ptr<LinkCore> core;
-    std::shared_ptr<Connection> connection;  // goes first
-};
-
-}  // namespace
-
-class Link::Impl {
-  public:
-    Impl(LinkOptions options, LinkCallbacks callbacks)
-        : options_(std::move(options)),
-          callbacks_(std::make_shared<const LinkCallbacks>(std::move(callbacks))) {}
-
-    bool start() {
-        const std::lock_guard lock(mutex_);
-        if (core_) return false;
-        core_ = std::make_shared<LinkCore>(options_, callbacks_, last_lane_);
-        return core_->start();
-    }
-
-    /// Ends what was started and returns it.
-    std::shared_ptr<LinkCore> stop() {
-        auto core = this->core();
-        if (!core) return nullptr;
-        core->begin_stop();
-        if (!on_callback_thread()) core->wait_stopped();
-        reap_threads();
-        const std::lock_guard lock(mutex_);
-        if (core_ == core) {
-            options_.first_id = core->next_id();
-            last_lane_ = core->last_lane();
-            core_ = nullptr;
-        }
-        return core;
-    }
-
-    std::shared_ptr<LinkCore> core() const {
-        const std::lock_guard lock(mutex_);
-        return core_;
-    }
-
-    Live live() const {
-        auto running = core();
-        auto connection = running ? running->connection() : nullptr;
-        return {std::move(running), std::move(connection)};
-    }
-
-    bool on_callback_thread() const {
-        const CallbackLane* lane = CallbackLane::current();
-        return lane != nullptr && lane->belongs_to(*callbacks_);
-    }
-
-    std::uint16_t configured_port() const { return options_.port; }
-
-    std::uint32_t first_id() const {
-        const std::lock_guard lock(mutex_);
-        return options_.first_id;
-    }
-
-    void mute_last_lane() {
-        const std::lock_guard lock(mutex_);
-        if (last_lane_) last_lane_->mute();
-    }
-
-  private:
-    LinkOptions options_;
-    const std::shared_ptr<const LinkCallbacks> callbacks_;
-    mutable std::mutex mutex_;
-    std::shared_ptr<LinkCore> core_;
-    std::shared_ptr<CallbackLane> last_lane_;
-};
-
 bool is_address(const std::string& text) {
     asio::error_code error;
     asio::ip::make_address(text, error);
@@ -102,49 +27,87 @@ std::string_view to_text(LinkState state) {
 }
 
 Link::Link(LinkOptions options, LinkCallbacks callbacks)
-    : impl_(std::make_unique<Impl>(std::move(options), std::move(callbacks))) {}
+    : options_(std::move(options)), callbacks_(std::make_shared<const LinkCallbacks>(std::move(callbacks))) {}
 
 Link::~Link() {
-    if (const auto core = impl_->stop()) core->mute();
-    impl_->mute_last_lane();
+    if (const auto core = end()) core->mute();
+    if (last_lane_) last_lane_->mute();
+}
+
+std::shared_ptr<LinkCore> Link::core() const {
+    const std::lock_guard lock(mutex_);
+    return core_;
+}
+
+std::pair<std::shared_ptr<LinkCore>, std::shared_ptr<Connection>> Link::live() const {
+    auto running = core();
+    auto connection = running ? running->connection() : nullptr;
+    return {std::move(running), std::move(connection)};  // the connection goes first
+}
+
+bool Link::on_callback_thread() const {
+    const CallbackLane* lane = CallbackLane::current();
+    return lane != nullptr && lane->belongs_to(*callbacks_);
 }
 
 bool Link::start() {
-    return impl_->start();
+    const std::lock_guard lock(mutex_);
+    if (core_) return false;
+    core_ = std::make_shared<LinkCore>(options_, callbacks_, last_lane_);
+    const bool started = core_->start();
+    if (!core_->running()) core_ = nullptr;
+    return started;
 }
 
 void Link::stop() {
-    impl_->stop();
+    end();
+}
+
+/// Ends what was started and returns it.
+std::shared_ptr<LinkCore> Link::end() {
+    auto ending = core();
+    if (!ending) return nullptr;
+    ending->begin_stop();
+    if (!on_callback_thread()) ending->wait_stopped();
+    reap_threads();
+    const std::lock_guard lock(mutex_);
+    if (core_ == ending) {
+        options_.first_id = ending->next_id();
+        last_lane_ = ending->last_lane();
+        core_ = nullptr;
+    }
+    return ending;
 }
 
 LinkState Link::state() const {
-    const auto core = impl_->core();
+    const auto core = this->core();
     return core ? core->state() : LinkState::stopped;
 }
 
 std::uint16_t Link::port() const {
-    const auto core = impl_->core();
-    return core ? core->port() : impl_->configured_port();
+    const auto core = this->core();
+    return core ? core->port() : options_.port;
 }
 
 std::string Link::peer() const {
-    const auto core = impl_->core();
+    const auto core = this->core();
     return core ? core->peer() : std::string();
 }
 
 std::uint32_t Link::next_id() const {
-    const auto core = impl_->core();
-    return core ? core->next_id() : impl_->first_id();
+    if (const auto core = this->core()) return core->next_id();
+    const std::lock_guard lock(mutex_);
+    return options_.first_id;
 }
 
 std::uint32_t Link::send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body) {
-    const auto [core, connection] = impl_->live();
+    const auto [core, connection] = live();
     return connection ? connection->send(stream, function, wbit, body) : 0;
 }
 
 void Link::await_close() {
-    if (impl_->on_callback_thread()) return;
-    const auto [core, connection] = impl_->live();
+    if (on_callback_thread()) return;
+    const auto [core, connection] = live();
     if (!core) return;
     // The peer may be back before the close of its last connection was delivered.
     const bool stands = connection && connection->stands();
@@ -153,28 +116,33 @@ void Link::await_close() {
 }
 
 bool Link::await_selected(Milliseconds limit) {
-    const auto core = impl_->core();
-    return core && core->await_selected(impl_->on_callback_thread() ? Milliseconds(0) : limit);
+    const auto core = this->core();
+    return core && core->await_selected(on_callback_thread() ? Milliseconds(0) : limit);
 }
 
 bool Link::reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system) {
-    const auto [core, connection] = impl_->live();
+    const auto [core, connection] = live();
     if (!connection) return false;
     // The answer to a message of an earlier connection must not reach the peer of this one.
-    if (impl_->on_callback_thread() && CallbackLane::current() != connection->lane().get()) return false;
+    if (on_callback_thread() && CallbackLane::current() != connection->lane().get()) return false;
     return connection->reply(stream, function, body, system);
 }
 
+bool Link::end_transaction(std::uint32_t id) {
+    const auto [core, connection] = live();
+    return connection && connection->end_transaction(id);
+}
+
 void Link::deselect() {
-    if (const auto live = impl_->live(); live.connection) live.connection->deselect();
+    if (const auto [core, connection] = live(); connection) connection->deselect();
 }
 
 void Link::linktest() {
-    if (const auto live = impl_->live(); live.connection) live.connection->linktest();
+    if (const auto [core, connection] = live(); connection) connection->linktest();
 }
 
 void Link::separate() {
-    if (const auto core = impl_->core()) core->separate();
+    if (const auto core = this->core()) core->separate();
 }
 
 }  // namespace hsms

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hsms/core/header.h"
@@ -18,6 +20,9 @@ struct LinkOptions {
     /// Active: the address (or name) to connect to. Passive: one of this machine's own addresses is listened
     /// on; any other is the only peer let in (and all addresses are listened on); empty listens on 127.0.0.1.
     std::string address;
+    /// Passive: the address to listen on when `address` is the peer's, which it then is in any case. Empty:
+    /// all addresses, and binding tells whose `address` is.
+    std::string listen_address;
     std::uint16_t port =
         5000;  ///< passive: 0 takes any free port, the same one again when a link is re-created
     /// Passive: the addresses that may connect; empty for any. Everyone else is closed at once and logged.
@@ -42,6 +47,10 @@ struct LinkCallbacks {
     std::function<void(const Header&, std::string&& body)> on_message;
     std::function<void(std::uint32_t id)> on_reply_timeout;
 };
+
+class CallbackLane;
+class Connection;
+class LinkCore;
 
 enum class LinkState : std::uint8_t { stopped, listening, connecting, connected, selected };
 
@@ -88,6 +97,9 @@ class Link {
     /// Sends the secondary that answers primary `system`. False when not selected, and on the callback thread
     /// of a connection that is gone.
     bool reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system);
+    /// Ends the open primary `id` without a reply (the peer's S9 named it, say): on_reply_timeout does not
+    /// come for it. False when it is not open any more.
+    bool end_transaction(std::uint32_t id);
 
     /// Requests to the peer; each does nothing when there is no such connection.
     void deselect();
@@ -96,8 +108,17 @@ class Link {
     void separate();
 
   private:
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    std::shared_ptr<LinkCore> core() const;
+    /// The connection that is up (may be null), and what it runs on, kept alive for one call.
+    std::pair<std::shared_ptr<LinkCore>, std::shared_ptr<Connection>> live() const;
+    std::shared_ptr<LinkCore> end();
+    bool on_callback_thread() const;
+
+    LinkOptions options_;
+    const std::shared_ptr<const LinkCallbacks> callbacks_;
+    mutable std::mutex mutex_;
+    std::shared_ptr<LinkCore> core_;  // while started
+    std::shared_ptr<CallbackLane> last_lane_;
 };
 
 }  // namespace hsms

@@ -1,8 +1,9 @@
 #include "hsms/link/link_core.h"
 
-#include <algorithm>
 #include <asio/post.hpp>
+#include <new>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "hsms/link/thread_reaper.h"
@@ -13,15 +14,12 @@ namespace {
 // How long callbacks go on after the close of their connection: then what is still queued is dropped, and a
 // callback that runs on is not waited for.
 constexpr Milliseconds callback_grace{500};
-// Pause after accepting failed (no descriptors, no memory).
-constexpr Milliseconds accept_pause{100};
+// Pause after work of the I/O thread failed (no memory).
+constexpr Milliseconds failure_pause{100};
 
 Time now() {
     return std::chrono::steady_clock::now();
 }
-
-/// The free port this process was given last: a link that is re-created with port 0 gets it again.
-std::atomic<std::uint16_t> last_free_port{0};
 
 }  // namespace
 
@@ -30,42 +28,77 @@ LinkCore::LinkCore(const LinkOptions& options, std::shared_ptr<const LinkCallbac
     : options_(options),
       callbacks_(std::move(callbacks)),
       work_(asio::make_work_guard(io_)),
-      acceptor_(io_),
+      listener_(io_, options_,
+                {.listening = [this] { state_ = LinkState::listening; },
+                 .accepted = [this](tcp::socket socket,
+                                    const asio::ip::address& peer) { on_accepted(std::move(socket), peer); },
+                 .log = [this](std::string_view line) { log(line); }}),
       retry_timer_(io_),
       watch_timer_(io_),
-      port_(options.port),
       last_lane_(predecessor),
       ended_lane_(std::move(predecessor)),
       next_id_(options.first_id) {}
 
 bool LinkCore::start() {
     bool started = true;
-    if (options_.session.role == Role::passive) {
-        started = listen();
-        asio::post(io_, [this, started] { started ? accept() : retry_listening(); });
-    } else {
+    if (passive())
+        started = listener_.listen();
+    else
         state_ = LinkState::connecting;
-        asio::post(io_, [this] { connect(); });
-    }
+    asio::post(io_, [this] { take_up(); });
     running_ = true;
     try {
         spawn_thread([self = shared_from_this()] { self->run(); });
     } catch (const std::system_error& error) {  // no thread left
         running_ = false;
+        state_ = LinkState::stopped;
+        listener_.close();  // or peers would be connected and never answered
         log(std::string("cannot start the I/O thread: ") + error.what());
         return false;
     }
     return started;
 }
 
+bool LinkCore::running() const {
+    const std::lock_guard lock(mutex_);
+    return running_;
+}
+
+/// What fails on this thread (memory, mostly) ends the connection that is up and nothing else.
 void LinkCore::run() {
-    io_.run();
+    for (const char* failure = nullptr; !io_.stopped();) {
+        try {
+            if (failure != nullptr) recover(std::exchange(failure, nullptr));
+            io_.run();
+        } catch (const std::bad_alloc&) {
+            failure = "out of memory";
+        } catch (const std::exception& error) {
+            log(std::string("the I/O thread goes on after an error: ") + error.what());
+            failure = "internal error";
+        }
+        if (failure != nullptr) std::this_thread::sleep_for(failure_pause);
+    }
     state_ = LinkState::stopped;
     {
         const std::lock_guard lock(mutex_);
         running_ = false;
     }
     changed_.notify_all();
+}
+
+void LinkCore::recover(const char* failure) {
+    if (const auto current = connection()) current->abandon(failure);
+    take_up();
+}
+
+/// Listens or connects, and watches what is ending.
+void LinkCore::take_up() {
+    if (stopping_) return end_if_done();
+    if (passive())
+        listener_.run();
+    else if (!connection())
+        connect();
+    if (!watched_.empty()) on_watch_timer();
 }
 
 bool LinkCore::await_selected(Milliseconds limit) {
@@ -77,8 +110,7 @@ bool LinkCore::await_selected(Milliseconds limit) {
 void LinkCore::begin_stop() {
     asio::post(io_, [this] {
         if (std::exchange(stopping_, true)) return;
-        ErrorCode ignored;
-        acceptor_.close(ignored);
+        listener_.close();
         connecting_ = nullptr;
         retry_timer_.cancel();
         if (const auto current = connection()) current->separate();
@@ -130,114 +162,24 @@ std::uint32_t LinkCore::next_id() const {
 }
 
 void LinkCore::log(std::string_view line) const {
-    if (options_.log) options_.log(line);
-}
-
-// ---- listening
-
-bool LinkCore::listen() {
-    ErrorCode error;
-    const std::string text = options_.address.empty() ? "127.0.0.1" : options_.address;
-    const auto address = asio::ip::make_address(text == "localhost" ? "127.0.0.1" : text, error);
-    if (!error && listen_on(address, error)) {
-        state_ = LinkState::listening;
-        log("listening on " + acceptor_.local_endpoint(error).address().to_string() + " port " +
-            std::to_string(port_) + (only_peer_ ? " for " + text : ""));
-        return true;
+    if (!options_.log) return;
+    try {
+        options_.log(line);
+    } catch (const std::bad_alloc&) {  // a line is lost, nothing else
     }
-    log("cannot listen on " + text + " port " + std::to_string(options_.port) + ": " + error.message());
-    return false;
 }
 
-/// An address that is none of this machine's is the peer's.
-bool LinkCore::listen_on(const asio::ip::address& address, ErrorCode& error) {
-    only_peer_.reset();
-    if (bind_and_listen({address, options_.port}, error)) return true;
-    if (error != std::errc::address_not_available && error != std::errc::address_family_not_supported)
-        return false;
-    only_peer_ = address;
-    const auto all = address.is_v6() ? asio::ip::address(asio::ip::address_v6::any())
-                                     : asio::ip::address(asio::ip::address_v4::any());
-    return bind_and_listen({all, options_.port}, error);
-}
+// ---- a connection comes
 
-bool LinkCore::bind_and_listen(const tcp::endpoint& endpoint, ErrorCode& error) {
-    const auto attempt = [&](std::uint16_t port) {
-        ErrorCode ignored;
-        acceptor_.close(ignored);
-        error.clear();
-        acceptor_.open(endpoint.protocol(), error);
-        if (!error) acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
-        if (!error) acceptor_.bind({endpoint.address(), port}, error);
-        if (!error) acceptor_.listen(tcp::acceptor::max_listen_connections, error);
-        if (error) acceptor_.close(ignored);
-        return !error;
-    };
-    const bool any_port = endpoint.port() == 0;
-    const std::uint16_t known_port = last_free_port;
-    const bool bound = (any_port && known_port != 0 && attempt(known_port)) || attempt(endpoint.port());
-    if (!bound) return false;
-    port_ = acceptor_.local_endpoint(error).port();
-    if (any_port) last_free_port = port_.load();
-    return true;
-}
-
-void LinkCore::retry_listening() {
-    if (stopping_) return;
-    retry_timer_.expires_after(options_.t5);
-    retry_timer_.async_wait([this](const ErrorCode& error) {
-        if (error || stopping_) return;
-        listen() ? accept() : retry_listening();
-    });
-}
-
-void LinkCore::accept() {
-    if (stopping_) return;
-    acceptor_.async_accept([this](const ErrorCode& error, tcp::socket socket) {
-        if (stopping_ || error == asio::error::operation_aborted) return;
-        if (error) return accept_later(error);
-        accept_error_logged_ = false;
-        on_accepted(std::move(socket));
-        accept();
-    });
-}
-
-void LinkCore::accept_later(const ErrorCode& error) {
-    if (!std::exchange(accept_error_logged_, true)) log("cannot accept a connection: " + error.message());
-    retry_timer_.expires_after(accept_pause);
-    retry_timer_.async_wait([this](const ErrorCode& timer_error) {
-        if (!timer_error) accept();
-    });
-}
-
-bool LinkCore::may_connect(const asio::ip::address& address) const {
-    const auto is_it = [&](const std::string& text) {
-        ErrorCode error;
-        return asio::ip::make_address(text, error) == address && !error;
-    };
-    return options_.allowed_peers.empty() ||
-           std::any_of(options_.allowed_peers.begin(), options_.allowed_peers.end(), is_it);
-}
-
-void LinkCore::on_accepted(tcp::socket socket) {
-    ErrorCode error;
-    const auto address = socket.remote_endpoint(error).address();
-    if (error) return;  // gone again
-    if (only_peer_ && address != *only_peer_) {
-        log("connection from " + address.to_string() + " refused: not the peer");
-        return;
+void LinkCore::on_accepted(tcp::socket socket, const asio::ip::address& peer) {
+    try {
+        // A peer that closed and came back at once is not to be refused because of its own predecessor.
+        if (const auto current = connection()) current->drain();
+        if (connection()) return listener_.refuse(peer, "one is up");
+        adopt(std::move(socket));
+    } catch (const std::exception& error) {
+        log("connection from " + peer.to_string() + " closed: " + error.what());
     }
-    if (!may_connect(address)) {
-        log("connection from " + address.to_string() + " refused: not an allowed address");
-        return;
-    }
-    // A peer that closed and came back at once is not to be refused because of its own predecessor.
-    if (const auto current = connection()) current->drain();
-    if (connection()) {
-        log("connection from " + address.to_string() + " refused: one is up");
-        return;
-    }
-    adopt(std::move(socket));
 }
 
 // ---- connecting
@@ -291,6 +233,11 @@ void LinkCore::adopt(tcp::socket socket) {
             asio::post(core->io_, [running = core.get()] { running->on_lane_progress(); });
     };
     auto lane = std::make_shared<CallbackLane>(callbacks_, last_lane(), std::move(progress));
+    try {
+        lane->start();
+    } catch (const std::system_error& error) {
+        return log(std::string("connection closed: cannot start its callback thread: ") + error.what());
+    }
     auto connection = std::make_shared<Connection>(io_, std::move(socket), options_, next_id_, lane);
     connections_.insert(connection);
     {
@@ -330,12 +277,11 @@ void LinkCore::on_down(Connection& connection) {
         ended_lane_ = connection.lane();
         current_ = nullptr;
     }
-    const bool passive = options_.session.role == Role::passive;
-    state_ = passive ? LinkState::listening : LinkState::connecting;
+    state_ = passive() ? LinkState::listening : LinkState::connecting;
     if (stopping_) connection.lane()->drop_queued();
     watch(connection.lane());
     // Active: the retry timer of the attempt that led here may still run; it connects then.
-    if (!passive && retry_timer_.expiry() <= now()) connect();
+    if (!passive() && retry_timer_.expiry() <= now()) connect();
 }
 
 void LinkCore::on_gone(const std::shared_ptr<Connection>& connection) {
@@ -354,7 +300,11 @@ void LinkCore::on_watch_timer() {
         Watched watched = std::move(watched_.front());
         watched_.pop_front();
         watched.lane->drop_queued();
-        watched.lane->take_over(watched.callback);
+        try {
+            watched.lane->take_over(watched.callback);
+        } catch (const std::system_error& error) {
+            log(std::string("cannot start a thread for the close behind a stuck callback: ") + error.what());
+        }
         if (!watched.lane->closed_delivered()) {
             watched.callback = watched.lane->current_callback();
             watched.until = now() + callback_grace;

@@ -11,12 +11,12 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <set>
 #include <string>
 
 #include "hsms/link/connection.h"
 #include "hsms/link/link.h"
+#include "hsms/link/listener.h"
 
 namespace hsms {
 
@@ -27,7 +27,10 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
              std::shared_ptr<CallbackLane> predecessor);
 
     // Any thread.
+    /// False when the address cannot be listened on now (it is tried again), and when there is no thread.
     bool start();
+    /// Between a start that found a thread and the end.
+    bool running() const;
     /// Begins the end: closes everything; the I/O thread ends once all on_closed are delivered.
     void begin_stop();
     void wait_stopped();
@@ -43,7 +46,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     LinkState state() const { return state_.load(); }
     /// Waits until a connection is selected; false when none is within `limit` or the link has ended.
     bool await_selected(Milliseconds limit);
-    std::uint16_t port() const { return port_.load(); }
+    std::uint16_t port() const { return listener_.port(); }
     std::string peer() const;
     std::uint32_t next_id() const;
 
@@ -52,17 +55,12 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     using ErrorCode = asio::error_code;
 
     void run();
+    void recover(const char* failure);
+    void take_up();
     void log(std::string_view line) const;
+    bool passive() const { return options_.session.role == Role::passive; }
 
-    bool listen();
-    bool listen_on(const asio::ip::address& address, ErrorCode& error);
-    bool bind_and_listen(const tcp::endpoint& endpoint, ErrorCode& error);
-    void retry_listening();
-    void accept();
-    void on_accepted(tcp::socket socket);
-    void accept_later(const ErrorCode& error);
-
-    bool may_connect(const asio::ip::address& address) const;
+    void on_accepted(tcp::socket socket, const asio::ip::address& peer);
     void connect();
     tcp::endpoint resolve(ErrorCode& error) const;
     void on_connected(tcp::socket socket, const ErrorCode& error);
@@ -85,19 +83,16 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     const std::shared_ptr<const LinkCallbacks> callbacks_;
     asio::io_context io_;
     asio::executor_work_guard<asio::io_context::executor_type> work_;
-    tcp::acceptor acceptor_;
+    Listener listener_;
     std::shared_ptr<tcp::socket> connecting_;  // the attempt under way
     asio::steady_timer retry_timer_;
     asio::steady_timer watch_timer_;
-    std::optional<asio::ip::address> only_peer_;
     std::set<std::shared_ptr<Connection>> connections_;  // sockets that are open, lingering ones included
     std::deque<Watched> watched_;                        // closing lanes, in order of `until`
-    bool accept_error_logged_ = false;
     bool connect_error_logged_ = false;
     bool stopping_ = false;
 
     std::atomic<LinkState> state_{LinkState::stopped};
-    std::atomic<std::uint16_t> port_{0};
     std::atomic<bool> muted_{false};
     mutable std::mutex mutex_;         // what follows
     std::condition_variable changed_;  // selected, or not running any more

@@ -19,12 +19,13 @@ class Reaper {
     void spawn(std::function<void()> body) {
         reap();
         const std::lock_guard lock(mutex_);
-        auto done = std::make_shared<std::atomic<bool>>(false);
-        std::thread thread([body = std::move(body), done]() mutable {
+        std::list<Entry> started(1);  // first, since a thread that runs must find its place
+        Entry& entry = started.front();
+        entry.thread = std::thread([body = std::move(body), done = entry.done]() mutable {
             std::exchange(body, nullptr)();
             done->store(true);
         });
-        threads_.push_back({std::move(thread), std::move(done)});
+        threads_.splice(threads_.end(), started);
     }
 
     /// Joins what has ended; false when threads are left.
@@ -56,7 +57,7 @@ class Reaper {
   private:
     struct Entry {
         std::thread thread;
-        std::shared_ptr<std::atomic<bool>> done;
+        std::shared_ptr<std::atomic<bool>> done = std::make_shared<std::atomic<bool>>(false);
     };
     std::mutex mutex_;
     std::list<Entry> threads_;
