@@ -46,10 +46,14 @@ Logs::~Logs() {
     sim::set_system_log_sink(nullptr);
 }
 
-void Logs::flush() {
-    hsms::flush_online_log();
-    system_.flush();
-    if (calls_) calls_->flush();
+std::string Logs::flush() {
+    std::string problem = hsms::flush_online_log();
+    for (hsms::LogFile* const log : {&system_, calls_.get()}) {
+        if (log == nullptr) continue;
+        const std::string its_own = log->flush();
+        if (problem.empty()) problem = its_own;
+    }
+    return problem;
 }
 
 }  // namespace equipment

@@ -19,8 +19,8 @@ class Logs {
     Logs(const Logs&) = delete;
     Logs& operator=(const Logs&) = delete;
 
-    /// Returns once all that was logged so far is in the files.
-    void flush();
+    /// Returns once all that was logged so far is in the files, or was given up: then a line that says why.
+    std::string flush();
 
   private:
     hsms::LogFile system_;

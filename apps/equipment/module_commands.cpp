@@ -54,8 +54,9 @@ std::string run_link(Context&, std::string_view) {
 }
 
 std::string run_flush(Context& context, std::string_view) {
-    context.logs.flush();
+    const std::string problem = context.logs.flush();
     sim::flush_console();
+    if (!problem.empty()) throw Refusal(problem);
     return "ok";
 }
 

@@ -36,7 +36,8 @@ struct LinkStatus {
 /// Of the link that was created last and still exists. Any thread.
 LinkStatus link_status();
 
-/// Returns once all that OnlineLog took so far is in the file.
-void flush_online_log();
+/// Returns once all that OnlineLog took so far is in the file, or was given up: then a line that says why,
+/// else an empty text.
+std::string flush_online_log();
 
 }  // namespace hsms

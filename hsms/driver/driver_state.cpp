@@ -79,8 +79,9 @@ void set_driver_options(DriverOptions options) {
     // The earlier log, if any, is written and closed here.
 }
 
-void flush_online_log() {
-    if (const auto log = current_log()) log->flush();
+std::string flush_online_log() {
+    const auto log = current_log();
+    return log ? log->flush() : std::string();
 }
 
 std::size_t max_message_length() {
@@ -109,6 +110,7 @@ namespace Talwen {
 void OnlineLog(const char* format, ...) {
     const auto log = hsms::current_log();
     if (!log || format == nullptr) return;
+    constexpr std::size_t kept_size = std::size_t{64} << 10U;
     thread_local std::string text(1024, '\0');
     std::va_list arguments;
     va_start(arguments, format);
@@ -122,6 +124,7 @@ void OnlineLog(const char* format, ...) {
     }
     va_end(again);
     if (length >= 0) hsms::log_entry(*log, {text.data(), static_cast<std::size_t>(length)});
+    if (text.size() > kept_size) std::string(1024, '\0').swap(text);
 }
 
 void OnlineLog(std::string& text) {

@@ -23,25 +23,27 @@ struct LogFileOptions {
 /// A rotating log file. Any thread may call any function. Texts are bytes and pass unchanged.
 ///
 /// An entry is the line `YYYY-MM-DD hh:mm:ss.mmm` (local time), the text from the next line on, and a
-/// newline.
+/// newline. Entries that a full disk or a missing folder keeps out of the file are lost; once it can be
+/// written again an entry says how many, each time. A file that was moved or removed is made anew with the
+/// next batch.
 class LogFile {
   public:
-    /// Makes the file; one that cannot be made is tried again with each batch.
+    /// Makes the file; one that cannot be made is tried again with each batch. std::system_error when there
+    /// is no thread for the writer.
     explicit LogFile(LogFileOptions options);
     /// Writes all that was logged.
     ~LogFile();
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
 
-    /// Appends an entry with the current time; in the file within about 50 ms. Never fails: what a full disk
-    /// or a missing folder keeps out of the file is counted, and reported once on standard error.
+    /// Appends an entry with the current time; in the file within about 50 ms. Never fails: what cannot be
+    /// written is reported on standard error, once until it can be written again.
     void entry(std::string_view text);
     /// Appends the text and a newline, without the time line.
     void line(std::string_view text);
-    /// Returns once all that was logged so far is in the file, or was given up.
-    void flush();
-    /// Bytes that could not be written.
-    std::uint64_t lost_bytes() const;
+    /// Returns once all that was logged so far is in the file, or was given up: then a line that says why,
+    /// else an empty text.
+    std::string flush();
 
   private:
     class Impl;

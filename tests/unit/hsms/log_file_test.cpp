@@ -1,8 +1,11 @@
 #include "hsms/log/log_file.h"
 
 #include <algorithm>
+#include <csignal>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -63,17 +66,78 @@ TEST(LogFile, LosesNothingUnderManyWriters) {
 TEST(LogFile, SurvivesAFileThatCannotBeWritten) {
     const support::TempFolder folder;
     folder.put("file", "in the way");
-    for (const std::string& path : {(folder.path() / "file" / "a.log").string(), std::string("/dev/full")}) {
+    for (const auto& [path, why] : {std::pair((folder.path() / "file" / "a.log").string(), "Not a directory"),
+                                    {"/dev/full", "No space left on device"}}) {
         testing::internal::CaptureStderr();
         {
             LogFile log({.path = path, .buffer_bytes = 1000});
             for (int i = 0; i < 100; ++i) log.line(std::string(99, 'x'));
-            log.flush();
-            EXPECT_EQ(log.lost_bytes(), 10'000U) << path;
+            EXPECT_EQ(log.flush(), path + ": " + why);
         }
         const std::string said = testing::internal::GetCapturedStderr();
         EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
     }
+}
+
+/// While it lives no file grows beyond `size`: a disk that is full.
+class FullDisk {
+  public:
+    explicit FullDisk(std::size_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &usual_);
+        const rlimit full{size, usual_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+    }
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &usual_);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+  private:
+    void (*handler_)(int);
+    rlimit usual_{};
+};
+
+TEST(LogFile, SaysWhatAFullDiskHasLost) {
+    const support::TempFolder folder;
+    LogFile log({.path = folder.path() / "a.log"});
+    const auto fill = [&](std::size_t size, bool timed) {
+        const FullDisk full(size);
+        for (const char* text : {"second", "third"}) timed ? log.entry(text) : log.line(text);
+        EXPECT_NE(log.flush(), "");
+    };
+    log.line("first");
+    EXPECT_EQ(log.flush(), "");
+    fill(9, false);
+    EXPECT_EQ(folder.read("a.log"), "first\nsec");
+    log.line("after");
+    EXPECT_EQ(log.flush(), "");
+    const std::string before = "first\nsec\n2 entries lost: File too large\nafter\n";
+    EXPECT_EQ(folder.read("a.log"), before);
+    fill(before.size() + 24 + 7, true);  // one goes in
+    log.entry("again");
+    EXPECT_EQ(log.flush(), "");
+    EXPECT_EQ(without_times(folder.read("a.log")),
+              before + "TIME\nsecond\nTIME\n1 entry lost: File too large\nTIME\nagain\n");
+}
+
+TEST(LogFile, IsMadeAnewWhenItWasMovedOrRemoved) {
+    const support::TempFolder folder;
+    const auto path = folder.path() / "log" / "a.log";
+    LogFile log({.path = path});
+    for (const bool removed : {false, true}) {
+        log.line("before");
+        log.flush();
+        if (removed)
+            std::filesystem::remove_all(path.parent_path());
+        else
+            std::filesystem::rename(path, folder.path() / "moved.log");
+        EXPECT_EQ(log.flush(), "");
+        EXPECT_TRUE(std::filesystem::exists(path));
+        log.line("after");
+        EXPECT_EQ(log.flush(), "");
+        EXPECT_EQ(folder.read("log/a.log"), "after\n");
+    }
+    EXPECT_EQ(folder.read("moved.log"), "before\n");
 }
 
 }  // namespace
