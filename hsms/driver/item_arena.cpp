@@ -8,13 +8,15 @@ namespace {
 
 constexpr std::size_t first_block = std::size_t{16} << 10U;
 constexpr std::size_t largest_block = std::size_t{4} << 20U;
-// After so many messages, blocks that none of them needed are given back.
+// After so many messages, blocks that none of them needed are given back; what is beyond the most that is
+// kept, after each.
 constexpr std::size_t resets_per_review = 64;
+constexpr std::size_t most_kept = std::size_t{8} << 20U;
 
 }  // namespace
 
 void ItemArena::next_block(std::size_t size) {
-    // A kept block that is too small for this piece stays unused behind the one that is put in front of it.
+    // A kept block that is too small for this piece stays unused after the one that is put in front of it.
     if (used_blocks_ == blocks_.size() || blocks_[used_blocks_].size < size) {
         const std::size_t grown =
             used_blocks_ == 0 ? first_block : std::min(blocks_[used_blocks_ - 1].size * 2, largest_block);
@@ -28,7 +30,8 @@ void ItemArena::next_block(std::size_t size) {
 }
 
 void ItemArena::reset() {
-    most_blocks_ = std::max(most_blocks_, used_blocks_);
+    for (std::size_t size = capacity(); size > most_kept; blocks_.pop_back()) size -= blocks_.back().size;
+    most_blocks_ = std::max(most_blocks_, std::min(used_blocks_, blocks_.size()));
     if (++resets_ == resets_per_review) {
         if (blocks_.size() > most_blocks_) blocks_.resize(std::max<std::size_t>(most_blocks_, 1));
         most_blocks_ = resets_ = 0;

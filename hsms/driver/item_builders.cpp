@@ -1,7 +1,7 @@
 // The driver interface's item functions: trees that the caller builds and owns.
 //
 // A node is one allocation; a list's array of children grows in powers of two, so that its capacity follows
-// from its count; text and bytes that do not fit the value area (with a NUL behind them) have an allocation
+// from its count; text and bytes that do not fit the value area (with a NUL after them) have an allocation
 // of their own.
 #include <algorithm>
 #include <bit>

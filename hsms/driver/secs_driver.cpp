@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -17,12 +18,16 @@
 #include "hsms/driver/secs_item_codec.h"
 #include "hsms/link/link.h"
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 namespace Talwen {
 namespace {
 
 using hsms::Link;
 
-/// What stands behind one handle.
+/// What a handle names.
 struct DriverLink {
     explicit DriverLink(const __secs_sets& sets) : settings(sets) {}
 
@@ -36,7 +41,7 @@ struct DriverLink {
     }
 };
 
-/// Handles are numbers that are never given twice, so that a stale one is told from a live one.
+/// Handles are numbers that are never given twice, so that a stale one is not taken for a live one.
 class Registry {
   public:
     void* add(const __secs_sets& settings) {
@@ -85,6 +90,27 @@ hsms::Milliseconds time_of(std::uint32_t milliseconds) {
     return hsms::Milliseconds(std::max(milliseconds, std::uint32_t{1}));
 }
 
+/// Says which settings are outside of what SEMI E37 allows, and what is used. They come as the settings file
+/// has them; a number too wide for its field was cut before it came here.
+void note_settings(const __secs_sets& sets) {
+    const struct {
+        const char* name;
+        std::uint32_t value;
+        std::uint32_t low, high;
+        const char* unit;
+    } rows[] = {
+        {"T3", sets.t3, 1000, 120'000, " ms"}, {"T5", sets.t5, 1000, 240'000, " ms"},
+        {"T6", sets.t6, 1000, 240'000, " ms"}, {"T7", sets.t7, 1000, 240'000, " ms"},
+        {"T8", sets.t8, 1000, 120'000, " ms"}, {"device id", sets.device_id, 0, 32'767, ""},
+    };
+    for (const auto& row : rows) {
+        if (row.value >= row.low && row.value <= row.high) continue;
+        const std::uint32_t used = std::max(row.value, std::min(row.low, 1U));
+        OnlineLog("HSMS %s is %u%s, SEMI E37 has %u to %u; %u%s is used", row.name, row.value, row.unit,
+                  row.low, row.high, used, row.unit);
+    }
+}
+
 hsms::LinkOptions link_options(const __secs_sets& sets, const char* ip, std::uint16_t port) {
     hsms::LinkOptions options;
     options.session.role = sets.conn_mode == 0 ? hsms::Role::passive : hsms::Role::active;
@@ -108,6 +134,17 @@ hsms::LinkOptions link_options(const __secs_sets& sets, const char* ip, std::uin
     return options;
 }
 
+// After a message with more bytes than this, freed memory goes back to the system.
+constexpr std::size_t large_body = std::size_t{1} << 20U;
+
+/// A tree has as many nodes as its body has bytes, and what the module made of them is freed piece by piece:
+/// the heap would keep it for the process.
+void give_back_memory() {
+#if defined(__GLIBC__)
+    malloc_trim(0);
+#endif
+}
+
 /// Runs a callback of the module; what leaves it ends here, with one line.
 template <class Callback>
 void guarded(const char* name, Callback callback) {
@@ -126,7 +163,10 @@ void deliver(void* handle, const __secs_sets& sets, const hsms::Header& header, 
         sets.on_recv(handle, header.session_id, header.system, header.stream(), header.function(),
                      body.data(), body.size(), header.wbit());
     });
+    const bool large = body.size() > large_body;
+    std::string().swap(body);
     hsms::reset_item_arena();
+    if (large) give_back_memory();
 }
 
 hsms::LinkCallbacks link_callbacks(void* handle, const __secs_sets& sets) {
@@ -153,6 +193,7 @@ bool connect(void* handle, const char* ip, std::uint16_t port) {
     if (!found) return false;
     const std::lock_guard lock(found->mutex);
     if (found->link) return false;
+    note_settings(found->settings);
     found->link = std::make_shared<Link>(link_options(found->settings, ip, port),
                                          link_callbacks(handle, found->settings));
     return found->link->start();
@@ -171,15 +212,24 @@ void disconnect(void* handle) {
     next_message_id = link->next_id();
 }
 
-/// The encoded body, in a buffer of the calling thread; null when it cannot be encoded.
-const std::string* encode(const _SECS_ITEM* body) {
+/// Hands the encoded body to `send` and returns its result; 0 with a line in the log when there is no body to
+/// send.
+template <class Send>
+unsigned long send_encoded(const _SECS_ITEM* body, Send send) {
     constexpr std::size_t kept_bytes = std::size_t{1} << 20U;
     thread_local std::string bytes;
+    unsigned long result = 0;
+    try {
+        bytes.clear();
+        if (body == nullptr || hsms::encode_secs_item(*body, bytes))
+            result = send(bytes);
+        else
+            OnlineLog("message body that cannot be encoded was not sent");
+    } catch (const std::bad_alloc&) {
+        OnlineLog("message not sent: out of memory");
+    }
     if (bytes.capacity() > kept_bytes) std::string().swap(bytes);
-    bytes.clear();
-    if (body == nullptr || hsms::encode_secs_item(*body, bytes)) return &bytes;
-    OnlineLog("message body that cannot be encoded was not sent");
-    return nullptr;
+    return result;
 }
 
 // ---- journal: NAME argument ... = result, bodies in hex
@@ -213,7 +263,7 @@ std::string settings_text(const __secs_sets& sets) {
            field("link_test", sets.link_test);
 }
 
-// Journal lines are written before the operation takes effect, so that what it causes stands behind it.
+// Journal lines are written before the operation takes effect, so that what it causes comes after it.
 void journal_message(const char* name, void* handle, unsigned stream, unsigned function,
                      const _SECS_ITEM* body, unsigned long reply_expected,
                      const unsigned long* msgid = nullptr) {
@@ -254,8 +304,8 @@ void SecsDestroy(void* handle) {
 
 namespace {
 
-/// The connection has ended, and the sender may not have been told yet: going on at once it would lose
-/// message after message. So it is told first; and when the host is back soon, the message still goes out.
+/// The connection has ended, and the sender may not know it yet: going on at once it would lose
+/// message after message. So it learns it first; and when the host is back soon, the message still goes out.
 /// Nothing of it was sent before.
 unsigned long send_to_the_next(hsms::Link& link, unsigned char stream, unsigned char function, bool wbit,
                                const std::string& body) {
@@ -277,22 +327,23 @@ unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned c
                                   _SECS_ITEM* body, unsigned long reply_expected) {
     journal_message("SecsSendMessageItem", handle, stream, function, body, reply_expected);
     const auto link = find_link(handle);
-    const std::string* bytes = link ? encode(body) : nullptr;
-    if (bytes == nullptr) return 0;
+    if (!link) return 0;
     const bool wbit = reply_expected != 0;
-    const unsigned long id = link->send(stream, function, wbit, *bytes);
-    return id != 0 ? id : send_to_the_next(*link, stream, function, wbit, *bytes);
+    return send_encoded(body, [&](const std::string& bytes) {
+        const unsigned long id = link->send(stream, function, wbit, bytes);
+        return id != 0 ? id : send_to_the_next(*link, stream, function, wbit, bytes);
+    });
 }
 
 /// The id of the primary when the reply was sent, whatever that id is; 0 when it was not.
 unsigned long SecsReplyMessageItem(void* handle, unsigned char stream, unsigned char function,
                                    _SECS_ITEM* body, unsigned long reply_expected, unsigned long msgid) {
     journal_message("SecsReplyMessageItem", handle, stream, function, body, reply_expected, &msgid);
-    unsigned long result = 0;
-    if (const auto link = find_link(handle))
-        if (const std::string* bytes = encode(body))
-            if (link->reply(stream, function, *bytes, static_cast<std::uint32_t>(msgid))) result = msgid;
-    return result;
+    const auto link = find_link(handle);
+    if (!link) return 0;
+    return send_encoded(body, [&](const std::string& bytes) {
+        return link->reply(stream, function, bytes, static_cast<std::uint32_t>(msgid)) ? msgid : 0;
+    });
 }
 
 }  // namespace Talwen

@@ -16,7 +16,7 @@ ItemArena& arena() {
     return instance;
 }
 
-/// Numbers stand in native order in a tree and big-endian on the wire: copies, turning each element round.
+/// Numbers are in native order in a tree and big-endian on the wire: copies, turning each element round.
 void copy_turned(char* to, const char* from, std::size_t length, std::size_t width) {
     if constexpr (std::endian::native == std::endian::big) {
         std::memcpy(to, from, length);
@@ -105,7 +105,6 @@ class TreeBuilder {
     explicit TreeBuilder(_SECS_ITEM& root) : root_(root), arena_(arena()) {}
 
     bool leaf(Format format, std::uint8_t width, const char* data, std::uint32_t length) {
-        if (++items_ > max_tree_items) return false;
         _SECS_ITEM& node = add(static_cast<unsigned char>(format));
         node.length = length;
         if (is_text_or_bytes(node.format))
@@ -116,7 +115,8 @@ class TreeBuilder {
     }
 
     bool open_list(std::uint32_t count) {
-        if (++items_ > max_tree_items) return false;
+        if (count > max_tree_items - items_) return false;
+        items_ += count;
         _SECS_ITEM& node = add(Talwen::SECS_FORMAT_L);
         if (count > 0)
             node.children = static_cast<_SECS_ITEM**>(arena_.allocate(count * sizeof(_SECS_ITEM*)));
@@ -178,7 +178,7 @@ class TreeBuilder {
     ItemArena& arena_;
     std::array<_SECS_ITEM*, max_item_depth> path_{};
     std::size_t depth_ = 0;
-    std::size_t items_ = 0;
+    std::size_t items_ = 1;  // the root, and what the lists so far have announced
 };
 
 }  // namespace

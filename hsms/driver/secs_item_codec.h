@@ -17,7 +17,7 @@ inline constexpr std::size_t max_tree_items = std::size_t{4} << 20U;
 /// item longer than max_item_length, or lists nested deeper than max_item_depth.
 bool encode_secs_item(const Talwen::_SECS_ITEM& root, std::string& out);
 
-/// Decodes a body into the caller's node. Children and long data stand in the calling thread's arena until
+/// Decodes a body into the caller's node. Children and long data live in the calling thread's arena until
 /// reset_item_arena(). On failure the node is empty (SECS_FORMAT_NONE).
 ///
 /// Numbers: `value` holds, in native order, the elements that fit; a longer array is whole through `data`.
@@ -26,7 +26,7 @@ DecodeResult decode_secs_item(std::string_view body, Talwen::_SECS_ITEM& root);
 /// Makes the node an empty one.
 void clear_secs_item(Talwen::_SECS_ITEM& item);
 
-/// Frees what decode_secs_item() has handed out on this thread. The driver does it behind every receive
+/// Frees what decode_secs_item() has handed out on this thread. The driver does it after every receive
 /// callback.
 void reset_item_arena();
 
