@@ -4,7 +4,7 @@
 //        +-----------+------+----------+----------+-------+-------+-------------+-------
 //        |  length   | sess.| W+stream | function | PType | SType | system bytes| body
 //        +-----------+------+----------+----------+-------+-------+-------------+-------
-//   length   bytes behind it: 10 + body
+//   length   bytes after it: 10 + body
 //   byte 6,7 data: W-bit (0x80) and stream, function; Select.rsp and Deselect.rsp: 0, status;
 //            Reject.req: the rejected message's PType or SType, reason; other control messages: 0, 0
 //   All numbers are big-endian.
@@ -69,7 +69,7 @@ using HeaderBytes = std::array<char, length_size + header_size>;
 
 /// Length field and header of a message whose body has `body_size` bytes.
 HeaderBytes encode_header(const Header& header, std::size_t body_size);
-/// The header in the 10 bytes from `from` (behind the length field).
+/// The header in the 10 bytes from `from` (after the length field).
 Header decode_header(const char* from);
 
 }  // namespace hsms

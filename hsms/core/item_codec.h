@@ -9,7 +9,7 @@
 
 namespace hsms {
 
-/// Decodes a body that is one item and nothing behind it. On failure the result says what is wrong and where,
+/// Decodes a body that is one item and nothing after it. On failure the result says what is wrong and where,
 /// and `out` is an empty list. An empty body (a header-only message) is `truncated`: callers look for it
 /// first.
 DecodeResult decode_item(std::string_view body, Item& out);

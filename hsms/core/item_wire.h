@@ -34,7 +34,7 @@ enum class DecodeError : std::uint8_t {
     partial_element,  ///< a length that is no multiple of the element width
     too_deep,         ///< lists nested deeper than max_item_depth
     too_many_items,   ///< more items than the reader's tree may hold
-    trailing_bytes,   ///< bytes behind the item
+    trailing_bytes,   ///< bytes after the item
 };
 
 /// What the error is, in words.
@@ -51,7 +51,7 @@ namespace detail {
 
 inline constexpr std::uint8_t no_format = 0xFF;
 
-/// Element width by format code (format byte / 4); no_format where there is none.
+/// Element width by format code (format byte / 4); no_format where the code has none.
 inline constexpr auto width_by_code = [] {
     std::array<std::uint8_t, 64> widths{};
     widths.fill(no_format);

@@ -66,7 +66,7 @@ class Session {
     /// Forgets every open transaction; says whether there was a connection.
     bool disconnected();
     Actions received(const Header& header, std::size_t body_size, Time now);
-    /// After each read: whether the stream stands inside a message (T8 runs).
+    /// After each read: whether the stream is inside a message (T8 runs).
     void inside_message(bool inside, Time now);
     /// While held the caller reads nothing, so none of its timers but T3 runs out.
     void hold(bool held, Time now);

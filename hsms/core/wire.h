@@ -1,4 +1,4 @@
-// Big-endian numbers as they stand on the wire.
+// Big-endian numbers as they are on the wire.
 #pragma once
 
 #include <cstddef>

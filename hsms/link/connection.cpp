@@ -190,7 +190,7 @@ void Connection::resume() {
     wait_readable();
 }
 
-/// While reading is held a peer that went away is not noticed. A callback that has not ended within T6 behind
+/// While reading is held a peer that went away is not noticed. A callback that has not ended within T6 with
 /// a full queue will not let it empty soon, so the connection ends.
 void Connection::watch_hold() {
     hold_timer_.expires_after(hold_patience_);

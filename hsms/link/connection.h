@@ -53,7 +53,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body);
     bool reply(std::uint8_t stream, std::uint8_t function, std::string_view body, std::uint32_t system);
     /// False from the moment on that nothing can be sent any more.
-    bool stands() { return outbox_->writable(); }
+    bool writable() { return outbox_->writable(); }
     bool end_transaction(std::uint32_t id);
     void deselect();
     void linktest();

@@ -110,8 +110,8 @@ void Link::await_close() {
     const auto [core, connection] = live();
     if (!core) return;
     // The peer may be back before the close of its last connection was delivered.
-    const bool stands = connection && connection->stands();
-    if (const auto lane = stands ? core->ended_lane() : core->last_lane())
+    const bool up = connection && connection->writable();
+    if (const auto lane = up ? core->ended_lane() : core->last_lane())
         lane->wait_closed_delivered(Milliseconds(2000));
 }
 

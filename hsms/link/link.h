@@ -41,7 +41,7 @@ struct LinkCallbacks {
     std::function<void()> on_selected;
     std::function<void()> on_deselected;
     /// Once for every connection that was accepted or made. Comes from another thread when a callback that
-    /// was running at the close has not returned 500 ms later; what was still queued behind it is dropped
+    /// was running at the close has not returned 500 ms later; what was still queued after it is dropped
     /// then.
     std::function<void()> on_closed;
     std::function<void(const Header&, std::string&& body)> on_message;
@@ -89,7 +89,7 @@ class Link {
     /// reply came within T3.
     std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit, std::string_view body);
     /// Returns once on_closed was delivered for the last connection that has ended, also when the next one
-    /// stands already (two seconds at the most); at once on a callback thread.
+    /// is up already (two seconds at the most); at once on a callback thread.
     void await_close();
     /// Waits until a connection is selected; false when none is within `limit`, and at once on a callback
     /// thread without one.

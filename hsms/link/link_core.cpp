@@ -303,7 +303,7 @@ void LinkCore::on_watch_timer() {
         try {
             watched.lane->take_over(watched.callback);
         } catch (const std::system_error& error) {
-            log(std::string("cannot start a thread for the close behind a stuck callback: ") + error.what());
+            log(std::string("cannot start a thread for the close after a stuck callback: ") + error.what());
         }
         if (!watched.lane->closed_delivered()) {
             watched.callback = watched.lane->current_callback();

@@ -33,7 +33,7 @@ bool Outbox::write(const Header& header, std::string_view body) {
         asio::error_code error;
         sent = socket_.write_some(buffers, error);
         if (error && !would_block(error)) {
-            writable_ = false;  // the reading side meets the same error behind what the peer still sent
+            writable_ = false;  // the reading side meets the same error after what the peer still sent
             return false;
         }
         if (error) sent = 0;

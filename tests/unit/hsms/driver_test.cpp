@@ -1,5 +1,8 @@
+#include <atomic>
 #include <cstring>
+#include <future>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 #include "fa/secs/secs_driver.h"
 #include "hsms/driver/driver_config.h"
@@ -14,9 +17,13 @@ using namespace Talwen;
 // Callbacks are plain functions: they write to the record of the test that runs.
 Record* record = nullptr;
 
+// How the receive callback leaves: 1 and 2 are exceptions.
+std::atomic<int> leaving{0};
+
 /// Records the message, answers a primary with its own body.
 unsigned long on_recv(void* handle, unsigned short device_id, unsigned long msgid, unsigned char stream,
                       unsigned char function, char* buffer, unsigned long length, bool reply_expected) {
+    const int how = leaving;
     _SECS_ITEM item;
     SecsInitItem(&item);
     SecsItemLoadBuffer(&item, buffer, static_cast<int>(length));
@@ -27,6 +34,8 @@ unsigned long on_recv(void* handle, unsigned short device_id, unsigned long msgi
         text += " reply " + std::to_string(SecsReplyMessageItem(
                                 handle, stream, static_cast<unsigned char>(function + 1), &item, 0, msgid));
     record->add(text);
+    if (how == 1) throw std::runtime_error("meant so");
+    if (how == 2) throw 5;
     return 0;
 }
 
@@ -123,6 +132,62 @@ TEST_F(Driver, IdsGoOnOverRecreatedLinksAndTimeOut) {
         record_.wait(3 * i);
         SecsDestroy(handle);
     }
+}
+
+TEST_F(Driver, SendsToTheNextConnectionWhatTheLastOneDidNotTake) {
+    DriverOptions options;
+    options.journal = [](std::string_view line) {
+        if (line.starts_with("SecsSend")) record->add("send");
+    };
+    set_driver_options(std::move(options));
+    connect();
+    Peer first(link_status().port);
+    first.select();
+    record_.wait(1);
+    first.close();
+    record_.wait(2);
+    auto sending =
+        std::async(std::launch::async, [&] { return SecsSendMessageItem(handle, 6, 11, nullptr, 1); });
+    record_.wait(3);
+    Peer next(link_status().port);
+    next.select();
+    const unsigned long id = sending.get();
+    EXPECT_GE(id, 101U);
+    EXPECT_EQ(next.receive(14),
+              "00 00 00 0A 00 03 86 0B 00 00 00 00 00 " + to_hex({std::string(1, static_cast<char>(id))}));
+    EXPECT_EQ(record_.wait(4), (Entries{"select", "close", "send", "select"}));
+}
+
+TEST_F(Driver, GoesOnAfterAnExceptionFromACallback) {
+    const support::TempFolder folder;
+    DriverOptions options;
+    options.online_log = folder.path() / "online.log";
+    set_driver_options(std::move(options));
+    sets.on_select = [](void*) {
+        record->add("select");
+        throw std::runtime_error("from select");
+    };
+    sets.device_id = 40000;
+    sets.t8 = 0;
+    connect();
+    Peer peer(link_status().port);
+    peer.select();
+    std::size_t count = 1;
+    for (const int how : {1, 2, 0}) {
+        record_.wait(count++);
+        leaving = how;
+        peer.send("00 00 00 0A 9C 40 01 02 00 00 00 00 00 07");
+    }
+    EXPECT_EQ(record_.wait(count).size(), count);
+    SecsDisconnect(handle);
+    flush_online_log();
+    const std::string log = without_times(folder.read("online.log"));
+    for (const char* line : {"HSMS T8 is 0 ms, SEMI E37 has 1000 to 120000; 1 ms is used",
+                             "HSMS device id is 40000, SEMI E37 has 0 to 32767; 40000 is used",
+                             "select callback left with an exception: from select",
+                             "receive callback left with an exception: meant so",
+                             "receive callback left with an exception of unknown type"})
+        EXPECT_NE(log.find(std::string("TIME\n") + line + "\n"), std::string::npos) << line;
 }
 
 TEST_F(Driver, LogsAndKeepsAJournal) {

@@ -1,12 +1,17 @@
 #include "hsms/link/link.h"
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <gtest/gtest.h>
 #include <optional>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <thread>
 
+#include "hsms/link/outbox.h"
 #include "peer.h"
 #include "tests/support/eventually.h"
 
@@ -59,65 +64,82 @@ class Links : public testing::Test {
     std::optional<Link> link;
 };
 
-TEST_F(Links, CarryMessagesBothWays) {
-    options.session.device_id = 5;
+TEST_F(Links, PassOnWhatEitherSideRequests) {
     const std::uint16_t port = start();
     EXPECT_FALSE(link->start());
-    EXPECT_EQ(link->state(), LinkState::listening);
-    Peer peer(port);
-    EXPECT_EQ(link->send(1, 1, true, ""), 0U);
-    peer.send(select_req);
-    EXPECT_EQ(peer.receive(14), select_rsp);
-    peer.send("00 00 00 0C 00 05 81 03 00 00 00 00 00 07 01 00");
-    EXPECT_EQ(record.wait(2), (Entries{"selected", "S1F3 01 00"}));
-    EXPECT_EQ(link->state(), LinkState::selected);
-    EXPECT_EQ(link->peer(), "127.0.0.1");
-    EXPECT_TRUE(link->reply(1, 4, bytes("01 00"), 7));
-    EXPECT_EQ(peer.receive(16), "00 00 00 0C 00 05 01 04 00 00 00 00 00 07 01 00");
-    EXPECT_EQ(link->send(6, 11, true, bytes("A5 01 02")), 101U);
-    EXPECT_EQ(peer.receive(17), "00 00 00 0D 00 05 86 0B 00 00 00 00 00 65 A5 01 02");
+    SelectedPeer peer(port);
+    record.wait(1);
+    link->linktest();
+    EXPECT_EQ(peer.receive(14), "00 00 00 0A FF FF 00 00 00 05 00 00 00 65");
+    peer.send("00 00 00 0A FF FF 00 00 00 06 00 00 00 65");
+    link->deselect();
+    EXPECT_EQ(peer.receive(14), "00 00 00 0A FF FF 00 00 00 03 00 00 00 66");
+    peer.send("00 00 00 0A FF FF 00 00 00 04 00 00 00 66");
+    EXPECT_EQ(record.wait(2).back(), "deselected");
+    EXPECT_EQ(link->state(), LinkState::connected);
+    peer.select();
     peer.send("00 00 00 0A FF FF 00 00 00 03 00 00 00 02");
     EXPECT_EQ(peer.receive(14), "00 00 00 0A FF FF 00 00 00 04 00 00 00 02");
-    EXPECT_EQ(record.wait(3).back(), "deselected");
-    EXPECT_EQ(link->state(), LinkState::connected);
-    peer.close();
-    EXPECT_EQ(record.wait(4).back(), "closed");
-    EXPECT_EQ(link->state(), LinkState::listening);
+    EXPECT_EQ(link->send(1, 1, true, ""), 0U);
+    peer.select();
+    link->separate();
+    EXPECT_EQ(peer.receive_to_end(), "00 00 00 0A FF FF 00 00 00 09 00 00 00 67");
+    EXPECT_EQ(record.wait(6),
+              (Entries{"selected", "deselected", "selected", "deselected", "selected", "closed"}));
+    const SelectedPeer again(port);
+    EXPECT_EQ(record.wait(7).back(), "selected");
 }
 
 TEST_F(Links, ReportRepliesThatDoNotCome) {
     options.session.t3 = Milliseconds(30);
     const SelectedPeer peer(start());
-    for (const bool wbit : {true, false, true}) link->send(1, 1, wbit, "");
-    EXPECT_EQ(record.wait(3), (Entries{"selected", "timeout 101", "timeout 103"}));
+    for (const bool wbit : {true, true, false, true}) link->send(1, 1, wbit, "");
+    EXPECT_TRUE(link->end_transaction(101));
+    EXPECT_EQ(record.wait(3), (Entries{"selected", "timeout 102", "timeout 104"}));
+    EXPECT_FALSE(link->end_transaction(102));
     EXPECT_EQ(link->state(), LinkState::selected);
 }
 
 TEST_F(Links, CloseABrokenOrSilentConnection) {
-    options.session.t7 = options.session.t8 = Milliseconds(40);
-    const std::uint16_t port = start();
-    const char* const rows[] = {
-        "",                                              // T7: never selects
-        "00 00 00 0A FF FF",                             // T8: stops inside a message
-        "00 00 00 09",                                   // length below 10
-        "7F FF FF FF",                                   // length above the limit
-        "00 00 00 0B FF FF 00 00 00 01 00 00 00 01 00",  // control message with a body
+    options.session.t8 = Milliseconds(40);
+    const struct {
+        bool select;
+        int t7;
+        const char *sent, *reason;
+    } rows[] = {
+        {false, 40, "", "T7: not selected in time"},
+        {true, 40, "00 00 00 0A FF FF", "T8: message broken off"},
+        {false, 60000, "00 00 00 0A FF FF", "T8: message broken off"},
+        {false, 60000, "00 00 00 09", "impossible message length 9"},
+        {false, 60000, "7F FF FF FF", "impossible message length 2147483647"},
+        {false, 60000, "00 00 00 0B FF FF 00 00 00 01 00 00 00 01 00",
+         "control message (SType 1) with a body of 1 bytes"},
     };
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        Peer peer(port);
-        peer.send(rows[i]);
-        EXPECT_EQ(peer.receive_to_end(), "") << rows[i];
-        EXPECT_EQ(record.wait(i + 1), Entries(i + 1, "closed")) << rows[i];
+    for (const auto& row : rows) {
+        const std::size_t before = record.wait(0).size();
+        options.session.t7 = Milliseconds(row.t7);
+        Peer peer(start());
+        if (row.select) peer.select();
+        peer.send(row.sent);
+        EXPECT_EQ(peer.receive_to_end(), "");
+        EXPECT_EQ(record.wait(before + 1 + (row.select ? 1 : 0)).back(), "closed") << row.reason;
+        EXPECT_EQ(log.wait(0).back(), std::string("connection with 127.0.0.1 closed: ") + row.reason);
     }
 }
 
 TEST_F(Links, RefuseASecondConnectionWithoutHarm) {
     SelectedPeer first(start());
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 13; ++i) {
         EXPECT_EQ(Peer(link->port()).receive_to_end(), "");
         first.send(linktest);
         EXPECT_EQ(first.receive(14), linktest_answer);
     }
+    link->separate();
+    record.wait(2);
+    link->stop();
+    const Entries lines = log.wait(0);
+    EXPECT_EQ(std::ranges::count(lines, "connection from 127.0.0.1 refused: one is up"), 10);
+    EXPECT_EQ(lines.back(), "3 more connections refused");
 }
 
 TEST_F(Links, LetAPeerInAgainAtOnceAndLeaveNothingBehind) {
@@ -191,13 +213,104 @@ TEST_F(Links, ConnectAndTryAgain) {
     EXPECT_EQ(record.wait(6), (Entries{"closed", "closed", "selected", "closed", "selected", "closed"}));
 }
 
-TEST_F(Links, LetOnlyAllowedAddressesIn) {
-    options.allowed_peers = {"192.0.2.7", "127.0.0.9"};
-    EXPECT_EQ(Peer(start()).receive_to_end(), "");
-    EXPECT_EQ(log.wait(2).at(1), "connection from 127.0.0.1 refused: not an allowed address");
-    options.allowed_peers = {"192.0.2.7", "127.0.0.1"};
-    const SelectedPeer peer(start());
+TEST_F(Links, LetOnlyTheirPeerIn) {
+    const Entries others{"192.0.2.7", "127.0.0.9"};
+    const struct {
+        const char *address, *listen_address;
+        Entries allowed;
+        const char *from, *refused;
+    } rows[] = {
+        {"", "", others, "127.0.0.1", "not an allowed address"},
+        {"localhost", "", {"192.0.2.7", "127.0.0.1"}, "127.0.0.1", ""},
+        {"192.0.2.1", "127.0.0.1", {}, "127.0.0.1", "not the peer"},  // no address of this machine
+        {"127.0.0.2", "127.0.0.1", {}, "127.0.0.1", "not the peer"},
+        {"127.0.0.2", "127.0.0.1", {}, "127.0.0.2", ""},
+        {"127.0.0.2", "127.0.0.1", others, "127.0.0.2", "not an allowed address"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.address) + " " + row.from + " " + row.refused);
+        const std::size_t before = log.wait(0).size();
+        options.address = row.address;
+        options.listen_address = row.listen_address;
+        options.allowed_peers = row.allowed;
+        Peer peer(start(), row.from);
+        const std::string from = std::string("connection from ") + row.from;
+        const std::string in = std::string("connected with ") + row.from;
+        EXPECT_EQ(log.wait(before + 2).at(before + 1),
+                  *row.refused != 0 ? from + " refused: " + row.refused : in);
+        link.reset();
+    }
+}
+
+TEST_F(Links, TryToListenAgain) {
+    asio::io_context io;
+    asio::ip::tcp::acceptor other(io, {asio::ip::address_v4::loopback(), 0});
+    options.port = other.local_endpoint().port();
+    options.t5 = Milliseconds(20);
+    link.emplace(options, callbacks);
+    EXPECT_FALSE(link->start());
+    EXPECT_EQ(link->state(), LinkState::stopped);
+    log.wait(2);  // twice in vain
+    other.close();
+    EXPECT_TRUE(support::eventually([&] { return log.wait(0).back().starts_with("listening"); }));
+    const SelectedPeer peer(options.port);
+}
+
+/// While it lives no thread can be started: none has room for such a stack.
+class NoThreads {
+  public:
+    NoThreads() {
+        pthread_getattr_default_np(&usual_);
+        pthread_attr_t endless = usual_;
+        pthread_attr_setstacksize(&endless, std::size_t{1} << 46U);
+        pthread_setattr_default_np(&endless);
+    }
+    ~NoThreads() { pthread_setattr_default_np(&usual_); }
+
+  private:
+    pthread_attr_t usual_;
+};
+
+TEST_F(Links, GoOnWithoutAThread) {
+    {
+        const NoThreads none;
+        link.emplace(options, callbacks);
+        EXPECT_FALSE(link->start());
+        EXPECT_EQ(link->state(), LinkState::stopped);
+    }
+    const Entries lines = log.wait(2);
+    EXPECT_TRUE(lines.back().starts_with("cannot start the I/O thread: ")) << lines.back();
+    const auto port = static_cast<std::uint16_t>(std::stoi(lines[0].substr(lines[0].rfind(' '))));
+    EXPECT_THROW(Peer{port}, std::system_error);  // rather than connected and never answered
+    EXPECT_TRUE(link->start());
+    {
+        const NoThreads none;
+        EXPECT_EQ(Peer(link->port()).receive_to_end(), "");
+    }
+    EXPECT_TRUE(log.wait(4).back().starts_with("connection closed: cannot start its callback thread: "));
+    const SelectedPeer peer(link->port());
     EXPECT_EQ(record.wait(1), Entries{"selected"});
+}
+
+TEST_F(Links, GoOnWithoutMemory) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers need room for themselves";
+#endif
+    SelectedPeer peer(start());
+    const HeaderBytes head = encode_header(data_header(0, 7, 3, false, 9), 60'000'000);
+    const std::string message = std::string(head.data(), head.size()) + std::string(60'000'000, 'x');
+    rlimit usual{};
+    getrlimit(RLIMIT_AS, &usual);
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlimit little{pages * 4096 + 20'000'000, usual.rlim_max};
+    setrlimit(RLIMIT_AS, &little);
+    EXPECT_THROW(peer.send_raw(message), std::system_error);
+    EXPECT_EQ(record.wait(2).back(), "closed");
+    setrlimit(RLIMIT_AS, &usual);
+    EXPECT_EQ(log.wait(4).back(), "connection with 127.0.0.1 closed: out of memory");
+    const SelectedPeer again(link->port());
+    EXPECT_EQ(record.wait(3).back(), "selected");
 }
 
 // Or a sender with a full queue would lose all of it between the end of the link and the news of it.
@@ -214,7 +327,7 @@ TEST_P(AwaitClose, ReturnsBehindTheCallbackOfTheClose) {
     SelectedPeer peer(port);
     peer.send(s1f1);
     record.wait(2);
-    link->await_close();  // one stands
+    link->await_close();  // one is up
     peer.close();
     while (link->send(1, 1, true, {}) != 0) std::this_thread::yield();
     std::optional<Peer> next;
@@ -257,22 +370,33 @@ TEST_F(Links, CarryLargeMessagesBothWaysAtOnce) {
     link.reset();
 }
 
+TEST_F(Links, GiveUpACallbackThatAFullQueueWaitsFor) {
+    options.session.t6 = Milliseconds(100);
+    callbacks.on_message = [this](auto&, auto&&) { open.wait(); };
+    SelectedPeer peer(start());
+    std::string many;
+    for (int i = 0; i < 70000; ++i) many += bytes(s1f1);
+    peer.send_raw(many);
+    peer.close();  // not noticed while nothing is read
+    EXPECT_EQ(log.wait(4).back(),
+              "connection with 127.0.0.1 closed: callback queue full and its callback does not end");
+    EXPECT_EQ(record.wait(2), (Entries{"selected", "closed"}));
+    gate.set_value();
+    link.reset();
+}
+
 TEST_F(Links, BoundWhatWaitsForCallbacks) {
     std::atomic<std::size_t> count{0};
-    callbacks.on_selected = nullptr;
-    callbacks.on_message = [&](const Header& header, std::string&&) {
+    callbacks.on_message = [&](auto&, auto&&) {
         open.wait();
-        ++count;
-        if (header.stream() == 2) record.add("last");
+        if (++count == 2'000'000) record.add("last");
     };
     SelectedPeer peer(start());
-    // Far more than the queue holds: the peer's writes stop until callbacks go on.
     std::string many;
     for (int i = 0; i < 1000; ++i) many += bytes(s1f1);
     std::atomic<int> written{0};
-    std::thread writer([&] {
-        for (int i = 0; i < 2000; ++i, ++written) peer.send_raw(many);
-        peer.send("00 00 00 0A 00 00 02 11 00 00 00 00 00 07");
+    std::thread writer([&] {  // far more than the queue holds: the writes stop until callbacks go on
+        for (; written < 2000; ++written) peer.send_raw(many);
     });
     for (int before = -1; before != written;) {
         before = written;
@@ -281,23 +405,40 @@ TEST_F(Links, BoundWhatWaitsForCallbacks) {
     EXPECT_LT(written, 2000);
     gate.set_value();
     writer.join();
-    record.wait(1);
-    EXPECT_EQ(count, 2'000'001U);
+    EXPECT_EQ(record.wait(2).back(), "last");
     link.reset();
+}
+
+TEST(Outbox, DoesNotSayThatALostMessageWasSent) {
+    asio::io_context io;
+    asio::ip::tcp::acceptor acceptor(io, {asio::ip::address_v4::loopback(), 0});
+    asio::ip::tcp::socket peer(io);
+    peer.connect(acceptor.local_endpoint());
+    const auto outbox = std::make_shared<Outbox>(io, acceptor.accept(), 1000);
+    peer.set_option(asio::socket_base::linger(true, 0));
+    peer.close();
+    asio::error_code reset;
+    char byte = 0;
+    asio::read(outbox->socket(), asio::buffer(&byte, 1), reset);
+    EXPECT_TRUE(reset);
+    EXPECT_FALSE(outbox->write({}, "body"));
+    EXPECT_FALSE(outbox->writable());
 }
 
 TEST_F(Links, AStuckCallbackCostsItsConnectionAlone) {
     std::promise<bool> late_reply;
+    std::promise<void> returned;
     callbacks.on_message = [&](const Header& header, std::string&&) {
         record.add("S" + std::to_string(header.stream()));
         if (header.stream() != 9) return;
         open.wait();
-        late_reply.set_value(link->reply(9, 2, "", header.system));
+        if (header.system == 7) late_reply.set_value(link->reply(9, 2, "", header.system));
+        if (header.system == 8) returned.set_value();
     };
     SelectedPeer first(start());
     first.send("00 00 00 0A 00 00 89 01 00 00 00 00 00 07");
     EXPECT_EQ(record.wait(2), (Entries{"selected", "S9"}));
-    first.send(s1f1);  // waits behind the stuck one and is dropped
+    first.send(s1f1);  // waits after the stuck one and is dropped
     first.send(linktest);
     EXPECT_EQ(first.receive(14), linktest_answer);
     first.close();
@@ -308,21 +449,13 @@ TEST_F(Links, AStuckCallbackCostsItsConnectionAlone) {
     EXPECT_FALSE(late_reply.get_future().get());
     second.send(linktest);
     EXPECT_EQ(second.receive(14), linktest_answer);  // and nothing of the late reply
-    link.reset();
-}
 
-TEST_F(Links, DestroyingDoesNotWaitForAStuckCallback) {
-    std::promise<void> returned;
-    callbacks.on_message = [&](auto&, auto&&) {
-        record.add("message");
-        open.wait();
-        returned.set_value();
-    };
-    SelectedPeer peer(start());
-    peer.send(s1f1);
-    record.wait(2);
-    link.reset();
-    EXPECT_EQ(record.wait(3), (Entries{"selected", "message", "closed"}));
+    gate = {};
+    open = gate.get_future().share();
+    second.send("00 00 00 0A 00 00 89 01 00 00 00 00 00 08");
+    record.wait(6);
+    link.reset();  // does not wait for a stuck callback
+    EXPECT_EQ(record.wait(7).back(), "closed");
     gate.set_value();
     returned.get_future().wait();
 }
@@ -339,14 +472,6 @@ TEST_F(Links, CanBeStoppedFromTheirOwnCallback) {
     EXPECT_TRUE(link->start());
     const SelectedPeer again(link->port());
     EXPECT_EQ(record.wait(4).back(), "selected");
-}
-
-TEST_F(Links, SeparateKeepsListening) {
-    SelectedPeer peer(start());
-    link->separate();
-    EXPECT_EQ(peer.receive_to_end(), separate_101);
-    const SelectedPeer again(link->port());
-    EXPECT_EQ(record.wait(3), (Entries{"selected", "closed", "selected"}));
 }
 
 }  // namespace

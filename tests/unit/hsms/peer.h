@@ -19,7 +19,10 @@ namespace hsms {
 /// A blocking TCP client.
 class Peer {
   public:
-    explicit Peer(std::uint16_t port) : socket_(io_) {
+    /// `from` is an address of 127/8; to its peer that is another machine.
+    explicit Peer(std::uint16_t port, const std::string& from = "127.0.0.1") : socket_(io_) {
+        socket_.open(asio::ip::tcp::v4());
+        socket_.bind({asio::ip::make_address(from), 0});
         socket_.connect({asio::ip::address_v4::loopback(), port});
     }
     explicit Peer(asio::ip::tcp::acceptor& acceptor) : socket_(io_) { acceptor.accept(socket_); }

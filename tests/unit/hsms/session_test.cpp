@@ -7,6 +7,28 @@
 namespace hsms {
 namespace {
 
+std::string sent(const Actions& actions) {
+    std::string text;
+    for (const Header& header : actions.send) {
+        const HeaderBytes encoded = encode_header(header, 0);
+        text += (text.empty() ? "" : " | ") + to_hex({encoded.data() + 4, header_size});
+    }
+    return text;
+}
+
+/// Everything but what is sent: "selected", "deselected", "deliver", "close", "timeout 101"; notes in
+/// figures' text.
+std::string done(const Actions& actions) {
+    std::string text;
+    if (actions.selected) text += " selected";
+    if (actions.deselected) text += " deselected";
+    if (actions.deliver) text += " deliver";
+    for (const std::uint32_t id : actions.reply_timeouts) text += " timeout " + std::to_string(id);
+    if (!actions.close.empty()) text += " close";
+    if (!actions.note.empty()) text += " " + actions.note;
+    return text.empty() ? text : text.substr(1);
+}
+
 /// A session on a fake clock, spoken to in bytes: 10 header bytes in; what it sends, or what else it does,
 /// out.
 class Bench {
@@ -17,11 +39,14 @@ class Bench {
     Actions got(const char* header, std::size_t body_size = 0) {
         return session.received(decode_header(bytes(header).data()), body_size, now);
     }
-    /// Moves to the next deadline and runs it.
-    Actions next_timer() {
-        EXPECT_TRUE(session.next_deadline().has_value());
-        now = session.next_deadline().value_or(now);
-        return session.timer(now);
+    /// Moves to the next deadline and runs it: after how many milliseconds which actions, "never" without
+    /// one.
+    std::string next() {
+        if (!session.next_deadline()) return "never";
+        const std::string after = std::to_string(until_next()) + " ";
+        now = *session.next_deadline();
+        const Actions actions = session.timer(now);
+        return after + sent(actions) + done(actions);
     }
     long until_next() const {
         return session.next_deadline() ? (*session.next_deadline() - now) / Milliseconds(1) : -1;
@@ -40,26 +65,6 @@ class Bench {
     Time now{};
     Session session;
 };
-
-std::string sent(const Actions& actions) {
-    std::string text;
-    for (const Header& header : actions.send) {
-        const HeaderBytes encoded = encode_header(header, 0);
-        text += (text.empty() ? "" : " | ") + to_hex({encoded.data() + 4, header_size});
-    }
-    return text;
-}
-
-/// Everything but what is sent: "selected", "deselected", "deliver", "close", "timeout 101".
-std::string done(const Actions& actions) {
-    std::string text;
-    if (actions.selected) text += " selected";
-    if (actions.deselected) text += " deselected";
-    if (actions.deliver) text += " deliver";
-    for (const std::uint32_t id : actions.reply_timeouts) text += " timeout " + std::to_string(id);
-    if (!actions.close.empty()) text += " close";
-    return text.empty() ? text : text.substr(1);
-}
 
 TEST(Session, AnswersEveryMessageInEveryState) {
     enum { idle, sel, act };  // passive and not selected, selected, active with its Select.req 0x65 sent
@@ -90,14 +95,15 @@ TEST(Session, AnswersEveryMessageInEveryState) {
         {idle, "FF FF 00 00 00 05 00 00 00 07", 0, "FF FF 00 00 00 06 00 00 00 07", "", idle},
         {sel, "FF FF 00 00 00 05 00 00 00 07", 0, "FF FF 00 00 00 06 00 00 00 07", "", sel},
         // reject, separate
-        {sel, "FF FF 00 03 00 07 00 00 00 07", 0, "", "", sel},
-        {act, "FF FF 01 01 00 07 00 00 00 65", 0, "", "close", idle},
+        {sel, "FF FF 00 03 00 07 00 00 00 07", 0, "", "message 7 rejected by the peer, reason 3", sel},
+        {act, "FF FF 01 01 00 07 00 00 00 65", 0, "", "close message 101 rejected by the peer, reason 1",
+         idle},
         {idle, "FF FF 00 00 00 09 00 00 00 07", 0, "", "", idle},
         {sel, "FF FF 00 00 00 09 00 00 00 07", 0, "", "close", sel},
         // data
         {idle, "00 05 81 01 00 00 00 00 00 07", 0, "00 05 00 04 00 07 00 00 00 07", "", idle},
-        {sel, "00 05 81 01 00 00 00 00 00 07", 0, "", "deliver", sel},
-        {sel, "12 34 06 0C 00 00 00 00 00 07", 9, "", "deliver", sel},
+        {sel, "00 00 81 01 00 00 00 00 00 07", 0, "", "deliver", sel},
+        {sel, "12 34 06 0C 00 00 00 00 00 07", 9, "", "deliver S6F12 for device 4660, expected 0", sel},
         // what E37 does not know
         {sel, "00 05 81 01 01 00 00 00 00 07", 0, "00 05 01 02 00 07 00 00 00 07", "", sel},
         {idle, "FF FF 00 00 05 01 00 00 00 07", 3, "FF FF 05 02 00 07 00 00 00 07", "", idle},
@@ -140,30 +146,26 @@ TEST(Session, DoesNothingWhenNotConnected) {
 TEST(Session, ClosesWhenItsTimersRunOut) {
     Bench active({.role = Role::active});
     EXPECT_EQ(sent(active.session.connected(active.now)), "FF FF 00 00 00 01 00 00 00 65");
-    EXPECT_EQ(active.until_next(), 5000);
-    EXPECT_EQ(done(active.next_timer()), "close");  // T6
+    EXPECT_EQ(active.next(), "5000 close");  // T6
 
     Bench passive;
     passive.session.connected(passive.now);
-    EXPECT_EQ(passive.until_next(), 10000);
     passive.now += Milliseconds(9999);
     EXPECT_EQ(done(passive.session.timer(passive.now)), "");
-    EXPECT_EQ(done(passive.next_timer()), "close");  // T7
+    EXPECT_EQ(passive.next(), "1 close");  // T7
 
     Bench deselected({.t0 = Milliseconds(9000), .link_test = true});
     deselected.select().got("FF FF 00 00 00 03 00 00 00 07");
-    EXPECT_EQ(deselected.until_next(), 10000);
-    EXPECT_EQ(done(deselected.next_timer()), "close");  // T7 again, and no more link tests
+    EXPECT_EQ(deselected.next(), "10000 close");  // T7 again, and no more link tests
 
     Bench broken_off;
     broken_off.select().session.inside_message(true, broken_off.now);
+    broken_off.session.inside_message(false, broken_off.now);
+    EXPECT_EQ(broken_off.next(), "never");
+    broken_off.session.inside_message(true, broken_off.now);
     broken_off.now += Milliseconds(4000);
     broken_off.session.inside_message(true, broken_off.now);
-    EXPECT_EQ(broken_off.until_next(), 5000);
-    broken_off.session.inside_message(false, broken_off.now);
-    EXPECT_EQ(broken_off.until_next(), -1);
-    broken_off.session.inside_message(true, broken_off.now);
-    EXPECT_EQ(done(broken_off.next_timer()), "close");  // T8
+    EXPECT_EQ(broken_off.next(), "5000 close");  // T8
 }
 
 TEST(Session, RepliesEndTheirTransactionsOnly) {
@@ -175,14 +177,20 @@ TEST(Session, RepliesEndTheirTransactionsOnly) {
     EXPECT_EQ(bench.send(6, 11, false), 102U);
     EXPECT_EQ(bench.send(1, 1, true), 103U);
     EXPECT_EQ(bench.send(2, 17, true), 104U);
-    EXPECT_EQ(bench.until_next(), 900);
+    EXPECT_EQ(bench.send(1, 13, true), 105U);
+    EXPECT_TRUE(bench.session.end_transaction(105));
     bench.got("00 05 01 02 00 00 00 00 00 67");  // S1F2 for 103
     bench.got("00 05 81 0D 00 00 00 00 00 65");  // a primary of the peer with the number of ours
-    EXPECT_EQ(done(bench.next_timer()), "timeout 101");
-    EXPECT_EQ(done(bench.next_timer()), "timeout 104");
+    EXPECT_EQ(bench.next(), "900 timeout 101");
+    EXPECT_EQ(bench.next(), "100 timeout 104");
     EXPECT_EQ(bench.until_next(), -1);
-    EXPECT_EQ(bench.session.state(), SessionState::selected);
+    EXPECT_FALSE(bench.session.end_transaction(104));
     EXPECT_EQ(done(bench.got("00 05 06 0C 00 00 00 00 00 65")), "deliver");  // late reply
+    for (const auto& [device, note] : {std::pair("07", " S6F12 for device 7, expected 5"),
+                                       {"07", ""},
+                                       {"08", " S6F12 for device 8, expected 5"}})
+        EXPECT_EQ(done(bench.got((std::string("00 ") + device + " 06 0C 00 00 00 00 00 65").c_str())),
+                  std::string("deliver") + note);
 }
 
 TEST(Session, IdsWrapTo101) {
@@ -197,13 +205,11 @@ TEST(Session, IdsWrapTo101) {
 TEST(Session, TestsTheLink) {
     Bench bench({.t0 = Milliseconds(60000), .link_test = true});
     bench.select();
-    EXPECT_EQ(bench.until_next(), 60000);
-    EXPECT_EQ(sent(bench.next_timer()), "FF FF 00 00 00 05 00 00 00 65");
+    EXPECT_EQ(bench.next(), "60000 FF FF 00 00 00 05 00 00 00 65");
     EXPECT_EQ(bench.until_next(), 5000);
     EXPECT_EQ(sent(bench.got("FF FF 00 00 00 06 00 00 00 65")), "");
-    EXPECT_EQ(bench.until_next(), 60000);
-    EXPECT_EQ(sent(bench.next_timer()), "FF FF 00 00 00 05 00 00 00 66");
-    EXPECT_EQ(done(bench.next_timer()), "close");
+    EXPECT_EQ(bench.next(), "60000 FF FF 00 00 00 05 00 00 00 66");
+    EXPECT_EQ(bench.next(), "5000 close");
 }
 
 TEST(Session, HoldsItsTimersWhileNothingIsRead) {
@@ -228,7 +234,7 @@ TEST(Session, UserRequests) {
     EXPECT_EQ(sent(bench.session.request_linktest(bench.now)), "FF FF 00 00 00 05 00 00 00 65");
     EXPECT_EQ(sent(bench.session.request_linktest(bench.now)), "");  // one at a time
     EXPECT_EQ(sent(bench.session.request_deselect(bench.now)), "FF FF 00 00 00 03 00 00 00 66");
-    EXPECT_EQ(done(bench.got("FF FF 00 02 00 04 00 00 00 66")), "");  // refused
+    EXPECT_EQ(done(bench.got("FF FF 00 02 00 04 00 00 00 66")), "deselect refused with status 2");
     EXPECT_EQ(sent(bench.session.request_deselect(bench.now)), "FF FF 00 00 00 03 00 00 00 67");
     EXPECT_EQ(done(bench.got("FF FF 00 00 00 04 00 00 00 67")), "deselected");
     bench.got("FF FF 00 00 00 01 00 00 00 02");
