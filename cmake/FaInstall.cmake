@@ -7,7 +7,7 @@ set(fa_libraries fa_options fa_asio fa_spdlog fa_api winapi fa_module hsms_core 
 install(TARGETS ${fa_libraries} EXPORT fa_comm_targets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     OBJECTS DESTINATION ${CMAKE_INSTALL_LIBDIR}/fa_comm)
-install(TARGETS fa-equipment fa-host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS fa-equipment fa-host fa-fault-run RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY fa hsms sim sml winapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/fa_comm
     FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
 install(DIRECTORY demo DESTINATION ${CMAKE_INSTALL_DATADIR}/fa_comm PATTERN log EXCLUDE)

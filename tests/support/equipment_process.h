@@ -5,19 +5,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "support/footprint.h"
 #include "support/temp_folder.h"
 
 namespace support {
-
-/// True in sanitizer builds, where memory figures say nothing.
-#ifdef FA_SANITIZED
-inline constexpr bool sanitized = true;
-#else
-inline constexpr bool sanitized = false;
-#endif
 
 /// What to change in the copy of the demo folder before the equipment starts.
 struct EquipmentOptions {
@@ -30,6 +25,24 @@ struct EquipmentOptions {
 /// Makes the copy, to be used by several processes in turn.
 void make_data_folder(const TempFolder& data, const EquipmentOptions& options = {});
 
+/// A child process: its standard input, and its standard output and error.
+struct Child {
+    explicit Child(const std::vector<std::string>& arguments);
+    ~Child();
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    /// The next line of its output; false at the end, and when none comes for a minute.
+    bool read_line(std::string& line);
+    void end_input();
+    /// Waits for its end: the exit status, or 128 + the signal that ended it.
+    int wait();
+
+    int pid, to, from;
+
+  private:
+    std::string pending_;
+};
+
 class EquipmentProcess {
   public:
     /// Starts it and waits for its "= ready" line; throws std::runtime_error with its output when it ends
@@ -37,41 +50,30 @@ class EquipmentProcess {
     explicit EquipmentProcess(const EquipmentOptions& options = {});
     /// Starts it on an existing folder.
     explicit EquipmentProcess(const std::filesystem::path& data);
-    ~EquipmentProcess();
-    EquipmentProcess(const EquipmentProcess&) = delete;
-    EquipmentProcess& operator=(const EquipmentProcess&) = delete;
 
     std::uint16_t port() const { return port_; }
     const std::filesystem::path& data() const { return data_; }
     /// Gives a command and returns its answer line ("= ..." or "! ...").
     std::string command(const std::string& text);
-    /// Repeats a command until it gives `answer`, at most for `limit`; the last answer.
-    std::string await(const std::string& command, const std::string& answer,
-                      std::chrono::milliseconds limit = std::chrono::seconds(15));
+    /// Repeats a command until its answer ends in `end`; the last answer.
+    std::string await(const std::string& command, const std::string& end);
     /// Waits until it listens and has no host; false when it does not come to that.
     bool awaits_host();
     /// Orderly stop; the exit status, or 128 + the signal that ended it.
     int quit();
     void kill();
-    /// Resident set in kB, open descriptors, threads.
-    long resident_kb() const;
-    int descriptors() const;
-    int threads() const;
+    Footprint footprint() const { return Footprint(std::to_string(child_->pid)); }
     /// Console lines so far.
     const std::vector<std::string>& console() const { return console_; }
 
   private:
     void start();
-    bool read_line(std::string& line);
-    int wait_for_end();
+    std::string answer();
 
     TempFolder own_;
     std::filesystem::path data_;
     std::vector<std::string> console_;
-    std::string pending_;
-    int pid_ = -1;
-    int to_ = -1;
-    int from_ = -1;
+    std::unique_ptr<Child> child_;
     std::uint16_t port_ = 0;
 };
 

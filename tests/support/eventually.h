@@ -6,10 +6,10 @@
 
 namespace support {
 
-/// Looks again until `condition` holds; false when it does not within ten seconds.
+/// Looks again until `condition` holds; false when it does not within thirty seconds.
 template <class Condition>
 bool eventually(const Condition& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

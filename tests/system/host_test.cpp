@@ -1,5 +1,7 @@
 // fa-host and the real equipment: control states in both settings, fresh processes, and what the host's
 // commands change there and say.
+#include "support/host.h"
+
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -8,12 +10,11 @@
 #include <thread>
 
 #include "support/equipment_process.h"
-#include "support/raw_host.h"
 
 namespace {
 
 using support::EquipmentProcess;
-using support::RawHost;
+using support::Host;
 
 // A session that ends while the equipment waits for a reply keeps it waiting up to T3.
 const support::EquipmentOptions short_t3{.settings = {{"T3_PRM", "1"}}, .machine = {}};
@@ -102,13 +103,13 @@ TEST(HostOverTcp, FreshProcessesSelectedTheInstantTheirPortAnswers) {
     const auto work = [&] {
         while (next++ < processes) {
             EquipmentProcess equipment;
-            RawHost host(equipment.port());
+            Host host(equipment.port());
             EXPECT_EQ(host.select(), 0);
             const auto own = host.receive();
-            EXPECT_TRUE(own && own->stream() == 1 && own->function() == 13);
+            EXPECT_TRUE(own && own->header.stream() == 1 && own->header.function() == 13);
             host.send(support::data(1, 1, 900));
             const auto reply = host.reply_to(900);
-            EXPECT_TRUE(reply && reply->function() == 2);
+            EXPECT_TRUE(reply && reply->function == 2);
         }
     };
     std::vector<std::jthread> workers;

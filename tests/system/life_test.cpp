@@ -1,25 +1,180 @@
-// Ends of the equipment's process that are none of its own choice, and full disks.
+// Beginnings and ends: the module in this process, started and stopped in the middle of things; the
+// equipment's process, ended when it is not asked; full disks.
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <optional>
 #include <random>
 #include <thread>
 
+#include "fa/module/bc_fa.h"
+#include "fa/module/module_state.h"
+#include "fa/secs/message_queue.h"
+#include "hsms/driver/driver_config.h"
+#include "sim/controller/clock.h"
+#include "sim/controller/console.h"
+#include "sim/controller/events.h"
+#include "sim/controller/file_layer.h"
+#include "sim/controller/module_runner.h"
+#include "sim/machine/machine.h"
 #include "support/equipment_process.h"
-#include "support/eventually.h"
-#include "support/sml_host.h"
+#include "support/host.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using support::CommunicatingHost;
 using support::EquipmentProcess;
-using support::SmlHost;
+using support::Host;
 using namespace std::chrono_literals;
+
+bool link_is(std::string_view state) {
+    return support::eventually([&] { return hsms::link_status().state == state; });
+}
+
+/// A small machine with a passive link (an active one to `active_port`, when that is given).
+class ModuleLife : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        sim::set_console_sink([](const sim::ConsoleLine&) {});
+        sim::set_sleep_scale(0.01);
+        sim::set_data_folder(folder_.path());
+    }
+    void TearDown() override {
+        stop();
+        sim::set_console_sink(nullptr);
+        sim::set_sleep_scale(1);
+        sim::machine().reset();
+    }
+
+    void start(std::uint16_t active_port = 0) {
+        folder_.put("Z/FA/FA_SAVE.inf",
+                    "COMM_IP 127.0.0.1\nT0_PRM 60\nT3_PRM 5\nT5_PRM 1\nT6_PRM 1\nT7_PRM 2\nT8_PRM 1\n"
+                    "DEVICE_ID 0\nCOMM_CTRL REMOTE\nLINK_TEST DISABLE\nCOMM_ENABLE ENABLE\nCOMM_METHOD HSMS\n"
+                    "COMM_PORT " +
+                        std::to_string(active_port) + "\nCOMM_TRY " +
+                        (active_port == 0 ? "PASSIVE\n" : "ACTIVE\n"));
+        sim::machine().load_text("[gem]\nInit_ControlState = 2\nOnline_Init = 1\n");
+        module_.emplace();
+        runner_ = std::make_unique<sim::ModuleRunner>(*module_);
+        runner_->start();
+        ASSERT_TRUE(link_is(active_port == 0 ? "listening" : "connecting"));
+    }
+    void stop() {
+        runner_.reset();
+        module_.reset();
+        EXPECT_EQ(hsms::link_status().state, "stopped");
+    }
+    static std::uint16_t port() { return hsms::link_status().port; }
+
+    support::TempFolder folder_;
+    std::optional<Talwen::BC_FA> module_;
+    std::unique_ptr<sim::ModuleRunner> runner_;
+};
+
+TEST_F(ModuleLife, StartsAndStops500TimesAndLeavesNothingBehind) {
+    std::optional<support::Footprint> early;
+    for (int round = 1; round <= 500; ++round) {
+        ASSERT_NO_FATAL_FAILURE(start());
+        if (round % 10 == 0) {
+            ASSERT_EQ(Host(port()).select(), 0) << round;
+        }
+        stop();
+        if (round == 50) early.emplace("self");
+    }
+    EXPECT_EQ(early->growth(2048), "");
+}
+
+TEST_F(ModuleLife, DestructionRightAfterConstruction) {
+    for (int i = 0; i < 1000; ++i) {
+        Talwen::BC_FA module;
+        Talwen::BC_FA copy(module);
+    }
+    start();
+}
+
+/// What the module is in the middle of when it is stopped, or told to reconnect.
+struct Middle {
+    const char* name;
+    std::uint16_t active_port;
+    /// Brings the module there; false when it does not get there.
+    bool (*begin)(Host& host);
+};
+
+/// Its first primary is taken and never answered.
+bool waits_for_a_reply(Host& host) {
+    if (host.select() != 0) return false;
+    while (const auto message = host.receive())
+        if (message->header.wbit()) return true;
+    return false;
+}
+
+bool sends(Host& host) {
+    if (!waits_for_a_reply(host)) return false;
+    for (int i = 0; i < 10000; ++i)  // the builder of S1F1 needs no tables
+        Talwen::QFA_Message_PushBack(1, 1, nullptr, nullptr, nullptr, nullptr, nullptr);
+    return true;
+}
+
+bool floods(Host& host) {
+    if (host.select() != 0) return false;
+    std::string flood;
+    for (unsigned i = 0; i < 2000; ++i) flood += support::data(1, 13, 1000 + i, {"\x01\x00", 2});
+    return host.send(flood);
+}
+
+const Middle middles[] = {
+    {"listening", 0, nullptr},
+    {"connected, not selected", 0, [](Host&) { return link_is("connected"); }},
+    {"waiting for a reply", 0, waits_for_a_reply},
+    {"sending", 0, sends},
+    {"flooded by the host", 0, floods},
+    {"connecting", 9, nullptr},  // the discard port of loopback: nobody is there
+};
+
+class LifeInTheMiddle : public ModuleLife {
+  protected:
+    void begin(const Middle& middle) {
+        ASSERT_NO_FATAL_FAILURE(start(middle.active_port));
+        if (middle.begin == nullptr) return;
+        host_.emplace(port());
+        ASSERT_TRUE(middle.begin(*host_));
+    }
+
+    std::optional<Host> host_;
+};
+
+TEST_F(LifeInTheMiddle, AStopEndsIt) {
+    for (const Middle& middle : middles) {
+        SCOPED_TRACE(middle.name);
+        ASSERT_NO_FATAL_FAILURE(begin(middle));
+        const auto start = std::chrono::steady_clock::now();
+        stop();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << "T7 and three seconds";  // T7 is 2 s
+        host_.reset();
+    }
+}
+
+TEST_F(LifeInTheMiddle, AReconnectMakesANewLink) {
+    for (const Middle& middle : middles) {
+        SCOPED_TRACE(middle.name);
+        ASSERT_NO_FATAL_FAILURE(begin(middle));
+        sim::post_event_and_wait("REQUEST_RECONNECT");
+        host_.reset();  // with a full queue the request is looked at once the link is down
+        EXPECT_TRUE(support::eventually([] { return !Talwen::Reconnect; })) << "the request was taken";
+        if (middle.active_port == 0) {
+            ASSERT_TRUE(link_is("listening"));
+            const CommunicatingHost next(port());
+        }
+        stop();
+    }
+}
 
 /// A data folder for several processes in turn.
 struct DataFolder : support::TempFolder {
     DataFolder() { support::make_data_folder(*this); }
 };
+
+const char* const s1f2 = "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.";
 
 TEST(EquipmentLife, EndsWithTwoWhenItCannotStart) {
     const DataFolder data;
@@ -37,7 +192,7 @@ TEST(EquipmentLife, EndsWithTwoWhenItCannotStart) {
         EXPECT_NE(second.output.find(says), std::string::npos) << second.output;
         EXPECT_EQ(std::ranges::count(second.output, '\n'), 1) << second.output;
     }
-    EXPECT_EQ(SmlHost(first.port()).ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
+    EXPECT_EQ(CommunicatingHost(first.port()).ask("S1F1 W."), s1f2);
     EXPECT_EQ(first.quit(), 0);
 }
 
@@ -49,7 +204,7 @@ TEST(EquipmentLife, KilledWhileSavingItStartsAgainWithAWholeFile) {
     const std::string without = "#Sx,Fx\n6,11\n";
     for (int round = 0; round < 8; ++round) {
         EquipmentProcess equipment(data.path());
-        SmlHost host(equipment.port());
+        CommunicatingHost host(equipment.port());
         std::thread killer([&equipment, wait = std::chrono::milliseconds(20 + random() % 200)] {
             std::this_thread::sleep_for(wait);
             equipment.kill();
@@ -76,55 +231,38 @@ TEST(EquipmentLife, AFullDiskDoesNotStopTheLink) {
     for (const char* log : {"log/online.log", "log/system.log"})
         fs::create_symlink("/dev/full", data.path() / log);
     EquipmentProcess equipment(data.path());
-    SmlHost host(equipment.port());
-    for (int i = 0; i < 200; ++i) ASSERT_EQ(host.ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
+    CommunicatingHost host(equipment.port());
+    for (int i = 0; i < 200; ++i) ASSERT_EQ(host.ask("S1F1 W."), s1f2);
     // The folder of the saved files becomes a file: nothing can be made in it any more.
     fs::rename(data.path() / "Z/FA", data.path() / "Z/FA.away");
     data.put("Z/FA", "in the way");
     EXPECT_EQ(host.ask("S2F43 W <L <L <U1 6> <L <U1 11>>>>."), "S2F44 <L <B 0x00> <L>>.");
-    EXPECT_EQ(host.ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
+    EXPECT_EQ(host.ask("S1F1 W."), s1f2);
     EXPECT_EQ(equipment.quit(), 0);
 }
 
 /// The host reads and answers until the equipment has nothing more to send.
-bool takes_everything(SmlHost& host, EquipmentProcess& equipment) {
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!equipment.command("status").ends_with(" Queue=0")) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
+bool takes_everything(CommunicatingHost& host, EquipmentProcess& equipment) {
+    return support::eventually([&] {
         host.ask("S1F3 W <L <U4 1002>>.");
-    }
-    return true;
+        return equipment.command("status").ends_with(" Queue=0");
+    });
 }
 
 TEST(EquipmentLife, FiveHundredReconnectsLeaveNothingBehind) {
     EquipmentProcess equipment({.settings = {{"T7_PRM", "1"}}, .machine = {}});
     // Or what a host leaves unread would be kept for the next one.
-    EXPECT_EQ(SmlHost(equipment.port()).ask("S2F43 W <L>."), "S2F44 <L <B 0x00> <L>>.");
-    int descriptors = 0;
-    int threads = 0;
-    long resident = 0;
+    EXPECT_EQ(CommunicatingHost(equipment.port()).ask("S2F43 W <L>."), "S2F44 <L <B 0x00> <L>>.");
+    std::optional<support::Footprint> early;
     for (int i = 1; i <= 500; ++i) {
-        std::optional<SmlHost> host(equipment.port());
-        ASSERT_EQ(host->ask("S1F3 W <L <U4 1002>>.").substr(0, 4), "S1F4") << i;
+        CommunicatingHost host(equipment.port());
         const bool leaves_in_the_middle = i % 75 == 1;
-        if (!leaves_in_the_middle) {
-            ASSERT_TRUE(takes_everything(*host, equipment)) << i;
-        }
-        host->raw().close(i % 2 == 0);
-        host.reset();
-        ASSERT_EQ(equipment.await("link", "= listening " + std::to_string(equipment.port()) + " -"),
-                  "= listening " + std::to_string(equipment.port()) + " -");
-        if (i == 5) {
-            descriptors = equipment.descriptors();
-            threads = equipment.threads();
-            resident = equipment.resident_kb();
-        }
+        ASSERT_TRUE(leaves_in_the_middle || takes_everything(host, equipment)) << i;
+        host.close(i % 2 == 0);
+        ASSERT_TRUE(equipment.awaits_host());
+        if (i == 5) early = equipment.footprint();
     }
-    EXPECT_TRUE(support::eventually([&] { return equipment.descriptors() <= descriptors; })) << descriptors;
-    EXPECT_TRUE(support::eventually([&] { return equipment.threads() <= threads; })) << threads;
-    if (!support::sanitized) {
-        EXPECT_LE(equipment.resident_kb() - resident, 1024);
-    }
+    EXPECT_EQ(early->growth(1024), "");
 }
 
 }  // namespace

@@ -10,14 +10,14 @@
 
 #include "lot_record.h"
 #include "support/equipment_process.h"
-#include "support/sml_host.h"
+#include "support/host.h"
 
 namespace {
 
 using lots::Event;
+using support::CommunicatingHost;
 using support::EquipmentOptions;
 using support::EquipmentProcess;
-using support::SmlHost;
 using namespace std::chrono_literals;
 
 EquipmentOptions machine(const std::string& speed, const std::string& alarm_rate, int seed = 1) {
@@ -84,7 +84,7 @@ class OneLot {
     }
 
     EquipmentProcess& equipment_;
-    SmlHost host_;
+    CommunicatingHost host_;
     Record record_;
 };
 
