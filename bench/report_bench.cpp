@@ -12,6 +12,7 @@
 #include "fa/config/variable_tables.h"
 #include "fa/module/bc_fa.h"
 #include "fa/secs/message_queue.h"
+#include "fa/secs/primaries.h"
 #include "fa/secs/secs_driver.h"
 #include "hsms/core/wire.h"
 #include "hsms/driver/driver_config.h"

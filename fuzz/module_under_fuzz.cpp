@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "fa/module/module_state.h"
 #include "fa/secs/message_queue.h"
+#include "fa/secs/module_state.h"
 #include "sim/controller/calls.h"
 #include "sim/controller/clock.h"
 #include "sim/controller/console.h"

@@ -13,7 +13,7 @@
 #include "apps/equipment/commands.h"
 #include "apps/equipment/logs.h"
 #include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
+#include "fa/secs/module_state.h"
 #include "hsms/driver/driver_config.h"
 #include "hsms/link/link.h"
 #include "sim/controller/console.h"

@@ -3,8 +3,8 @@
 
 #include "apps/equipment/commands.h"
 #include "apps/equipment/logs.h"
-#include "fa/module/module_state.h"
 #include "fa/secs/message_queue.h"
+#include "fa/secs/module_state.h"
 #include "hsms/driver/driver_config.h"
 #include "sim/controller/console.h"
 #include "sim/controller/module_runner.h"

@@ -9,7 +9,7 @@
 #include "fa/framework/qprint.h"
 #include "fa/framework/qstr.h"
 #include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
+#include "fa/secs/module_state.h"
 
 namespace Talwen {
 

@@ -10,8 +10,7 @@
 #include "fa/framework/qprint.h"
 #include "fa/framework/qstr.h"
 #include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
-#include "fa/secs/link_names.h"
+#include "fa/secs/communication_state.h"
 
 namespace Talwen {
 
@@ -101,14 +100,9 @@ void Split_Fields(const std::string& text, char mark, std::initializer_list<std:
     Config_Split(text, mark, fields, text.size());
 }
 
-bool Host_Takes_Events(BC_FA& fa) {
-    if (Comm_New_Version) return fa.QIO_Get_GEM_Comm_Enable() != 0 && fa.QIO_Get_GEM_Online_Status() != 0;
-    return fa.QFA_Get_LinkMD() > FA_Link_Enabled && fa.QFA_Get_CtrlMD() != FA_Ctrl_OffLine;
-}
-
 void Log_Refused_Command(BC_FA& fa, const Event_Command& command) {
-    fa.QSystem_Log(LOG_NORMAL, "消息: %s 执行失败![LinkMD:%s , CtrlMD:%s]", command.text,
-                   Link_Name(fa.QFA_Get_LinkMD()), Ctrl_Name(fa.QFA_Get_CtrlMD()));
+    fa.QSystem_Log(LOG_NORMAL, "消息: %s 执行失败![LinkMD:%s , CtrlMD:%s]", command.text, Link_State_Name(fa),
+                   Control_State_Name(fa));
 }
 
 void BC_FA::QProgram_Event_Code(const char* text) {

@@ -52,9 +52,6 @@ void Run_Request_Command(BC_FA& fa, const Event_Command& command);
 /// SEND: alarms and primaries for the host.
 void Run_Send_Command(BC_FA& fa, const Event_Command& command);
 
-/// Communicating and on-line, on the side whose settings count: what the host is told of, it is told now.
-bool Host_Takes_Events(BC_FA& fa);
-
 /// Logs a command that the link and control states do not allow.
 void Log_Refused_Command(BC_FA& fa, const Event_Command& command);
 

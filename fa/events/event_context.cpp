@@ -4,7 +4,7 @@
 
 #include "fa/events/event_values.h"
 #include "fa/module/bc_fa.h"
-#include "fa/secs/message_queue.h"
+#include "fa/secs/primaries.h"
 
 namespace Talwen {
 
@@ -28,11 +28,6 @@ class Event_Guard {
     const std::lock_guard<std::mutex> lock_{Event_Mutex};
 };
 
-bool queue_report(int ceid) {
-    std::string text = std::to_string(ceid);
-    return QFA_Message_PushBack(6, 11, &text, nullptr, nullptr, nullptr, nullptr);
-}
-
 }  // namespace
 
 // The report is queued at once, because queueing builds it from the values just written.
@@ -42,7 +37,7 @@ bool Raise_Event(BC_FA& fa, Event_Family family, int ceid, int kind, const Event
     Event_Context event{fa, kind, fields, 0, 0};
     if (!Check_Event_Fields(family, event)) return false;
     Write_Event_Values(family, event);
-    return queue_report(ceid);
+    return Queue_Event_Report(ceid);
 }
 
 bool Raise_Substrate_State_Event(BC_FA& fa, int kind, const Event_Fields& fields) {

@@ -1,12 +1,14 @@
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "fa/config/alarm_table.h"
 #include "fa/config/config_file.h"
 #include "fa/events/event_command.h"
 #include "fa/framework/qstr.h"
 #include "fa/module/bc_fa.h"
-#include "fa/secs/link_names.h"
-#include "fa/secs/message_queue.h"
+#include "fa/secs/communication_state.h"
+#include "fa/secs/primaries.h"
 #include "fa/secs/secs_driver.h"
 #include "fa/secs/spool_table.h"
 
@@ -27,26 +29,22 @@ void send_alarm(BC_FA& fa, const Event_Command& command, bool set) {
     }
     if (!alarm->enable) return;
     const unsigned char alcd = set ? (alarm->ALCD |= alarm_set) : (alarm->ALCD &= 127);
-    // A code of 0 is a text of one NUL byte, not an empty one, so the queue keeps it in its place.
-    std::string code(1, static_cast<char>(alcd));
-    std::string number = std::to_string(alid);
     char buffer[512] = "";
     fa.QAlarm_Get_Text_Full(alarm->index, buffer);
-    std::string text = buffer;
-    QFA_Message_PushBack(5, 1, &code, &number, &text, nullptr, nullptr);
+    Queue_Alarm_Report(alcd, alid, buffer);
 }
 
 /// Off-line nothing but an S1F13 goes out; only with the newer settings does one come as far as here, since
 /// the older ones refuse every SEND while off-line. Without communication only what may be spooled is queued.
 bool may_queue(BC_FA& fa, unsigned char stream, unsigned char function) {
-    const bool on_line = fa.QFA_Get_CtrlMD() >= FA_Ctrl_OnLocal;
-    if (fa.QFA_Get_LinkMD() == FA_Link_Commu) return on_line || (stream == 1 && function == 13);
+    const bool on_line = Get_Control_State(fa) >= Control_State::local;
+    if (Get_Link_State(fa) == Link_State::communicating) return on_line || (stream == 1 && function == 13);
     return on_line && QFA_Get_Spool_Enable(stream, function);
 }
 
 /// SxxFyy|parameter,parameter ...
 void send_primary(BC_FA& fa, const Event_Command& command) {
-    if (fa.QFA_Get_LinkMD() == FA_Link_Disabled) return;
+    if (Get_Link_State(fa) == Link_State::disabled) return;
     std::string name;
     std::string parameters;
     Split_Fields(command.arguments, '|', {&name, &parameters});
@@ -60,9 +58,9 @@ void send_primary(BC_FA& fa, const Event_Command& command) {
         Log_Refused_Command(fa, command);
         return;
     }
-    std::string p[5];
+    std::vector<std::string> p(5);
     Split_Fields(parameters, ',', {&p[0], &p[1], &p[2], &p[3], &p[4]});
-    QFA_Message_PushBack(stream, function, &p[0], &p[1], &p[2], &p[3], &p[4]);
+    Queue_Primary(stream, function, std::move(p));
 }
 
 }  // namespace

@@ -9,10 +9,9 @@
 #include "fa/framework/qprint.h"
 #include "fa/framework/qtime.h"
 #include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
-#include "fa/module/module_threads.h"
-#include "fa/secs/link_names.h"
-#include "fa/secs/message_queue.h"
+#include "fa/secs/communication_state.h"
+#include "fa/secs/module_state.h"
+#include "fa/secs/primaries.h"
 #include "fa/secs/spool_table.h"
 
 namespace Talwen {
@@ -21,12 +20,6 @@ namespace {
 
 constexpr unsigned int look_ms = 50;
 constexpr int looks_in_a_pass = 10;
-
-void queue_sample(const Trace_Sample& sample) {
-    std::string trid = std::to_string(sample.TRID);
-    std::string smpln = std::to_string(sample.SMPLN);
-    QFA_Message_PushBack(6, 1, &trid, &smpln, nullptr, nullptr, nullptr);
-}
 
 /// Adds up the milliseconds for which the traces have run; what is no whole millisecond is kept for later, so
 /// that nothing is lost over many samples.
@@ -55,7 +48,8 @@ class Running_Time {
 /// Without communication no samples are used up, unless they are kept for later: with the newer settings the
 /// equipment stays on-line when the link is cut.
 bool traces_run(BC_FA& fa) {
-    return Host_Takes_Events(fa) && (fa.QFA_Get_LinkMD() == FA_Link_Commu || QFA_Get_Spool_Enable(6, 1));
+    return Host_Takes_Events(fa) &&
+           (Get_Link_State(fa) == Link_State::communicating || QFA_Get_Spool_Enable(6, 1));
 }
 
 /// A pass every half second takes the samples. The looks between two passes tell when a new trace or the link
@@ -75,7 +69,7 @@ class Trace_Watch {
         looks_ = 0;
         time_.take(pass_ms);
         for (const Trace_Sample& sample : Take_Due_Samples(traces_, pass_ms, time_.runs()))
-            queue_sample(sample);
+            Queue_Trace_Sample(sample.TRID, sample.SMPLN);
     }
 
   private:

@@ -6,7 +6,7 @@
 
 #include "fa/handlers/s02_command_parameters.h"
 #include "fa/module/bc_fa.h"
-#include "fa/secs/link_names.h"
+#include "fa/secs/communication_state.h"
 
 namespace Talwen {
 
@@ -100,11 +100,9 @@ bool switch_tower(Run& run);
 bool switch_buzzer(Run& run);
 /// The control state word alone: no GEM status point is written and no control-state event raised, unlike
 /// with S1F15 and S1F17.
-template <CTRL_MODE Mode>
+template <Control_State State>
 bool change_control(Run& run) {
-    if (run.fa.QFA_Get_CtrlMD() == Mode) return run.refuse(already_so);
-    run.fa.QFA_Set_CtrlMD(Mode);
-    return true;
+    return Switch_Control_State(run.fa, State) || run.refuse(already_so);
 }
 
 }  // namespace remote_command

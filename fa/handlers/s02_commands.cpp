@@ -41,8 +41,8 @@ struct Command {
 // clang-format off
 constexpr Command commands[] = {
     {{"START"}, &any_size, plain, {port_known, run_scheduler}},
-    {{"Local", "Go_Local"}, &any_size, any_state, {change_control<FA_Ctrl_OnLocal>}},
-    {{"Remote", "Go_Remote"}, &any_size, any_state, {change_control<FA_Ctrl_OnRemote>}},
+    {{"Local", "Go_Local"}, &any_size, any_state, {change_control<Control_State::local>}},
+    {{"Remote", "Go_Remote"}, &any_size, any_state, {change_control<Control_State::remote>}},
     {{"SignalTower"}, &any_size, plain,
      {any_lamp, given<CP_REDSTATE, CP_GREENSTATE, CP_YELLOWSTATE, CP_BLUESTATE>, switch_tower}},
     {{"AlarmBuzzer", "ALARMBUZZER"}, &any_size, plain, {given<CP_ALARMBUZZER>, switch_buzzer}},
@@ -108,10 +108,10 @@ void carry_out(const Command* command, Run& run) {
         run.hcack = bad_parameter;
         return;
     }
-    const int control = run.fa.QFA_Get_CtrlMD();
+    const Control_State control = Get_Control_State(run.fa);
     const bool passes = command != nullptr && command->trait == any_state;
-    if (control != FA_Ctrl_OnRemote && !passes) {
-        run.hcack = control == FA_Ctrl_OnLocal ? on_line_local : not_on_line;
+    if (control != Control_State::remote && !passes) {
+        run.hcack = control == Control_State::local ? on_line_local : not_on_line;
         return;
     }
     if (command == nullptr) {

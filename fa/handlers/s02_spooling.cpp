@@ -8,7 +8,7 @@
 
 #include "fa/handlers/handler_support.h"
 #include "fa/module/bc_fa.h"
-#include "fa/secs/handler_routes.h"
+#include "fa/module/handler_routes.h"
 #include "fa/secs/secs_driver.h"
 #include "fa/secs/spool_table.h"
 

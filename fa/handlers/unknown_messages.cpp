@@ -1,7 +1,7 @@
 // What no handler of its own takes, and function 0 (abort) of every stream.
 #include "fa/handlers/handler_support.h"
 #include "fa/module/bc_fa.h"
-#include "fa/secs/link_names.h"
+#include "fa/secs/communication_state.h"
 
 namespace Talwen {
 
@@ -29,10 +29,7 @@ unsigned long BC_FA::reply_SxxFxx(void* /*handle*/, unsigned char /*stream*/, un
 // Control_State.
 unsigned long BC_FA::recv_SxxF00(void* /*handle*/, unsigned char stream, unsigned char /*function*/,
                                  _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
-    if (stream == 1) {
-        QFA_Set_CtrlMD(FA_Ctrl_OffLine);
-        QIO_Set_GEM_Online_Status(0);
-    }
+    if (stream == 1) Host_Aborts(*this);
     return 1;
 }
 

@@ -3,9 +3,9 @@
 #include <atomic>
 
 #include "fa/framework/qtime.h"
-#include "fa/module/module_state.h"
 #include "fa/module/module_threads.h"
 #include "fa/module/point_table.h"
+#include "fa/secs/module_state.h"
 
 namespace Talwen {
 
@@ -18,7 +18,7 @@ BC_FA::BC_FA(const BC_FA& other) = default;
 BC_FA& BC_FA::operator=(const BC_FA& other) = default;
 
 BC_FA::~BC_FA() {
-    BC_FA* self = this;
+    QSequence* self = this;
     FA_Instance.compare_exchange_strong(self, nullptr);
     End_Module_Threads();
 }

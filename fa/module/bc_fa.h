@@ -1,7 +1,7 @@
 // BC_FA: the one class of the factory-automation communication module (equipment side of SEMI E30 GEM).
 //
 // The framework creates one object and drives it through the QProgram_... operations; driver callbacks and
-// the free functions of the module reach it through the instance pointer (fa/module/module_state.h).
+// the free functions of the module reach it through the instance pointer (fa/secs/module_state.h).
 #pragma once
 
 #include <memory>

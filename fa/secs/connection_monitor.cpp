@@ -1,3 +1,5 @@
+#include "fa/secs/connection_monitor.h"
+
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -6,13 +8,14 @@
 #include <string>
 
 #include "fa/framework/qprint.h"
+#include "fa/framework/qsequence.h"
 #include "fa/framework/qtime.h"
-#include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
-#include "fa/module/module_threads.h"
+#include "fa/secs/communication_state.h"
 #include "fa/secs/dispatch.h"
-#include "fa/secs/link_names.h"
 #include "fa/secs/message_queue.h"
+#include "fa/secs/module_state.h"
+#include "fa/secs/primaries.h"
+#include "fa/secs/reply_wait.h"
 #include "fa/secs/secs_driver.h"
 
 namespace Talwen {
@@ -37,60 +40,33 @@ struct Link_Settings {
     bool enable = false;
 };
 
-Link_Settings mirror_from_gem(BC_FA& fa) {
+Link_Settings mirror_from_gem(QSequence& fa) {
     Link_Settings s{fa.QIO_Get_GEM_Comm_IP(),
                     fa.QIO_Get_GEM_Comm_Port(),
                     fa.QIO_Get_GEM_Device_ID(),
                     fa.QIO_Get_GEM_Comm_Try(),
                     fa.QIO_Get_GEM_LinkTest_Enable() != 0,
-                    fa.QIO_Get_GEM_Init_CommState() != 1};
+                    Enabled_At_Start(fa)};
     fa.QFA_Set_Remote_IP(s.ip.c_str());
     fa.QFA_Set_Remote_Port(s.port);
     fa.QFA_Set_Local_Port(s.port);
     fa.QFA_Set_Device_ID(s.device);
     fa.QFA_Set_ConnMD(s.mode);
     fa.QFA_Set_LinkTest(s.link_test ? 1 : 0);
-    fa.QFA_Set_Enable(s.enable ? 1 : 0);
+    Mirror_Start_State(fa, s.enable);
     return s;
 }
 
-Link_Settings mirror_from_fa(BC_FA& fa) {
+Link_Settings mirror_from_fa(QSequence& fa) {
     Link_Settings s{fa.QFA_Get_Remote_IP(), fa.QFA_Get_Remote_Port(),   fa.QFA_Get_Device_ID(),
-                    fa.QFA_Get_ConnMD(),    fa.QFA_Get_LinkTest() != 0, fa.QFA_Get_Enable() != 0};
+                    fa.QFA_Get_ConnMD(),    fa.QFA_Get_LinkTest() != 0, Enabled_At_Start(fa)};
     fa.QIO_Set_GEM_Comm_IP(s.ip.c_str());
     fa.QIO_Set_GEM_Comm_Port(s.port);
     fa.QIO_Set_GEM_Device_ID(s.device);
     fa.QIO_Set_GEM_Comm_Try(s.mode);
     fa.QIO_Set_GEM_LinkTest_Enable(s.link_test ? 1 : 0);
-    fa.QIO_Set_GEM_Init_CommState(s.enable ? 0 : 1);
+    Mirror_Start_State(fa, s.enable);
     return s;
-}
-
-/// With the newer settings a start state of 0 switches communication on again at every pass, whatever had
-/// switched it off. Meant so: the start state is the equipment's word, the switch only its echo.
-void rederive_enable(BC_FA& fa) {
-    const int start_state = fa.QIO_Get_GEM_Init_CommState();
-    if (start_state != 0 && start_state != 1) return;
-    fa.QIO_Set_GEM_Comm_Enable(1 - start_state);
-    fa.QFA_Set_Enable(1 - start_state);
-}
-
-/// True when communication is switched on, on the authoritative side.
-bool comm_enabled(BC_FA& fa) {
-    return (Comm_New_Version ? fa.QIO_Get_GEM_Comm_Enable() : fa.QFA_Get_Enable()) != 0;
-}
-
-bool link_up(BC_FA& fa) {
-    return (Comm_New_Version ? fa.QIO_Get_GEM_Comm_Status() : fa.QFA_Get_LinkMD()) != 0;
-}
-
-/// The side that follows takes the switched-off state over.
-void follow_disabled(BC_FA& fa) {
-    if (Comm_New_Version)
-        fa.QFA_Set_Enable(0);
-    else
-        fa.QIO_Set_GEM_Comm_Enable(0);
-    fa.QFA_Set_LinkMD(FA_Link_Disabled);
 }
 
 std::uint32_t milliseconds(int seconds, std::uint32_t when_zero) {
@@ -98,7 +74,7 @@ std::uint32_t milliseconds(int seconds, std::uint32_t when_zero) {
     return ms == 0 ? when_zero : ms;
 }
 
-void fill_settings(BC_FA& fa, const Link_Settings& from) {
+void fill_settings(QSequence& fa, const Link_Settings& from) {
     Secs_Settings = {};
     Secs_Settings.t0 = milliseconds(fa.QFA_Get_T0(), 60000);
     Secs_Settings.t3 = milliseconds(fa.QFA_Get_T3(), 5000);
@@ -127,15 +103,15 @@ void destroy_link() {
 }
 
 /// Sends what is queued, one message at a time, until the queue is empty or something else is to be done.
-void send_queue(BC_FA& fa) {
+void send_queue(QSequence& fa) {
     while (!Module_Stopping(fa)) {
-        if (!comm_enabled(fa)) {
+        if (!Communication_Enabled(fa)) {
             QFA_Message_Clear();
             Reconnect = false;
             return;
         }
         const std::uint64_t mark = QFA_Message_Queue_Mark();
-        if (!link_up(fa)) {
+        if (!Link_Is_Up(fa)) {
             QFA_Message_Purge_Unspooled(mark);
             QTime_MSleep(not_ready_poll_ms);
             if (Reconnect) return;
@@ -152,10 +128,10 @@ void send_queue(BC_FA& fa) {
 }
 
 /// Keeps one handle until it is to be torn down or the module ends.
-void run_connection(BC_FA& fa) {
+void run_connection(QSequence& fa) {
     while (!Module_Stopping(fa)) {
-        const bool enabled = comm_enabled(fa);
-        if (!enabled) follow_disabled(fa);
+        const bool enabled = Communication_Enabled(fa);
+        if (!enabled) Communication_Found_Disabled(fa);
         if (!enabled || Reconnect) {
             destroy_link();
             Reconnect = false;
@@ -167,18 +143,16 @@ void run_connection(BC_FA& fa) {
 }
 
 /// One connection attempt and the life of its link.
-void one_pass(BC_FA& fa) {
+void one_pass(QSequence& fa) {
     const Link_Settings settings = Comm_New_Version ? mirror_from_gem(fa) : mirror_from_fa(fa);
-    if (Comm_New_Version) rederive_enable(fa);
-    if (!comm_enabled(fa)) {
-        follow_disabled(fa);
+    Apply_Start_State(fa);
+    if (!Communication_Enabled(fa)) {
+        Communication_Found_Disabled(fa);
         QTime_MSleep(disabled_poll_ms);
         return;
     }
     QPrint_Cyan(fa.Print_Tag, "DeviceID:%d", settings.device);
-    fa.QFA_Set_LinkMD(FA_Link_Disconn);
-    fa.QIO_Set_GEM_Comm_Status(0);
-    fa.QIO_Set_GEM_Comm_Status2(0);
+    Connection_Begins(fa);
     fill_settings(fa, settings);
     if (Secs_Handle != nullptr) destroy_link();  // an exception ended the pass before this one
     Secs_Handle = SecsCreate(&Secs_Settings);
@@ -196,30 +170,30 @@ void one_pass(BC_FA& fa) {
     run_connection(fa);
 }
 
-void report_exception(BC_FA& fa, const std::runtime_error& error) {
+void report_exception(QSequence& fa, const std::runtime_error& error) {
     QPrint_Red(fa.Print_Tag, "%s , 捕捉到异常:%s.", "Talwen::BC_FA::Thread_FA_Main_Monitor", error.what());
 }
 
 }  // namespace
 
-void BC_FA::Thread_FA_Main_Monitor() {
+void Run_Connection_Monitor(QSequence& fa) {
     QFA_Message_Queue_Init();  // first: what is queued once the flag is up stays queued
     Main_Monitor_Running = true;
-    QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 启动... ...");
-    while (!Module_Stopping(*this)) {
+    QPrint_Yellow(fa.Print_Tag, "Thread_FA_Main_Monitor 启动... ...");
+    while (!Module_Stopping(fa)) {
         try {
-            one_pass(*this);
+            one_pass(fa);
         } catch (const std::runtime_error& error) {
-            report_exception(*this, error);
+            report_exception(fa, error);
         }
     }
     try {
-        QPrint_Yellow(Print_Tag, "Thread_FA_Main_Monitor 退出... ...");
+        QPrint_Yellow(fa.Print_Tag, "Thread_FA_Main_Monitor 退出... ...");
         Main_Monitor_Running = false;
         QFA_Message_Queue_Release();
         destroy_link();
     } catch (const std::runtime_error& error) {
-        report_exception(*this, error);
+        report_exception(fa, error);
     }
     QFA_Message_Clear();  // what callbacks queued until the link was gone
 }

@@ -1,10 +1,7 @@
-// Dispatch: received messages through the state gate to their handlers, primaries to be sent to their
-// builders, and the driver's link callbacks.
+// Dispatch: received messages through the state gate to their handlers, and the driver's link callbacks.
 #pragma once
 
 #include <cstdint>
-
-#include "fa/secs/secs_item.h"
 
 namespace Talwen {
 
@@ -19,10 +16,6 @@ unsigned long OnError(void* handle, unsigned long msgid);
 unsigned long OnRecvMessageBuffer(void* handle, unsigned short device_id, unsigned long msgid,
                                   unsigned char stream, unsigned char function, char* buffer,
                                   unsigned long length, bool reply_expected);
-
-/// Calls the builder of an equipment primary with `param` (a std::vector<std::string>*). The caller owns the
-/// result; null when there is no builder or it failed. Any thread.
-_SECS_ITEM* OnSendMessageBuffer(void* handle, unsigned char stream, unsigned char function, void* param);
 
 /// The device id of the current link's settings; received messages of another one are dropped.
 void Set_Link_Device_Id(std::uint16_t device_id);

@@ -1,6 +1,7 @@
-// The outgoing queue of equipment primaries, and the wait for the host's answer to the one that was sent.
+// The outgoing queue of equipment primaries.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -18,18 +19,19 @@ struct FA_Message {
     std::uint64_t number = 0;         ///< counts the entries ever queued
 };
 
-/// Builds a primary on the calling thread and queues it; null and empty parameters are left out, later ones
-/// move up. False when there is no builder or it gave nothing; then nothing is queued. Any thread.
-bool QFA_Message_PushBack(unsigned char stream, unsigned char function, std::string* p1, std::string* p2,
-                          std::string* p3, std::string* p4, std::string* p5);
-
 // Each takes the queue lock for its own duration. Removers are called by the main monitor alone; bodies of
 // entries that are dropped are freed.
-void QFA_Message_Queue_Init();     ///< empties the queue, resets the ids below, makes lock and event
+
+/// Empties the queue and resets the reply wait.
+void QFA_Message_Queue_Init();
 void QFA_Message_Queue_Release();  ///< empties the queue
+/// Takes the entry as the last one.
+void Queue_Message(FA_Message entry);
 /// Copies the first entry out and leaves it queued; false when there is none.
 bool QFA_Message_PopFront(FA_Message* entry);
 void QFA_Message_RemoveFront();
+/// The first entry's body is freed by who has sent it: nothing may find it in the queue any more.
+void Forget_Front_Item(const _SECS_ITEM* item);
 void QFA_Message_Clear();
 /// Drops every entry whose message is not enabled for spooling; the others keep their order.
 void QFA_Message_Purge_Unspooled();
@@ -39,25 +41,5 @@ void QFA_Message_Purge_Unspooled();
 std::uint64_t QFA_Message_Queue_Mark();
 void QFA_Message_Purge_Unspooled(std::uint64_t mark);
 std::size_t QFA_Message_Queue_Length();
-
-/// Sends an entry's body, logs it and frees it; the message id becomes REQUESTID. 0 when the entry has no
-/// body.
-unsigned long QFA_Message_Send(void* handle, FA_Message* entry);
-
-// REQUESTID: id of the last primary sent. RESPONSEID: id of the last message received that may end a wait.
-void QFA_Set_RequestID(unsigned long msgid);
-void QFA_Set_ResponseID(unsigned long msgid);
-/// A stream 9 message has come: ends the wait for whatever is in flight, also for a primary whose sending has
-/// begun and whose id is not known yet. Follow it by QFA_Notify_Reply.
-void End_Wait_In_Flight();
-std::uint32_t QFA_Get_RequestID();
-std::uint32_t QFA_Get_ResponseID();
-/// Wakes the waiting sender; both arguments are ignored. False when there is no event yet.
-bool QFA_Notify_Reply(unsigned long msgid, unsigned long result);
-/// Waits until the answer to REQUESTID has come. `msgid` is the result of sending (0 and 3 to 100: failed, 1
-/// and 2: no wait). Each wake-up starts a full new time-out. False on failure and time-out.
-bool QFA_Wait_Reply(unsigned char stream, unsigned char function, unsigned long msgid,
-                    std::uint32_t timeout_ms);
-bool QFA_Wait_Reply(unsigned long msgid, std::uint32_t timeout_ms);
 
 }  // namespace Talwen

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
+#include "fa/framework/qsequence.h"
+#include "fa/secs/module_state.h"
 #include "fa/secs/secs_driver.h"
 
 // Every message passes here twice on its way, so lines are built with to_chars in place, not with printf.
@@ -196,7 +196,7 @@ void append_header(std::string& text, unsigned stream, unsigned function, unsign
                                                {"Send Secondary Message", "Send Primary Message"}};
     constexpr std::size_t title_width = 40;
     const std::string_view title = titles[direction == 0 ? 0 : 1][function & 1U];
-    BC_FA* module = FA_Instance;
+    QSequence* module = FA_Instance;
     text += title;
     text.append(title_width - title.size(), ' ');
     text += '[';

@@ -7,8 +7,9 @@
 #include <thread>
 
 #include "fa/module/bc_fa.h"
-#include "fa/module/module_state.h"
 #include "fa/secs/message_queue.h"
+#include "fa/secs/module_state.h"
+#include "fa/secs/primaries.h"
 #include "hsms/driver/driver_config.h"
 #include "sim/controller/clock.h"
 #include "sim/controller/console.h"

@@ -1,10 +1,12 @@
-#include "fa/secs/handler_routes.h"
+#include "fa/module/handler_routes.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <string_view>
+
+#include "fa/secs/message_handlers.h"
 
 namespace Talwen {
 
@@ -92,6 +94,28 @@ Message_Builder Find_Builder(unsigned char stream, unsigned char function) {
 
 Message_Handler Find_Handler(unsigned char stream, unsigned char function) {
     return find(handlers, handler_index, stream, function);
+}
+
+_SECS_ITEM* Build_Message(QSequence& module, void* handle, unsigned char stream, unsigned char function,
+                          void* param) {
+    auto& fa = static_cast<BC_FA&>(module);
+    if (const Message_Builder builder = Find_Builder(stream, function)) return (fa.*builder)(handle, param);
+    return fa.send_SxxFxx(handle, stream, function, param);
+}
+
+unsigned long Handle_Message(QSequence& module, const Received_Message& m) {
+    auto& fa = static_cast<BC_FA&>(module);
+    // S9F0 is a listed pair without a handler: swallowed, not handed to the fallback.
+    if (m.stream == 9 && m.function == 0) return static_cast<unsigned long>(-5L);
+    if (const Message_Handler handler = Find_Handler(m.stream, m.function))
+        return (fa.*handler)(m.handle, m.item, m.msgid);
+    if (m.function == 0) return fa.recv_SxxF00(m.handle, m.stream, m.function, m.item, m.msgid);
+    if (m.is_primary()) return fa.reply_SxxFxx(m.handle, m.stream, m.function, m.item, m.msgid);
+    return fa.recv_SxxFxx(m.handle, m.stream, m.function, m.item, m.msgid);
+}
+
+unsigned long Refuse_Message(QSequence& module, const Received_Message& m) {
+    return static_cast<BC_FA&>(module).reply_SxxF00(m.handle, m.stream, m.function, m.item, m.msgid);
 }
 
 }  // namespace Talwen
