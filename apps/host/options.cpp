@@ -112,15 +112,15 @@ A secondary answers the oldest unanswered primary of its kind. The daily work ha
   constants
   command START PORTID=1
   watch
-which say what the equipment's answer means. Events, trace samples and alarms that come are also put
-in one line each (**). When the input ends, the host ends once all replies are in; when it was no terminal and empty,
-the host goes on answering.
+which say what the equipment's answer means. Events, trace samples and alarms that come are also shown in one line
+each (**). When the input ends, the host ends once all replies are in; when the input was empty and no terminal, it
+goes on answering.
 
 By itself it answers S1F1, S1F13, S2F17, S2F25 (with the same bytes), S5F1, S6F1, S6F3, S6F9, S6F11, S6F13 and
 S10F1 when they ask for a reply.
 
-Exit status: 0 all went well, 1 an expectation of the script was not met or the link was not to be had (one line
-on standard error), 2 wrong usage or a script that does not parse (FILE:LINE:COLUMN: what).
+Exit status: 0 all went well; 1 an expectation of the script was not met, or there was no link (one line on standard
+error); 2 wrong usage, or a script that does not parse (FILE:LINE:COLUMN: what).
 
 )" + command_list() +
            "\n" + std::string(sml::script_grammar);
