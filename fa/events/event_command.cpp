@@ -25,7 +25,7 @@ struct Keyword_Row {
 constexpr Keyword_Row keywords[] = {
     {"REQUEST", Keyword::REQUEST, false},    //
     {"SEND", Keyword::SEND, true},           //
-    {"CTRLMODE", Keyword::CTRLMODE, false},  // the host is told that the equipment goes off-line
+    {"CTRLMODE", Keyword::CTRLMODE, false},  // the host hears that the equipment goes off-line
     {"EQUIPMENT", Keyword::EQUIPMENT, true}, {"PM", Keyword::PM, true},
     {"PORT", Keyword::PORT, true},           {"SUBST", Keyword::SUBST, true},
     {"CARRIER", Keyword::CARRIER, true},     {"MODULE", Keyword::MODULE, true},
@@ -59,7 +59,7 @@ void raise_event(BC_FA& fa, Keyword code, const Event_Command& command) {
     std::string selector;
     Event_Fields fields;
     if (code == Keyword::SUBST && command.is("TRACK")) {
-        // The selector of SUBST_TRACK is the fifth field, behind a leading one that is not looked at:
+        // The selector of SUBST_TRACK is the fifth field, after a leading one that is not looked at:
         // x|A|B|C|N|D|E|F. Deliberate; the event number is known only after the second split.
         std::string leading;
         std::string remainder;

@@ -19,7 +19,7 @@ namespace Talwen::event_value {
 enum Field : std::size_t { A, B, C, D, E, F };
 
 /// A text that the controller gave; empty for none.
-inline std::string told(const char* text) {
+inline std::string or_empty(const char* text) {
     return text != nullptr ? text : "";
 }
 
@@ -68,16 +68,16 @@ inline int main_control(const Event_Context& event) {
     return event.fa.QIO_Get_CTC_MAIN_CONTROL(event.index);
 }
 inline std::string carrier_id(const Event_Context& event) {
-    return told(event.fa.QIO_Get_CTC_CMx_CarrierID(event.index));
+    return or_empty(event.fa.QIO_Get_CTC_CMx_CarrierID(event.index));
 }
 inline std::string lot_recipe(const Event_Context& event) {
-    return told(event.fa.QIO_Get_CTC_LOT_RECIPE(event.index));
+    return or_empty(event.fa.QIO_Get_CTC_LOT_RECIPE(event.index));
 }
 inline std::string job_id(const Event_Context& event) {
-    return told(event.fa.QIO_Get_CTC_JOB_ID(event.index));
+    return or_empty(event.fa.QIO_Get_CTC_JOB_ID(event.index));
 }
 inline std::string wafer_id(const Event_Context& event) {
-    return told(event.fa.QIO_Get_CTC_CMx_WAFER_ID(event.index, event.slot));
+    return or_empty(event.fa.QIO_Get_CTC_CMx_WAFER_ID(event.index, event.slot));
 }
 /// One character per slot, the first slot first: the wafer's status, '?' for one that is no digit.
 inline std::string slot_map(const Event_Context& event) {
@@ -94,7 +94,7 @@ inline std::string slot_map(const Event_Context& event) {
 template <int (BC_FA::*point)(int)>
 std::string string_point(const Event_Context& event) {
     const int index = (event.fa.*point)(event.index);
-    return index == Point_Unbound ? "" : told(event.fa.QString_Read(index));
+    return index == Point_Unbound ? "" : or_empty(event.fa.QString_Read(index));
 }
 inline int access_mode(const Event_Context& event) {
     const int index = event.fa.Point_D_CM_AccessMode(event.index);
@@ -104,7 +104,7 @@ inline constexpr auto read_carrier_id = string_point<&BC_FA::Point_S_CM_CID>;
 inline constexpr auto lot_id = string_point<&BC_FA::Point_S_CM_LOTID>;
 inline constexpr auto ppid = string_point<&BC_FA::Point_S_CM_PPID>;
 
-// Carrier ids: kind 13 tells of a carrier that stands on two ports, B the other port, C its id.
+// Carrier ids: kind 13 reports a carrier that is on two ports, B the other port, C its id.
 
 inline constexpr int duplicate_carrier = 13;
 
@@ -121,15 +121,15 @@ inline std::string acted_carrier_id(const Event_Context& event) {
     return given.empty() ? read_carrier_id(event) : given;
 }
 
-// Process modules: kinds 3 to 5 tell of a recipe step (B name, C number), kind 6 of the result (B).
+// Process modules: kinds 3 to 5 report a recipe step (B name, C number), kind 6 of the result (B).
 
 inline constexpr int process_result_kind = 6;
 
 inline std::string pm_id(const Event_Context& event) {
-    return told(event.fa.QSCH_Get_PM_Module_ID(event.index));
+    return or_empty(event.fa.QSCH_Get_PM_Module_ID(event.index));
 }
 inline std::string pm_name(const Event_Context& event) {
-    return told(event.fa.QSCH_Get_PM_Module_Name(event.index));
+    return or_empty(event.fa.QSCH_Get_PM_Module_Name(event.index));
 }
 inline int process_result(const Event_Context& event) {
     return event.kind == process_result_kind ? number<B>(event) : 0;
@@ -142,11 +142,11 @@ inline std::string step_name(const Event_Context& event) {
 
 template <Field field>
 std::string module_id(const Event_Context& event) {
-    return told(event.fa.QModule_Get_ID(event.fields[field].c_str()));
+    return or_empty(event.fa.QModule_Get_ID(event.fields[field].c_str()));
 }
 template <Field field>
 std::string module_name(const Event_Context& event) {
-    return told(event.fa.QModule_Get_Name(event.fields[field].c_str()));
+    return or_empty(event.fa.QModule_Get_Name(event.fields[field].c_str()));
 }
 inline bool is_transfer(const Event_Context& event) {
     return event.kind >= 5 && event.kind <= 8;
@@ -202,7 +202,7 @@ std::string constant_value(const Event_Context& event) {
     switch (record->io_type) {
         case IO_DIGITAL: return std::to_string(live ? fa.QDigital_Read(point) : fa.QDigital_Read_Mem(point));
         case IO_ANALOG: return analog_text(live ? fa.QAnalog_Read(point) : fa.QAnalog_Read_Mem(point));
-        case IO_STRING: return told(live ? fa.QString_Read(point) : fa.QString_Read_Mem(point));
+        case IO_STRING: return or_empty(live ? fa.QString_Read(point) : fa.QString_Read_Mem(point));
         default: return "";
     }
 }

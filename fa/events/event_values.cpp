@@ -169,7 +169,7 @@ bool Check_Event_Fields(Event_Family family, Event_Context& event) {
                                         in_range(number<B>(event), event.fa.QSCH_Get_CM_Count()));
         case Family::substrate_state: return find_port_and_slot(event);
         case Family::substrate_track:
-            // The modules of a transfer have slots of their own number, which the controller does not tell.
+            // The modules of a transfer have slots of their own number, which the controller does not give.
             return find_port_and_slot(event) &&
                    (!is_transfer(event) || (number<D>(event) >= 0 && number<F>(event) >= 0));
         default: return true;

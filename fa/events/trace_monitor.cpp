@@ -52,7 +52,7 @@ bool traces_run(BC_FA& fa) {
            (Get_Link_State(fa) == Link_State::communicating || QFA_Get_Spool_Enable(6, 1));
 }
 
-/// A pass every half second takes the samples. The looks between two passes tell when a new trace or the link
+/// A pass every half second takes the samples. The looks between two passes see when a new trace or the link
 /// has begun to run, so that a sample is neither early nor later than a pass and a look.
 class Trace_Watch {
   public:

@@ -35,7 +35,7 @@ bool Communication_Enabled(QSeqCon& fa);
 bool Enabled_At_Start(QSeqCon& fa);
 /// There is a connection, selected or not.
 bool Link_Is_Up(QSeqCon& fa);
-/// Communicating and on-line: what the host is told of, it is told now.
+/// Communicating and on-line: events reach the host now.
 bool Host_Takes_Events(QSeqCon& fa);
 
 // The connection monitor.

@@ -35,7 +35,7 @@ struct _SECS_ITEM {
     unsigned char format;  ///< one of SECS_FORMAT
     char value[128];       ///< first element in native byte order; text (NUL-terminated) or bytes of A and B;
                            ///< zero past the data
-    char* data;  ///< the item's data whole, whatever its length: text and bytes with a NUL behind them;
+    char* data;  ///< the item's data whole, whatever its length: text and bytes with a NUL after them;
                  ///< numbers in native byte order, at the start of `value` where they fit there
     std::uint32_t length;   ///< number of data bytes of any item but a list
     _SECS_ITEM** children;  ///< children of a list, in order

@@ -203,10 +203,10 @@ unsigned long SecsSendMessageItem(void* /*handle*/, unsigned char stream, unsign
 }
 
 unsigned long SecsReplyMessageItem(void* /*handle*/, unsigned char stream, unsigned char function,
-                                   _SECS_ITEM* body, unsigned long /*reply_expected*/, unsigned long msgid) {
+                                   _SECS_ITEM* body, unsigned long reply_expected, unsigned long msgid) {
     {
         const std::lock_guard lock(state().mutex);
-        state().sent.push_back({true, msgid, message_sml(stream, function, false, body)});
+        state().sent.push_back({true, msgid, message_sml(stream, function, reply_expected != 0, body)});
     }
     record("reply " + name(stream, function));
     return msgid;

@@ -259,6 +259,22 @@ class ModuleFixture : public ::testing::Test {
         }
     }
 
+    /// The values of states, named as in set_states, joined by a blank.
+    static std::string states(const std::string& names) {
+        std::istringstream words(names);
+        std::string text;
+        for (std::string name; words >> name;)
+            text += (text.empty() ? "" : " ") +
+                    (name.starts_with("fa:") ? sim::machine().fa(name.substr(3)) : sim::machine().gem(name));
+        return text;
+    }
+
+    /// Compares states with the values that set_states would give them.
+    static void expect_states(const std::string& pairs) {
+        const std::string names = std::regex_replace(pairs, std::regex("=[^ ]*"), "");
+        EXPECT_EQ(states(names), std::regex_replace(pairs, std::regex("[^ ]*="), "")) << pairs;
+    }
+
     static int gem(const std::string& name) { return std::stoi(sim::machine().gem(name)); }
     static int fa(const std::string& name) { return std::stoi(sim::machine().fa(name)); }
     static unsigned long long calls(const std::string& operation) {

@@ -1,4 +1,5 @@
-// The gate before every command, the keyword SEND, and what happens to exceptions.
+// The gate before every command, the keywords REQUEST and SEND, and what happens to exceptions.
+#include <filesystem>
 #include <stdexcept>
 
 #include "event_fixture.h"
@@ -42,28 +43,72 @@ TEST_F(EventCommand, TheGateAsksTheSettingsInUse) {
                 }
 }
 
-TEST_F(EventCommand, TheGateStandsBeforeEveryKeywordButTwoAndBeforeNoUnknownOne) {
+TEST_F(EventCommand, EveryKeywordButTwoIsGatedAndNoUnknownOne) {
     set_states("Online_Status=0");
-    for (const char* keyword :
-         {"SEND", "EQUIPMENT", "PM", "PORT", "SUBST", "CARRIER", "MODULE", "SPOOL", "TRACE", "RECIPE",
-          "ALARM", "ECID", "OPERATOR", "MESSAGE", "SEMI", "PRCSJOB"}) {
-        const std::string command = std::string(keyword) + "_NOTHING 1";
+    std::istringstream words(
+        "+SEND +EQUIPMENT +PM +PORT +SUBST +CARRIER +MODULE +SPOOL +TRACE +RECIPE +ALARM +ECID +OPERATOR "
+        "+MESSAGE +SEMI +PRCSJOB REQUEST CTRLMODE HELLO _ EVENT");
+    for (std::string word; words >> word;) {
+        const bool gated = word[0] == '+';
+        const std::string command = word.substr(gated ? 1 : 0) + "_NOTHING 1";
         EXPECT_EQ(raised_by(command), "");
-        EXPECT_EQ(logged(), fake::Texts{refusal(command, "Link_Commu", "Ctrl_OnRemote")});
+        const fake::Texts refused{refusal(command, "Link_Commu", "Ctrl_OnRemote")};
+        EXPECT_EQ(logged(), gated ? refused : fake::Texts{}) << command;
     }
-    for (const char* command :
-         {"REQUEST_NOTHING", "CTRLMODE_NOTHING 1", "CTRLMODE_STATE 5", "HELLO_STATE 1", "", "_"}) {
-        EXPECT_EQ(raised_by(command), "");
-        EXPECT_TRUE(logged().empty()) << command;
+    EXPECT_EQ(raised_by(""), "");
+}
+
+// Command; Comm_New_Version; LinkMD and both switches before it; these three, CtrlMD and Control_State
+// afterwards; what is queued, or that it is ignored aloud.
+const char* const commands = R"(
+REQUEST_ENABLE | new | 0 0 | 2 1 1 9 9 |
+REQUEST_ENABLE | new | 1 0 | 1 1 1 9 9 |
+REQUEST_ENABLE | old | 3 0 | 2 1 1 9 9 |
+REQUEST_DISABLE | new | 0 0 | 0 0 0 9 9 |
+REQUEST_DISABLE | old | 3 0 | 1 0 0 9 9 |
+REQUEST_LOCAL / REQUEST_RECONNECT x | new | 2 0 | 2 0 0 9 9 | ignored
+REQUEST_OFFLINE | old | 2 0 | 2 0 0 9 9 | ignored
+REQUEST_LOCAL | new | 1 1 | 1 1 1 1 3 | S1F13
+REQUEST_REMOTE | old | 1 1 | 1 1 1 2 4 | S1F13 S2F17
+REQUEST_OFFLINE | new | 0 1 | 0 1 1 0 0 |
+REQUEST_OFFLINE | old | 1 1 | 1 1 1 0 0 |
+REQUEST_OFFLINE | new | 2 1 | 2 1 1 0 0 | 10101
+REQUEST_OFFLINE | old | 3 1 | 3 1 1 0 0 | 10101
+REQUEST_ENABLE / REQUEST_DISABLE / REQUEST_local / REQUEST / REQUESTS_LOCAL | new | 2 1 | 2 1 1 9 9 |
+REQUEST_ENABLE / REQUEST_DISABLE | old | 2 1 | 2 1 1 9 9 |
+)";
+
+TEST_F(EventCommand, RequestSwitchesAndControlStateByCommand) {
+    for (const fake::Texts& row : fake::rows(commands, 5)) {
+        SCOPED_TRACE(row[0] + " " + row[1] + " " + row[2]);
+        begin();
+        Comm_New_Version = row[1] == "new";
+        const std::string enable = row[2].substr(2);
+        set_states("fa:CtrlMD=9 Control_State=9 fa:LinkMD=" + row[2].substr(0, 1) + " Comm_Enable=" + enable +
+                   " fa:Enable=" + enable);
+        const bool ignored = row[4] == "ignored";
+        EXPECT_EQ(raised_by(row[0]), ignored ? "" : row[4]);
+        EXPECT_EQ(states("fa:LinkMD fa:Enable Comm_Enable fa:CtrlMD Control_State"), row[3]);
+        EXPECT_FALSE(Reconnect);
+        const std::string line = "忽略 FA消息处理 , FA Disabled.[" + row[0] + "]";
+        EXPECT_EQ(fake::driver().log(), ignored ? fake::Texts{line} : fake::Texts{});
     }
 }
 
-TEST_F(EventCommand, OffLineIsToldToTheHostWhileThereIsALink) {
-    for (const State& link : links) {
-        set_states("fa:LinkMD=" + std::to_string(link.mode));
-        EXPECT_EQ(raised_by("REQUEST_OFFLINE"), link.mode >= 2 ? "10101" : "");
-        EXPECT_EQ(fa("CtrlMD"), 0);
-    }
+TEST_F(EventCommand, RequestReconnectSavesTheSettingsAndRaisesTheFlagEvenWhenSavingFails) {
+    set_states("Comm_Enable=1 PrnChk=1");
+    module->QProgram_Event_Code("REQUEST_RECONNECT");
+    EXPECT_TRUE(Reconnect);
+    EXPECT_TRUE(std::filesystem::exists(folder.path() / "Z/FA/FA_SAVE.inf"));
+    EXPECT_TRUE(fake::driver().log().empty());
+    EXPECT_EQ(console.front(), "接收消息:REQUEST_RECONNECT");
+
+    Reconnect = false;
+    std::filesystem::remove_all(folder.path() / "Z");
+    folder.put("Z", "a file where the drive should be");
+    module->QProgram_Event_Code("REQUEST_RECONNECT");
+    EXPECT_TRUE(Reconnect);
+    EXPECT_EQ(fake::driver().log(), fake::Texts{"FA_SAVE.inf 保存失败!"});
 }
 
 // Message; whether it is spooled; then by LinkMD 0 to 3, in each by CtrlMD 0 to 2: q queued, r refused,
@@ -117,30 +162,25 @@ TEST_F(EventCommand, PrimariesCarryUpToFiveParameters) {
     }
 }
 
+// The command; the code byte as a number, ALID and text of the S5F1, or "unknown" for the log line.
+const char* const alarm_commands = R"(
+SEND_ALARM_POST 1001 / SEND_ALARM_POST 1001 | 133 1001 Door open
+SEND_ALARM_CLEAR 1001 | 5 1001 Door open
+SEND_ALARM_POST 500|x | 128 500 no level
+SEND_ALARM_CLEAR 500 | 0 500 no level
+SEND_ALARM_POST 1002 / SEND_ALARM_POST | unknown
+SEND_ALARM_CLEAR 1002 / SEND_ALARM 1001 / SEND_PRIMARY S1F13 |
+)";
+
 TEST_F(EventCommand, AlarmsAreSentWithTheirCodeByte) {
-    using namespace std::string_literals;
     const std::string unknown = "Talwen::BC_FA::QProgram_Event_Code , AlarmID 未识别 , 不能向主机端传送!";
-    const struct {
-        const char* command;
-        std::vector<Params> built;
-        std::string log = "";
-    } cases[] = {
-        {"SEND_ALARM_POST 1001", {{"S5F1", "\x85", "1001", "Door open"}}},
-        {"SEND_ALARM_POST 1001", {{"S5F1", "\x85", "1001", "Door open"}}},
-        {"SEND_ALARM_CLEAR 1001", {{"S5F1", "\x05", "1001", "Door open"}}},
-        {"SEND_ALARM_POST 500|x", {{"S5F1", "\x80", "500", "no level"}}},
-        {"SEND_ALARM_CLEAR 500", {{"S5F1", "\0"s, "500", "no level"}}},
-        {"SEND_ALARM_POST 1002", {}, unknown},
-        {"SEND_ALARM_POST", {}, unknown},
-        {"SEND_ALARM_CLEAR 1002", {}},
-        {"SEND_ALARM 1001", {}},
-        {"SEND_PRIMARY S1F13", {}},
-    };
-    for (const auto& c : cases) {
-        raised_by(c.command);
-        EXPECT_EQ(built, c.built) << c.command;
-        EXPECT_EQ(fake::driver().log(), c.log.empty() ? fake::Texts{} : fake::Texts{c.log}) << c.command;
-        EXPECT_TRUE(logged().empty()) << c.command;
+    for (const fake::Texts& row : fake::rows(alarm_commands, 2)) {
+        const bool sent = raised_by(row[0]) == "S5F1";
+        const Params p = sent ? built.at(0) : Params{"", "u", "", ""};
+        const std::string code = std::to_string(static_cast<unsigned char>(p.at(1).at(0)));
+        EXPECT_EQ(sent ? code + " " + p.at(2) + " " + p.at(3) : "", row[1] == "unknown" ? "" : row[1]);
+        EXPECT_EQ(fake::driver().log(), row[1] == "unknown" ? fake::Texts{unknown} : fake::Texts{}) << row[0];
+        EXPECT_TRUE(logged().empty()) << row[0];
     }
     module->QFA_Set_ALID_Enable(1001, false);
     EXPECT_EQ(raised_by("SEND_ALARM_POST 1001") + raised_by("SEND_ALARM_CLEAR 1001"), "");

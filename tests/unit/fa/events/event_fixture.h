@@ -22,7 +22,7 @@ class EventFixture : public ModuleFixture {
   public:
     using Params = Texts;
 
-    /// What each builder was given, in order, behind the message's name: {"S6F11", "10101"}.
+    /// What each builder was given, in order, after the message's name: {"S6F11", "10101"}.
     std::vector<Params> built;
     /// Called by the builder of S6F11 with the event's number.
     std::function<void(const std::string&)> on_report;

@@ -1,6 +1,5 @@
 // When traces take their samples, without waiting; and that the monitor queues them.
 #include <chrono>
-#include <random>
 #include <thread>
 
 #include "fa/events/trace_sampling.h"
@@ -18,67 +17,36 @@ std::shared_ptr<TRID_STRU> trace(int trid, int period, int totsmp) {
     return record;
 }
 
-/// The samples of one pass as "TRID/SMPLN" joined by blanks.
+/// The samples of one pass as "TRID/SMPLN" joined by commas.
 std::string pass(const Trace_Records& traces, int ms, bool running = true) {
     std::string text;
     for (const Trace_Sample& sample : Take_Due_Samples(traces, ms, running))
-        text += (text.empty() ? "" : " ") + std::to_string(sample.TRID) + "/" + std::to_string(sample.SMPLN);
+        text += (text.empty() ? "" : ",") + std::to_string(sample.TRID) + "/" + std::to_string(sample.SMPLN);
     return text;
 }
 
-TEST(TraceSampling, SixtySamplesTakeSixtySecondsWhateverThePassesTake) {
-    std::mt19937 random(1);
-    std::uniform_int_distribution<int> jitter(440, 590);
-    const Trace_Records traces{trace(1, 1000, 60)};
-    int taken = 0;
-    for (int now = 0; now < 70'000;) {
-        const int ms = jitter(random);
-        now += ms;
-        for (const Trace_Sample& sample : Take_Due_Samples(traces, ms, true)) {
-            EXPECT_EQ(sample.SMPLN, ++taken);
-            EXPECT_GE(now, taken * 1000);
-            EXPECT_LT(now, taken * 1000 + 600);
+// Traces (number, period, samples in all); then passes: milliseconds (with "-" while nothing runs), and
+// after "=" the samples that the pass takes.
+const char* const passes = R"(
+5 1500 2, 2 1000 9, 3 1000 0 | 500= 500=2/1 500=5/1 500=2/2 500= 500=5/2,2/3 500= 500=2/4 500= 500=2/5
+1 1000 10 | 3700=1/1 0=1/2 0=1/3 299= 1=1/4 2147483000=1/5 2147483000=1/6 0=1/7
+1 1000 10 | 900= 200-= 0-= 0-= 0=1/1 899= 1=1/2
+1 0 3, 2 -4 2 | 500=1/1,2/1 500-= 500=1/2,2/2 500=1/3 500=
+)";
+
+TEST(TraceSampling, PassesTakeWhatIsDueAndKeepTheRestForTheNext) {
+    for (const fake::Texts& row : fake::rows(passes, 2)) {
+        Trace_Records traces;
+        std::istringstream records(row[0]);
+        for (int trid, period, totsmp; records >> trid >> period >> totsmp; records.ignore())
+            traces.push_back(trace(trid, period, totsmp));
+        std::istringstream words(row[1]);
+        for (std::string word; words >> word;) {
+            const std::string samples = word.substr(word.find('=') + 1);
+            EXPECT_EQ(pass(traces, std::stoi(word), word.find('-') == std::string::npos), samples)
+                << row[1] << " at " << word;
         }
     }
-    EXPECT_EQ(taken, 60);
-}
-
-TEST(TraceSampling, TracesCountEachForItselfInOrder) {
-    const Trace_Records traces{trace(5, 1500, 2), trace(2, 1000, 9), trace(3, 1000, 0)};
-    const char* const passes[] = {"", "2/1", "5/1", "2/2", "", "5/2 2/3", "", "2/4", "", "2/5"};
-    for (const char* expected : passes) EXPECT_EQ(pass(traces, 500), expected);
-}
-
-TEST(TraceSampling, ALongPassGivesOneSampleAndTheRestLater) {
-    const Trace_Records traces{trace(1, 1000, 10)};
-    EXPECT_EQ(pass(traces, 3700), "1/1");
-    EXPECT_EQ(pass(traces, 0), "1/2");
-    EXPECT_EQ(pass(traces, 0), "1/3");
-    EXPECT_EQ(pass(traces, 299), "");
-    EXPECT_EQ(pass(traces, 1), "1/4");
-    traces[0]->elapsed = 2'147'483'000;
-    EXPECT_EQ(pass(traces, 2'147'483'000), "1/5");
-    EXPECT_EQ(traces[0]->elapsed, 2'147'483'647 - 1000);
-}
-
-TEST(TraceSampling, WhatRestsTakesNoSampleAndLosesNone) {
-    const Trace_Records traces{trace(1, 1000, 10)};
-    EXPECT_EQ(pass(traces, 900), "");
-    EXPECT_EQ(pass(traces, 200, false), "");  // it ran for 200 ms, then the link went
-    for (int i = 0; i < 20; ++i) EXPECT_EQ(pass(traces, 0, false), "");
-    EXPECT_EQ(pass(traces, 0), "1/1");
-    EXPECT_EQ(traces[0]->elapsed, 100);
-}
-
-TEST(TraceSampling, APeriodBelowOneSamplesAtEachPass) {
-    const Trace_Records traces{trace(1, 0, 3), trace(2, -4, 2)};
-    EXPECT_EQ(pass(traces, 500), "1/1 2/1");
-    EXPECT_EQ(pass(traces, 500, false), "");
-    EXPECT_EQ(traces[0]->elapsed, 0);
-    EXPECT_EQ(pass(traces, 500), "1/2 2/2");
-    EXPECT_EQ(pass(traces, 500), "1/3");
-    EXPECT_EQ(pass(traces, 500), "");
-    EXPECT_EQ(traces[1]->elapsed, 0);
 }
 
 TEST(TraceSampling, ATraceCountsFromTheLookThatFirstSawIt) {
@@ -136,28 +104,19 @@ TEST_F(TraceMonitor, RunsWhileTheHostTakesItsSamplesOrTheyAreSpooled) {
         start_over();
         set_states(std::string("Comm_Enable=1 ") + states);
         QFA_Set_Spool_Enable(6, 1, spooled);
-        TRID_List.append_or_replace(*trace(8, 0, 2));
+        const auto from = std::chrono::steady_clock::now();
+        TRID_List.append_or_replace(*trace(8, runs ? 200 : 0, 2));  // forty passes at this speed
         begin();
         EXPECT_TRUE(!runs || queued(2));
+        EXPECT_TRUE(!runs || std::chrono::steady_clock::now() - from >= std::chrono::milliseconds(400));
         EXPECT_TRUE(passes_over(3));
         EXPECT_EQ(QFA_Message_Queue_Length(), runs ? 2U : 0U);
+        FA_Message entry;
+        EXPECT_EQ(QFA_Message_PopFront(&entry), runs);
+        EXPECT_EQ(entry.params, runs ? fake::Texts({"8", "1"}) : fake::Texts());
+        EXPECT_EQ(entry.stream * 1000 + entry.function, runs ? 6001 : 0);
         end();
     }
-}
-
-TEST_F(TraceMonitor, SamplesByTheClockNotByThePasses) {
-    set_states("Comm_Enable=1 Online_Status=1 fa:LinkMD=3");
-    const auto from = std::chrono::steady_clock::now();
-    TRID_List.append_or_replace(*trace(8, 200, 2));  // forty passes at this speed
-    begin();
-    ASSERT_TRUE(queued(2));
-    EXPECT_GE(std::chrono::steady_clock::now() - from, std::chrono::milliseconds(400));
-    ASSERT_TRUE(passes_over(3));
-    EXPECT_EQ(QFA_Message_Queue_Length(), 2U);
-    FA_Message entry;
-    ASSERT_TRUE(QFA_Message_PopFront(&entry));
-    EXPECT_EQ(entry.stream * 1000 + entry.function, 6001);
-    EXPECT_EQ(entry.params, (std::vector<std::string>{"8", "1"}));
 }
 
 TEST_F(TraceMonitor, ARuntimeErrorCostsOneLook) {

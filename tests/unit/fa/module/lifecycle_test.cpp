@@ -1,4 +1,5 @@
 // Entry points, carrier-module points, threads and their end.
+#include <atomic>
 #include <thread>
 
 #include "fa/module/module_threads.h"
@@ -19,6 +20,8 @@ TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
     start_over(toml +
                "[[function]]\nname='SCHEDULER_INTERFACE_CM1'\n[[digital]]\nname='AccessModeStatus1'\n"
                "[[digital]]\nname='AccessModeStatus2'\n[[string]]\nname='CM6.PPID'\n");
+    EXPECT_TRUE(module->QProgram_Init_Code());
+    EXPECT_EQ(sim::calls("QFunction_Set_Regist_Info").value().arguments, "V20250101");
     EXPECT_FALSE(module->QProgram_Enter_Code(nullptr));
     EXPECT_EQ(calls("QIO_Find_PointF"), 6U * 9U);
     EXPECT_EQ(module->Point_F_LP_CONTROL(0), 0);
@@ -30,23 +33,37 @@ TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
     EXPECT_EQ(BC_FA(copy).Point_D_CM_AccessMode(1), 1);
 }
 
-TEST_F(Lifecycle, VersionIsRegistered) {
-    EXPECT_TRUE(module->QProgram_Init_Code());
-    EXPECT_EQ(sim::calls("QFunction_Set_Regist_Info").value().arguments, "V20250101");
+template <class Record>
+void expect_lookup(BC_FA& fa, bool (BC_FA::*add)(Record), bool (BC_FA::*get)(int, Record**),
+                   int Record::*id) {
+    Record record;
+    record.*id = 7;
+    EXPECT_TRUE((fa.*add)(record));
+    Record* found = nullptr;
+    EXPECT_FALSE((fa.*get)(8, &found) || found != nullptr);
+    ASSERT_TRUE((fa.*get)(7, &found));
+    EXPECT_EQ(found->*id, 7);
+}
+
+TEST_F(Lifecycle, ControllersLookRecordsUpByNumber) {
+    expect_lookup(*module, &BC_FA::QFA_Add_RPTID_List, &BC_FA::QFA_Get_RPTID_Stru, &RPTID_STRU::RPTID);
+    expect_lookup(*module, &BC_FA::QFA_Add_CEID_List, &BC_FA::QFA_Get_CEID_Stru, &CEID_STRU::CEID);
+    expect_lookup(*module, &BC_FA::QFA_Add_TRID_List, &BC_FA::QFA_Get_TRID_Stru, &TRID_STRU::TRID);
 }
 
 TEST_F(Lifecycle, DataIdsCountTo65535AndStartAgain) {
     const unsigned long first = module->Unique_DATAID();
     ASSERT_LE(first, 65535U);
-    for (unsigned long n = first + 1; n <= 65535; ++n) ASSERT_EQ(module->Unique_DATAID(), n);
-    EXPECT_EQ(module->Unique_DATAID(), 0U);
-    EXPECT_EQ(module->Unique_DATAID(), 1U);
+    for (unsigned long n = first + 1; n <= 65537; ++n) ASSERT_EQ(module->Unique_DATAID(), n % 65536);
 }
 
 TEST_F(Lifecycle, StopRequestEndsMainCodeAndBothThreads) {
-    FUNC_STATUS result{};
+    std::atomic<int> result{0};
     std::thread framework([&] { result = module->QProgram_Main_Code(nullptr); });
     ASSERT_TRUE(fake::driver().wait_until([] { return Main_Monitor_Running && TRID_Monitor_Running; }));
+    const auto sleeps = calls("QTime_MSleep");
+    ASSERT_TRUE(fake::driver().wait_until([=] { return calls("QTime_MSleep") > sleeps + 100; }));
+    EXPECT_EQ(result, 0);  // it stays while the threads run
     module->Stop_Request = 1;
     framework.join();
     EXPECT_EQ(result, 3);

@@ -51,36 +51,36 @@ class Monitor : public fake::ModuleFixture {
     std::thread thread;
 };
 
-TEST_F(Monitor, NewSettingsGoFromTheGemPointsToTheFaSettings) {
-    set_states("Comm_IP=127.0.0.9 Comm_Port=5001 Device_ID=12 Comm_Try=1 LinkTest_Enable=4 Init_CommState=0");
-    run_until("connect 127.0.0.9 5001");
-    stop();
-    const __secs_sets s = fake::driver().settings();
-    EXPECT_EQ(fake::joined(std::vector{s.t0, s.t3, s.t5, s.t6, s.t7, s.t8}),
-              "60000,5000,10000,5000,10000,5000");
-    EXPECT_STREQ(s.ip, "127.0.0.9");
-    EXPECT_EQ(fake::joined(std::vector<int>{s.port, s.device_id, s.conn_mode, s.link_test}), "5001,12,1,1");
-    EXPECT_EQ(sim::machine().fa("Remote_IP"), "127.0.0.9");
-    EXPECT_EQ(fa("Remote_Port") + fa("Local_Port"), 10002);
-    EXPECT_EQ(fa("Device_ID"), 12);
-    EXPECT_EQ(fa("ConnMD") + fa("LinkTest") + fa("Enable"), 3);
-    EXPECT_EQ(fake::driver().calls().back(), "destroy");
-    EXPECT_EQ(console.front(), "Thread_FA_Main_Monitor 启动... ...");
-    EXPECT_EQ(console.back(), "Thread_FA_Main_Monitor 退出... ...");
-}
+// Comm_New_Version; the settings of its side; the link's times, port, device, mode and link test; the other
+// side afterwards.
+const char* const settings = R"(
+new | Comm_IP=127.0.0.9 Comm_Port=5001 Device_ID=12 Comm_Try=1 LinkTest_Enable=4 Init_CommState=0
+    | 60000,5000,10000,5000,10000,5000,5001,12,1,1
+    | fa:Remote_IP=127.0.0.9 fa:Remote_Port=5001 fa:Local_Port=5001 fa:Device_ID=12 fa:ConnMD=1 fa:LinkTest=1
+      fa:Enable=1
+old | fa:Remote_IP=127.0.0.8 fa:Remote_Port=6001 fa:Device_ID=7 fa:ConnMD=1 fa:LinkTest=0 fa:Enable=1
+      fa:T0=1 fa:T3=2 fa:T5=3 fa:T6=4 fa:T7=5 fa:T8=6 Init_CommState=1 LinkTest_Enable=1
+    | 1000,2000,3000,4000,5000,6000,6001,7,1,0
+    | Comm_IP=127.0.0.8 Comm_Port=6001 Device_ID=7 Comm_Try=1 LinkTest_Enable=0 Init_CommState=0
+)";
 
-TEST_F(Monitor, OldSettingsGoFromTheFaSettingsToTheGemPoints) {
-    Comm_New_Version = false;
-    set_states(
-        "fa:Remote_IP=127.0.0.8 fa:Remote_Port=6001 fa:Device_ID=7 fa:ConnMD=0 fa:LinkTest=0 fa:Enable=1 "
-        "fa:T0=1 fa:T3=2 fa:T5=3 fa:T6=4 fa:T7=5 fa:T8=6 Init_CommState=1 LinkTest_Enable=1");
-    run_until("connect 127.0.0.8 6001");
-    stop();
-    const __secs_sets s = fake::driver().settings();
-    EXPECT_EQ(fake::joined(std::vector{s.t0, s.t3, s.t5, s.t6, s.t7, s.t8}), "1000,2000,3000,4000,5000,6000");
-    EXPECT_EQ(sim::machine().gem("Comm_IP"), "127.0.0.8");
-    EXPECT_EQ(gem("Comm_Port") * 10 + gem("Device_ID"), 60017);
-    EXPECT_EQ(gem("Comm_Try") + gem("LinkTest_Enable") + gem("Init_CommState"), 0);
+TEST_F(Monitor, SettingsAreMirroredAndReachTheDriver) {
+    for (const fake::Texts& row : fake::rows(settings, 4)) {
+        start_over();
+        Comm_New_Version = row[0] == "new";
+        set_states(row[1]);
+        run_until(row[0] == "new" ? "connect 127.0.0.9 5001" : "connect 127.0.0.8 6001");
+        stop();
+        const __secs_sets s = fake::driver().settings();
+        const std::vector<unsigned> sets{
+            s.t0,       s.t3, s.t5, s.t6, s.t7, s.t8, s.port, s.device_id, static_cast<unsigned>(s.conn_mode),
+            s.link_test};
+        EXPECT_EQ(fake::joined(sets), row[2]);
+        expect_states(row[3]);
+        EXPECT_EQ(fake::driver().calls().back(), "destroy");
+        EXPECT_EQ(console.front(), "Thread_FA_Main_Monitor 启动... ...");
+        EXPECT_EQ(console.back(), "Thread_FA_Main_Monitor 退出... ...");
+    }
 }
 
 TEST_F(Monitor, DisabledCommunicationCreatesNothing) {
@@ -125,29 +125,28 @@ TEST_F(Monitor, ReconnectTearsDownAndKeepsOnlySpooledEntries) {
     EXPECT_EQ(left.function, 13);
 }
 
+// By its answer, or by a stream 9 message. The message id of what is in flight is known only after the send:
+// what comes before that counts as well.
 TEST_F(Monitor, SendsOneAtATimeAndWaitsForEachAnswer) {
-    answer_everything();
-    set_states("S6F12Res_Enable=1");
-    run_until("connect  0");
-    select();
-    ASSERT_TRUE(push(1, 13) && push(1, 1));
-    await("send S1F1");
-    const std::vector<fake::Sent> sent = fake::driver().sent();
-    ASSERT_EQ(sent.size(), 2U);
-    EXPECT_EQ(sent[0].sml + sent[1].sml, "S1F13 W <L <A \"CT-200\"> <A \"1.0.0\">>.S1F1 W.");
-    EXPECT_EQ(sent[0].id, 101U);
-    await_length(0);
-    EXPECT_EQ(QFA_Get_RequestID(), 102U);
-}
-
-// The message id of what is in flight is known only after the send: one that comes before it counts as well.
-TEST_F(Monitor, AStreamNineMessageEndsTheWaitHoweverEarlyItComes) {
-    set_states("fa:T7=30 Online_Status=1");
-    fake::driver().on_send([](const fake::Sent&) { fake::driver().host_sends("S9F5 <B 0>."); });
-    run_until("connect  0");
-    select();
-    for (int i = 0; i < 3; ++i) push(1, 1);
-    await_length(0);
+    for (const bool rejected : {false, true}) {
+        start_over();
+        set_states("fa:T7=30 Online_Status=1 S6F12Res_Enable=1");
+        fake::driver().on_send([=](const fake::Sent& sent) {
+            if (rejected)
+                fake::driver().host_sends("S9F5 <B 0>.");
+            else
+                QFA_Set_ResponseID(sent.id);
+        });
+        run_until("connect  0");
+        select();
+        ASSERT_TRUE(push(1, 13) && push(1, 1) && push(1, 1));
+        await_length(0);
+        const std::vector<fake::Sent> sent = fake::driver().sent();
+        ASSERT_EQ(sent.size(), 3U);
+        EXPECT_EQ(sent[0].sml + sent[1].sml, "S1F13 W <L <A \"CT-200\"> <A \"1.0.0\">>.S1F1 W.");
+        EXPECT_EQ(QFA_Get_RequestID(), 103U);
+        stop();
+    }
 }
 
 TEST_F(Monitor, ARuntimeErrorCostsOnePass) {
@@ -187,23 +186,18 @@ TEST_F(Monitor, UnspooledEntriesAreDroppedWhileAwaySpooledOnesSurvive) {
 
 TEST_F(Monitor, WaitForReplyByMessageIdAndStreamSixSwitches) {
     QFA_Message_Queue_Init();
-    const struct {
-        int stream, function;
-        unsigned long msgid;
-        int switches;
-        bool result;
-    } cases[] = {{1, 13, 0, 1, false},   {1, 13, 1, 1, true},   {1, 13, 2, 1, true},
-                 {1, 13, 3, 1, false},   {1, 13, 50, 1, false}, {1, 13, 100, 1, false},
-                 {1, 13, 101, 1, false}, {6, 1, 101, 1, false}, {6, 1, 101, 0, true},
-                 {6, 11, 101, 0, true},  {6, 13, 101, 0, true}, {6, 3, 101, 0, false},
-                 {6, 11, 101, 1, false}, {6, 11, 0, 0, false},  {7, 11, 101, 0, false}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.stream << " " << c.function << " " << c.msgid);
+    // Stream, function, message id, the switches S6F2Res_Enable and so on; whether the wait ends well.
+    std::istringstream cases(
+        "1 13 0 1 0, 1 13 1 1 1, 1 13 2 1 1, 1 13 3 1 0, 1 13 100 1 0, 1 13 101 1 0, 6 1 101 1 0, 6 1 101 0 "
+        "1, "
+        "6 11 101 0 1, 6 13 101 0 1, 6 3 101 0 0, 6 11 101 1 0, 6 11 0 0 0, 7 11 101 0 0");
+    unsigned long msgid = 0;
+    for (int s, f, on, result; cases >> s >> f >> msgid >> on >> result; cases.ignore()) {
         for (const char* name : {"S6F2Res_Enable", "S6F12Res_Enable", "S6F14Res_Enable"})
-            sim::machine().set_gem(name, c.switches);
-        EXPECT_EQ(QFA_Wait_Reply(static_cast<unsigned char>(c.stream), static_cast<unsigned char>(c.function),
-                                 c.msgid, 1),
-                  c.result);
+            sim::machine().set_gem(name, on);
+        EXPECT_EQ(QFA_Wait_Reply(static_cast<unsigned char>(s), static_cast<unsigned char>(f), msgid, 1),
+                  result != 0)
+            << s << " " << f << " " << msgid;
     }
     QFA_Set_ResponseID(QFA_Get_RequestID());
     EXPECT_TRUE(QFA_Wait_Reply(1, 13, 101, 1));  // an answer that came before the wait
@@ -212,31 +206,14 @@ TEST_F(Monitor, WaitForReplyByMessageIdAndStreamSixSwitches) {
     EXPECT_EQ(console.back(), "等待主机应答超时[MsgID:777. T7:1.]");
 }
 
-class Recorder : public BC_FA {
-  public:
-    fake::Texts seen;
-    _SECS_ITEM* send_S06F11(void* handle, void* param) override {
-        EXPECT_EQ(handle, nullptr);
-        seen = *static_cast<fake::Texts*>(param);
-        return SecsCreateItemList(0);
-    }
-};
-
 TEST_F(Monitor, EmptyParametersAreLeftOutAndMissingBuildersQueueNothing) {
-    module.reset();
-    auto recorder = std::make_unique<Recorder>();
-    Recorder& builder = *recorder;
-    module = std::move(recorder);
     std::string a = "a";
     std::string empty;
-    std::string c = "c";
-    EXPECT_TRUE(QFA_Message_PushBack(6, 11, &a, &empty, &c, nullptr, nullptr));
-    EXPECT_EQ(builder.seen, (fake::Texts{"a", "c"}));
+    EXPECT_TRUE(QFA_Message_PushBack(1, 13, &a, &empty, nullptr, &a, nullptr));
     FA_Message entry;
     ASSERT_TRUE(QFA_Message_PopFront(&entry));
-    EXPECT_EQ(entry.params, builder.seen);
-    EXPECT_FALSE(push(4, 1));
-    EXPECT_FALSE(push(7, 7));  // no builder in this version
+    EXPECT_EQ(entry.params, (fake::Texts{"a", "a"}));
+    EXPECT_FALSE(push(4, 1) || push(7, 7));  // 7, 7: no builder in this version
     EXPECT_EQ(QFA_Message_Queue_Length(), 1U);
     QFA_Message_Clear();
 }
@@ -249,8 +226,6 @@ TEST_F(Monitor, SpoolTableTakesCandidatesOnly) {
         fake::spooled(),
         "1,1 1,13 2,25 5,1 6,1 6,3 6,9 6,11 6,13 7,1 7,3 7,5 7,27 7,29 9,1 9,3 9,5 9,7 9,9 9,11 9,13 10,1 "
         "16,7 16,9");
-    QFA_Clear_Spool_Table();
-    EXPECT_EQ(fake::spooled(), "");
 }
 
 }  // namespace
