@@ -32,8 +32,9 @@ void request_stop();
 /// Writes all of it to standard output and waits as long as that takes; false when it cannot be written.
 bool write_output(std::string_view bytes);
 /// The next line of standard input without its line end (the last one may lack it); nothing at the input's
-/// end and after end_input(). One reading thread.
-std::optional<std::string> read_line();
+/// end and after end_input(). A line of more than `most` bytes is cut, to more than `most` all the same. One
+/// reading thread.
+std::optional<std::string> read_line(std::size_t most);
 /// Lets a waiting read_line() return nothing. Any thread; after catch_stop_signals().
 void end_input();
 

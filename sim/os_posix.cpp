@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -112,27 +113,25 @@ bool write_output(std::string_view bytes) {
     return true;
 }
 
-std::optional<std::string> read_line() {
-    static std::string buffer;
+std::optional<std::string> read_line(std::size_t most) {
+    static std::string pending;  // what was read after the last line
+    std::string line;
     for (;;) {
-        if (const std::size_t end = buffer.find('\n'); end != std::string::npos) {
-            std::string line = buffer.substr(0, end);
-            buffer.erase(0, end + 1);
-            if (line.ends_with('\r')) line.pop_back();
-            return line;
-        }
+        const std::size_t end = pending.find('\n');
+        const std::size_t room = most + 2 - line.size();  // a byte more than the longest line and its CR
+        line.append(pending, 0, std::min(end, room));
+        pending.erase(0, end == std::string::npos ? end : end + 1);
+        if (end != std::string::npos) break;
         if (wait_readable(input_latch.ends[0], STDIN_FILENO, -1)) return std::nullopt;
         std::array<char, 4096> bytes;
         const auto count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count > 0) {
-            buffer.append(bytes.data(), static_cast<std::size_t>(count));
-        } else if (buffer.empty()) {
-            return std::nullopt;
-        } else {
-            buffer += '\n';  // the last line ends with the input
-        }
+        if (count > 0) pending.assign(bytes.data(), static_cast<std::size_t>(count));
+        if (count > 0 || (count < 0 && errno == EINTR)) continue;
+        if (line.empty()) return std::nullopt;
+        break;  // the last line ends with the input
     }
+    if (line.ends_with('\r')) line.pop_back();
+    return line;
 }
 
 void end_input() {

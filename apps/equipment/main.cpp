@@ -32,11 +32,16 @@ class StartError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+constexpr std::size_t longest_command = 4U << 20U;
+
 /// Answers the commands of standard input until its end or end_input(). True when `quit` was among them.
 bool serve(equipment::Context& context) {
-    while (const auto line = sim::os::read_line()) {
+    while (const auto line = sim::os::read_line(longest_command)) {
         if (line->find_first_not_of(" \t") == std::string::npos) continue;
-        const std::string answer = equipment::answer(context, *line);
+        const std::string answer =
+            line->size() > longest_command
+                ? "! a line may be " + std::to_string(longest_command) + " bytes long, this one is longer"
+                : equipment::answer(context, *line);
         if (answer.empty()) return true;
         sim::print_answer(answer);
     }
@@ -91,6 +96,7 @@ void prepare(const fs::path& folder) {
     read_machine(folder / "machine.toml");
     lock(folder);
     sim::set_data_folder(folder);
+    sim::remove_unfinished_files();
 }
 
 void run(const fs::path& folder, const std::vector<std::string>& allowed_hosts) {
@@ -128,6 +134,7 @@ int main(int argc, char** argv) {
         "The factory-automation module in a simulated cluster tool. Commands on standard input; `help` lists "
         "them.");
     app.name("fa-equipment");
+    app.set_version_flag("--version", "fa-equipment " FA_VERSION);
     app.footer(
         "Exit status: 0 after an orderly stop (quit, SIGINT, SIGTERM); 2 for wrong arguments, a "
         "machine.toml\n"

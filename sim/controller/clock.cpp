@@ -27,6 +27,7 @@ ClockText clock_characters() {
 }
 
 /// SetLocalTime counts as an operation of the controller: journal, last arguments, a result that can be set.
+SIM_BOOLEAN(SetLocalTime)
 int note_set_clock(const SYSTEMTIME& t) {
     ClockText text;
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d", t.wYear, t.wMonth, t.wDay,
@@ -54,14 +55,16 @@ std::string clock_text() {
 
 namespace Talwen {
 
+SIM_READ(QTime_MSleep)
 void QTime_MSleep(unsigned int ms) {
-    sim::note(sim::Op::QTime_MSleep, std::to_string(ms));
+    sim::note(Op::QTime_MSleep, std::to_string(ms));
     std::this_thread::sleep_for(
         std::chrono::duration<double, std::milli>(ms * sim::sleep_scale.load(std::memory_order_relaxed)));
 }
 
+SIM_READ(QTime_Get_DateTimeID2_Str)
 const char* QTime_Get_DateTimeID2_Str() {
-    sim::count(sim::Op::QTime_Get_DateTimeID2_Str);
+    sim::count(Op::QTime_Get_DateTimeID2_Str);
     thread_local sim::ClockText text;
     text = sim::clock_characters();
     return text.data();

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -13,6 +14,7 @@
 
 #include "fa/framework/qprint.h"
 #include "sim/controller/calls.h"
+#include "sim/controller/system_log.h"
 #include "sim/os.h"
 #include "sim/text.h"
 
@@ -21,7 +23,8 @@ namespace sim {
 namespace {
 
 constexpr std::size_t buffer_limit = 4U << 20U;
-// How long, once a stop was asked for, all who print or flush wait for the reader of standard output.
+// How long a console line waits for the reader of standard output, and once a stop was asked for all who
+// print or flush.
 constexpr std::chrono::seconds patience{1};
 constexpr std::chrono::milliseconds stop_poll{50};
 // After a write, lines are collected for so long: a burst of messages prints a line for each, and waking the
@@ -36,16 +39,27 @@ class Output {
         std::thread([this] { run(); }).detach();
     }
 
-    /// `at_once`: not collected with what may follow.
-    void write(std::string_view text, bool at_once) {
+    /// Waits until there is room.
+    void write_answer(std::string_view text) {
         std::unique_lock lock(mutex_);
-        if (!wait(lock, [this] { return pending_.size() < buffer_limit; })) return;
-        pending_ += text;
-        pending_ += '\n';
-        urgent_ = urgent_ || at_once || pending_.size() >= buffer_limit;
-        const bool wake = urgent_ || std::exchange(idle_, false);
-        lock.unlock();
-        if (wake) wake_.notify_one();
+        if (wait(lock, [this] { return has_room(); })) append(lock, text, true);
+    }
+
+    /// Waits a second, then this line and those after it are dropped until there is room.
+    void write_line(std::string_view text) {
+        std::unique_lock lock(mutex_);
+        if (!has_room() && dropped_ == 0) {
+            const auto give_up = Clock::now() + patience;
+            wait(lock, [&] { return has_room() || dropped_ > 0 || Clock::now() >= give_up; });
+        }
+        if (has_room()) {
+            const std::uint64_t dropped = std::exchange(dropped_, 0);
+            append(lock, text, false);
+            report(dropped);
+        } else if (++dropped_ == 1) {
+            lock.unlock();
+            log_system(Talwen::LOG_ERROR, "standard output is not read: console lines are dropped");
+        }
     }
 
     void flush() {
@@ -53,6 +67,9 @@ class Output {
         urgent_ = !pending_.empty();
         wake_.notify_one();
         wait(lock, [this] { return pending_.empty() && !writing_; });
+        const std::uint64_t dropped = std::exchange(dropped_, 0);
+        lock.unlock();
+        report(dropped);
     }
 
     /// From now on waiting has an end.
@@ -63,6 +80,23 @@ class Output {
 
   private:
     using Clock = std::chrono::steady_clock;
+
+    bool has_room() const { return pending_.size() < buffer_limit; }
+
+    /// `at_once`: not collected with what may follow. Gives the lock back.
+    void append(std::unique_lock<std::mutex>& lock, std::string_view text, bool at_once) {
+        pending_ += text;
+        pending_ += '\n';
+        urgent_ = urgent_ || at_once || pending_.size() >= buffer_limit;
+        const bool wake = urgent_ || std::exchange(idle_, false);
+        lock.unlock();
+        if (wake) wake_.notify_one();
+    }
+
+    static void report(std::uint64_t dropped) {
+        if (dropped > 0)
+            log_system(Talwen::LOG_ERROR, std::to_string(dropped) + " console lines were dropped");
+    }
 
     /// False when a stop was asked for and the patience is at its end.
     template <class Condition>
@@ -102,6 +136,7 @@ class Output {
     bool idle_ = false;    // the writer sleeps until there is something to write
     bool urgent_ = false;  // what is pending is not to wait for more
     bool writing_ = false;
+    std::uint64_t dropped_ = 0;  // console lines, not reported yet
     std::optional<Clock::time_point> deadline_;
 };
 
@@ -157,11 +192,11 @@ void print_console(Colour colour, const char* tag, std::string text) {
     line = without_answers(line + text);
     const std::string_view code = colour_code(colour);
     if (!code.empty()) line = std::string(code) + line + "\033[0m";
-    output().write(line, false);
+    output().write_line(line);
 }
 
 void print_answer(std::string_view line) {
-    output().write(line, true);
+    output().write_answer(line);
 }
 
 void flush_console() {
@@ -173,12 +208,13 @@ void flush_console() {
 namespace Talwen {
 
 #define SIM_PRINT(name, colour)                                        \
+    SIM_READ(name)                                                     \
     void name(const char* tag, const char* format, ...) {              \
         std::va_list arguments;                                        \
         va_start(arguments, format);                                   \
         std::string text = sim::vformat(format, arguments);            \
         va_end(arguments);                                             \
-        sim::note(sim::Op::name, text);                                \
+        sim::note(Op::name, text);                                     \
         sim::print_console(sim::Colour::colour, tag, std::move(text)); \
     }
 SIM_PRINT(QPrint, plain)

@@ -1,8 +1,10 @@
 // Console print: every line of standard output passes here, the module's and the program's. Any thread.
 //
 // Lines are handed to one writer thread, so that a slow reader of standard output does not hold up the
-// module; a full buffer (4 MB) makes its writers wait. Once a stop was asked for (sim/os.h), or the process
-// ends, all of them together wait one second at most, and what does not get out by then is dropped.
+// module. A full buffer (4 MB) makes its writers wait: a command's answer until there is room, the module's
+// lines for a second; then those are dropped and counted until there is room again, and the framework log
+// says so. Once a stop was asked for (sim/os.h), or the process ends, all of them together wait one second at
+// most, and what does not get out by then is dropped.
 #pragma once
 
 #include <functional>
@@ -26,9 +28,10 @@ void set_console_sink(ConsoleSink sink);
 
 /// One line of the module's: "[tag] text", coloured on a terminal. A line never begins with "= " or "! ".
 void print_console(Colour colour, const char* tag, std::string text);
-/// One line exactly as it stands (a command's answer).
+/// One line exactly as it is (a command's answer).
 void print_answer(std::string_view line);
-/// Returns once all that was printed so far has been written, or was given up after a stop.
+/// Returns once all that was printed so far has been written, or was given up after a stop; how many lines
+/// were dropped is in the framework log then.
 void flush_console();
 
 }  // namespace sim

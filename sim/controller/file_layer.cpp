@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <regex>
 #include <string_view>
 #include <utility>
 
@@ -21,7 +22,7 @@ namespace {
 
 struct OpenFile {
     std::string path;  // as the controller named it
-    fs::path target;   // where it lies
+    fs::path target;   // where it is
     fs::path written;  // what is written instead until the close; empty for a file that is only read
 };
 
@@ -38,6 +39,12 @@ fs::path new_name_beside(const fs::path& target) {
     fs::path name = target;
     name += ".new-" + std::to_string(os::process_id()) + "-" + std::to_string(++number);
     return name;
+}
+
+/// True for "x.new-1-2" and its like.
+bool is_new_name(const std::string& name) {
+    static const std::regex form(R"(.+\.new-[0-9]+-[0-9]+)");
+    return std::regex_match(name, form);
 }
 
 std::FILE* open_for_reading(const fs::path& target, const char* mode) {
@@ -122,6 +129,21 @@ fs::path data_folder() {
     return folder;
 }
 
+void remove_unfinished_files() {
+    const fs::path root = data_folder();
+    std::vector<fs::path> unfinished;
+    std::error_code error;
+    for (char drive = 'A'; drive <= 'Z'; ++drive) {
+        fs::recursive_directory_iterator files_below(root / std::string(1, drive), error);
+        for (; !error && files_below != fs::end(files_below); files_below.increment(error)) {
+            const bool file = files_below->is_regular_file(error);
+            if (file && is_new_name(files_below->path().filename().string()))
+                unfinished.push_back(files_below->path());
+        }
+    }
+    for (const fs::path& path : unfinished) fs::remove(path, error);
+}
+
 fs::path map_path(const char* path) {
     std::string_view rest = view(path);
     if (rest.size() < 2 || !is_letter(rest[0]) || rest[1] != ':') return {};
@@ -165,25 +187,29 @@ void close_open_files() {
 
 namespace Talwen {
 
+SIM_READ(QFile_Open)
 std::FILE* QFile_Open(const char* path, const char* mode) {
-    sim::note(sim::Op::QFile_Open, std::string(sim::view(path)) + " " + std::string(sim::view(mode)));
+    sim::note(Op::QFile_Open, std::string(sim::view(path)) + " " + std::string(sim::view(mode)));
     return sim::open(path, mode);
 }
 
+SIM_READ(QFile_Close)
 int QFile_Close(std::FILE* file) {
-    sim::count(sim::Op::QFile_Close);
+    sim::count(Op::QFile_Close);
     return sim::close(file);
 }
 
+SIM_READ(QFile_Check_File_Exist)
 bool QFile_Check_File_Exist(const char* path) {
-    sim::count(sim::Op::QFile_Check_File_Exist);
+    sim::count(Op::QFile_Check_File_Exist);
     std::error_code error;
     const auto mapped = sim::map_path(path);
     return !mapped.empty() && std::filesystem::is_regular_file(mapped, error);
 }
 
+SIM_READ(QFile_Create_Folder)
 bool QFile_Create_Folder(const char* path) {
-    sim::count(sim::Op::QFile_Create_Folder);
+    sim::count(Op::QFile_Create_Folder);
     const auto mapped = sim::map_path(path);
     std::error_code error;
     if (!mapped.empty()) std::filesystem::create_directories(mapped, error);

@@ -11,7 +11,11 @@ namespace sim {
 void set_data_folder(const std::filesystem::path& folder);
 std::filesystem::path data_folder();
 
-/// Where a controller path lies: the drive letter (upper case) is a folder of the data folder, '\' and '/'
+/// Removes what a process that was killed was writing below the data folder ("x.new-PID-N" beside "x"). Only
+/// while no other process uses the folder.
+void remove_unfinished_files();
+
+/// Where a controller path is: the drive letter (upper case) is a folder of the data folder, '\' and '/'
 /// both separate, ".." climbs no higher than the drive. Empty for a path without a drive letter. Bytes of
 /// names pass unchanged.
 std::filesystem::path map_path(const char* path);

@@ -49,13 +49,15 @@ bool read_line(std::FILE* file, char* line, int size, int* length) {
 
 }  // namespace
 
+SIM_READ(QAnal_Get_Line_String_From_File)
 bool QAnal_Get_Line_String_From_File(std::FILE* file, char* line, int* length) {
-    sim::count(sim::Op::QAnal_Get_Line_String_From_File);
+    sim::count(Op::QAnal_Get_Line_String_From_File);
     return read_line(file, line, 1024, length);
 }
 
+SIM_READ(QAnal_Get_Line_String_From_File2)
 bool QAnal_Get_Line_String_From_File2(std::FILE* file, char* line, int size, int* length) {
-    sim::count(sim::Op::QAnal_Get_Line_String_From_File2);
+    sim::count(Op::QAnal_Get_Line_String_From_File2);
     const bool more = read_line(file, line, size, length);
     if (!more && file != nullptr && std::ferror(file) != 0) throw std::runtime_error("file cannot be read");
     return more;

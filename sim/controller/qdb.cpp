@@ -12,7 +12,7 @@
 namespace Talwen {
 
 using sim::count;
-using sim::Op;
+using sim::Operation;
 using sim::record;
 using sim::view;
 
@@ -97,7 +97,7 @@ bool get_all(const std::vector<Item>& list, std::vector<Item>& items) {
 }
 
 template <class Item>
-bool add(Op op, std::vector<Item>& list, const Item& item) {
+bool add(Operation& op, std::vector<Item>& list, const Item& item) {
     if (record(op, text_of(item)) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     if (find(list, item) != list.end()) return false;
@@ -106,7 +106,7 @@ bool add(Op op, std::vector<Item>& list, const Item& item) {
 }
 
 template <class Item>
-bool save(Op op, std::vector<Item>& list, const Item& item) {
+bool save(Operation& op, std::vector<Item>& list, const Item& item) {
     if (record(op, text_of(item)) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     const auto found = find(list, item);
@@ -116,14 +116,14 @@ bool save(Op op, std::vector<Item>& list, const Item& item) {
 }
 
 template <class Item>
-bool remove(Op op, std::vector<Item>& list, const Item& key) {
+bool remove(Operation& op, std::vector<Item>& list, const Item& key) {
     if (record(op, key_text(key)) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     return std::erase_if(list, [&](const Item& item) { return same(item, key); }) > 0;
 }
 
 template <class Item>
-bool clear(Op op, std::vector<Item>& list) {
+bool clear(Operation& op, std::vector<Item>& list) {
     if (record(op, {}) == 0) return false;
     const std::lock_guard lock(recipes().mutex);
     list.clear();
@@ -147,11 +147,13 @@ void clear_rows(char (*rows)[Width], int from, int to) {
 
 }  // namespace
 
+SIM_READ(QDB_Find_LotRecipe)
 bool QDB_Find_LotRecipe(const char* name) {
     count(Op::QDB_Find_LotRecipe);
     return has(recipes().lot, lot_key(name));
 }
 
+SIM_READ(QDB_Find_ClusterRecipe)
 bool QDB_Find_ClusterRecipe(const char* name) {
     count(Op::QDB_Find_ClusterRecipe);
     return has(recipes().cluster, cluster_key(name));
@@ -162,6 +164,7 @@ bool QDB_Find_ClusterRecipe(const char*, const char* name) {
     return QDB_Find_ClusterRecipe(name);
 }
 
+SIM_READ(QDB_Find_PM_Recipe)
 bool QDB_Find_PM_Recipe(const char* module, const char* name) {
     count(Op::QDB_Find_PM_Recipe);
     return has(recipes().pm, pm_key(module, name));
@@ -171,16 +174,19 @@ bool QDB_Find_PM_Recipe(const char*, const char* module, const char* name) {
     return QDB_Find_PM_Recipe(module, name);
 }
 
+SIM_READ(QDB_Get_LotRecipe)
 bool QDB_Get_LotRecipe(LotRecipe_Item& item) {
     count(Op::QDB_Get_LotRecipe);
     return get(recipes().lot, item);
 }
 
+SIM_READ(QDB_Get_ClusterRecipe)
 bool QDB_Get_ClusterRecipe(ClusterRecipe_Item& item) {
     count(Op::QDB_Get_ClusterRecipe);
     return get(recipes().cluster, item);
 }
 
+SIM_READ(QDB_Get_PM_Recipe)
 bool QDB_Get_PM_Recipe(PM_Recipe_Item& item) {
     count(Op::QDB_Get_PM_Recipe);
     return get(recipes().pm, item);
@@ -214,16 +220,19 @@ bool QDB_Get_PM_Recipe(const char* module, const char* name, char module_out[32]
     return true;
 }
 
+SIM_READ(QDB_Get_LotRecipe_List)
 bool QDB_Get_LotRecipe_List(std::vector<LotRecipe_Item>& items) {
     count(Op::QDB_Get_LotRecipe_List);
     return get_all(recipes().lot, items);
 }
 
+SIM_READ(QDB_Get_ClusterRecipe_List)
 bool QDB_Get_ClusterRecipe_List(std::vector<ClusterRecipe_Item>& items) {
     count(Op::QDB_Get_ClusterRecipe_List);
     return get_all(recipes().cluster, items);
 }
 
+SIM_READ(QDB_Get_PM_Recipe_List)
 bool QDB_Get_PM_Recipe_List(const char* module, std::vector<PM_Recipe_Item>& items) {
     count(Op::QDB_Get_PM_Recipe_List);
     get_all(recipes().pm, items);
@@ -231,43 +240,55 @@ bool QDB_Get_PM_Recipe_List(const char* module, std::vector<PM_Recipe_Item>& ite
     return true;
 }
 
+SIM_BOOLEAN(QDB_New_LotRecipe)
 bool QDB_New_LotRecipe(const LotRecipe_Item& item) {
     return add(Op::QDB_New_LotRecipe, recipes().lot, item);
 }
+SIM_BOOLEAN(QDB_New_ClusterRecipe)
 bool QDB_New_ClusterRecipe(const ClusterRecipe_Item& item) {
     return add(Op::QDB_New_ClusterRecipe, recipes().cluster, item);
 }
+SIM_BOOLEAN(QDB_New_PM_Recipe)
 bool QDB_New_PM_Recipe(const PM_Recipe_Item& item) {
     return add(Op::QDB_New_PM_Recipe, recipes().pm, item);
 }
 
+SIM_BOOLEAN(QDB_Save_LotRecipe)
 bool QDB_Save_LotRecipe(const LotRecipe_Item& item) {
     return save(Op::QDB_Save_LotRecipe, recipes().lot, item);
 }
+SIM_BOOLEAN(QDB_Save_ClusterRecipe)
 bool QDB_Save_ClusterRecipe(const ClusterRecipe_Item& item) {
     return save(Op::QDB_Save_ClusterRecipe, recipes().cluster, item);
 }
+SIM_BOOLEAN(QDB_Save_PM_Recipe)
 bool QDB_Save_PM_Recipe(const PM_Recipe_Item& item) {
     return save(Op::QDB_Save_PM_Recipe, recipes().pm, item);
 }
 
+SIM_BOOLEAN(QDB_Delete_LotRecipe)
 bool QDB_Delete_LotRecipe(const char* name) {
     return remove(Op::QDB_Delete_LotRecipe, recipes().lot, lot_key(name));
 }
+SIM_BOOLEAN(QDB_Delete_ClusterRecipe)
 bool QDB_Delete_ClusterRecipe(const char* name) {
     return remove(Op::QDB_Delete_ClusterRecipe, recipes().cluster, cluster_key(name));
 }
+SIM_BOOLEAN(QDB_Delete_PM_Recipe)
 bool QDB_Delete_PM_Recipe(const char* module, const char* name) {
     return remove(Op::QDB_Delete_PM_Recipe, recipes().pm, pm_key(module, name));
 }
 
+SIM_BOOLEAN(QDB_Delete_LotRecipe_Table)
 bool QDB_Delete_LotRecipe_Table() {
     return clear(Op::QDB_Delete_LotRecipe_Table, recipes().lot);
 }
+SIM_BOOLEAN(QDB_Delete_ClusterRecipe_Table)
 bool QDB_Delete_ClusterRecipe_Table() {
     return clear(Op::QDB_Delete_ClusterRecipe_Table, recipes().cluster);
 }
 
+SIM_BOOLEAN(QDB_Delete_PM_Recipe_Table)
 bool QDB_Delete_PM_Recipe_Table(const char* module) {
     if (record(Op::QDB_Delete_PM_Recipe_Table, std::string(view(module))) == 0) return false;
     const std::lock_guard lock(recipes().mutex);

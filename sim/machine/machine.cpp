@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "sim/controller/calls.h"
+#include "sim/controller/setting_ranges.h"
 #include "sim/machine/state.h"
 #include "sim/text.h"
 #include "sim/tool/tool.h"
@@ -41,7 +42,9 @@ std::size_t find_value(const ValueTable& table, const char* kind, std::string_vi
 }
 
 void set_value(ValueTable& table, const char* kind, std::string_view name, std::string_view value) {
-    if (!table.assign(find_value(table, kind, name), value)) refuse(std::string(name) + " takes a number");
+    const std::size_t index = find_value(table, kind, name);
+    if (!table.assign(index, value)) refuse(std::string(name) + " takes a number");
+    check_setting(name, table.number(index));
 }
 
 struct CtcPlace {
@@ -66,6 +69,8 @@ CarrierModule& carrier_module(int port) {
 void load(std::unique_ptr<MachineState> next) {
     replace_state(std::move(next));
     reset_calls();
+    for (const ValueTable* table : {&state().gem, &state().fa})
+        for (std::size_t i = 0; i < table->size(); ++i) check_setting(table->info(i).name, table->number(i));
 }
 
 }  // namespace
