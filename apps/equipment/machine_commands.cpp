@@ -15,7 +15,7 @@ namespace {
 using sim::machine;
 using sim::Machine;
 
-/// "NAME" or "NAME = VALUE"; the value is taken as it stands and may be empty.
+/// "NAME" or "NAME = VALUE"; the value is taken as it is and may be empty.
 struct Assignment {
     std::string_view name;
     std::optional<std::string_view> value;

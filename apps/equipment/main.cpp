@@ -64,12 +64,12 @@ std::string why_no_link() {
 bool announce_ready() {
     using namespace std::chrono_literals;
     const auto patient_until = std::chrono::steady_clock::now() + 2s;
-    bool told = false;
+    bool said = false;
     hsms::LinkStatus link = hsms::link_status();
     for (; link.state == "stopped" || !threads_run(); link = hsms::link_status()) {
         if (sim::os::wait_for_stop(10ms)) return false;
-        if (told || std::chrono::steady_clock::now() < patient_until) continue;
-        told = true;
+        if (said || std::chrono::steady_clock::now() < patient_until) continue;
+        said = true;
         sim::print_console(sim::Colour::yellow, "framework", "the link is not listening: " + why_no_link());
     }
     sim::print_answer("= ready " + std::to_string(link.port));

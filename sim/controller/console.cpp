@@ -31,7 +31,7 @@ constexpr std::chrono::milliseconds stop_poll{50};
 // writer for every one would cost more than the message.
 constexpr std::chrono::milliseconds collect_time{5};
 
-/// Standard output behind a buffer and a thread of its own. Never destroyed: the thread may be stuck in a
+/// Standard output with a buffer and a thread of its own. Never destroyed: the thread may be stuck in a
 /// write that nobody reads when the process ends.
 class Output {
   public:

@@ -22,7 +22,7 @@ class ModuleRunner {
     /// Init and Enter on this thread, then Main on a thread of its own, the event thread, and the tool's
     /// thread when the tool moves. Returns entered().
     bool start();
-    /// Ends the tool where it stands, then the event thread once its queue is empty, raises Stop_Request,
+    /// Ends the tool, then the event thread once its queue is empty, raises Stop_Request,
     /// waits for Main, calls Exit. Harmless twice.
     void stop();
 

@@ -66,7 +66,8 @@ class Points {
 
     /// The value as a text; nothing for a function point, which has none.
     std::optional<std::string> get(PointAddress address, Held held) const;
-    /// Sets a value from a text; false when a number is wanted and the text is none, and for function points.
+    /// Sets a value from a text; false when a number is wanted and the text is not one, and for function
+    /// points.
     bool assign(PointAddress address, Held held, std::string_view text);
 
   private:

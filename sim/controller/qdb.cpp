@@ -22,7 +22,7 @@ sim::Recipes& recipes() {
     return sim::state().recipes;
 }
 
-// What tells one recipe of a kind from another.
+// What makes one recipe of a kind another than the next.
 bool same(const LotRecipe_Item& a, const LotRecipe_Item& b) {
     return a.name == b.name;
 }

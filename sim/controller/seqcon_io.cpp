@@ -16,7 +16,7 @@ using sim::to_text;
 
 namespace {
 
-/// The point of that index, null when there is none.
+/// The point of that index, null when there is no such point.
 template <class List>
 auto at(List& list, int point) -> decltype(&list[0]) {
     return point >= 0 && static_cast<std::size_t>(point) < list.size()

@@ -53,7 +53,7 @@ class ValueTable {
 
     /// The value as a text, whatever its type.
     std::string get(std::size_t index) const;
-    /// Sets the value from a text; false when a number is wanted and the text is none.
+    /// Sets the value from a text; false when a number is wanted and the text is not one.
     bool assign(std::size_t index, std::string_view text);
 
   private:

@@ -12,7 +12,7 @@ namespace {
 constexpr int chamber_idles = 1, chamber_processes = 2, chamber_in_error = 6;
 constexpr int result_good = 0, result_aborted = 1;
 
-/// The alarm's category (SEMI E5), as the module tells it: 3 to 5 for levels 1 to 3.
+/// The alarm's category (SEMI E5), as the module reports it: 3 to 5 for levels 1 to 3.
 int category(const Alarms::Alarm& alarm) {
     return alarm.level == Talwen::ALARM_NONE ? 0 : static_cast<int>(alarm.level) + 2;
 }
@@ -52,7 +52,7 @@ void Cluster::begin_step(Wafer& wafer) {
     }
 }
 
-/// The module stands until the alarm clears; then the rest of the step follows.
+/// The module waits until the alarm clears; then the rest of the step follows.
 void Cluster::strike(Wafer& wafer) {
     Chamber& chamber = chambers_[wafer.chamber()];
     const RecipeStep& step = wafer.now().steps[chamber.step];

@@ -91,7 +91,7 @@ void Cluster::next_port_step(int port, std::span<const PortStep> steps, PortStat
     });
 }
 
-/// What a step does beside the port's points; then it is told.
+/// What a step does beside the port's points; then its events are posted.
 void Cluster::port_step_done(int port, ToolStep step) {
     const std::string cm = "CM" + to_text(port + 1);
     switch (step) {

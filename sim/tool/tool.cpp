@@ -24,7 +24,7 @@ std::unique_ptr<Cluster> cluster;  // while the tool runs; guarded by mutex, lik
 std::size_t unheard = 0;           // events that were posted and that the module has not handled yet
 bool stopping = false;
 Clock::time_point anchor;                // the machine time anchor_time was, or is, at this moment
-Timeline::Milliseconds anchor_time = 0;  // both move on when the tool has stood idle
+Timeline::Milliseconds anchor_time = 0;  // both move on when the tool was idle
 std::thread thread;                      // started and joined by the thread that runs the module
 
 void post(const ToolEvent& event) {
@@ -41,7 +41,7 @@ Clock::time_point due(Timeline::Milliseconds time) {
     return anchor + std::chrono::duration_cast<Clock::duration>(real);
 }
 
-/// Brings machine time up to this moment before a request; from idle it goes on where it stood.
+/// Brings machine time up to this moment before a request; from idle it goes on where it was.
 void pass_time() {
     Timeline& timeline = cluster->timeline();
     const Clock::time_point now = Clock::now();
