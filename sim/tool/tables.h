@@ -35,7 +35,8 @@ enum class PortState {
     unloaded,  // the host lets it go: it may be fetched
 };
 
-/// One step of a sequence: after that many seconds the port's points are set and the step's events are posted.
+/// One step of a sequence: after that many seconds the port's points are set and the step's events are
+/// posted.
 struct PortStep {
     double seconds;
     ToolStep step;
