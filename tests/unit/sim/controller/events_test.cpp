@@ -1,7 +1,6 @@
 #include "sim/controller/events.h"
 
 #include <gtest/gtest.h>
-#include <stdexcept>
 
 #include "sim/controller/module_runner.h"
 #include "sim/machine/machine.h"

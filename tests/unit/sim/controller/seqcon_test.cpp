@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -31,7 +30,6 @@ TEST_F(Controller, BadIndicesAndValuesAreHarmless) {
     }
     EXPECT_THROW(machine().set_io("D", "1 2"), std::invalid_argument);
     EXPECT_THROW(machine().io("F"), std::invalid_argument) << "a function point has no value";
-    EXPECT_THROW(machine().carrier_arrives(2, "X"), std::invalid_argument);
 }
 
 TEST_F(Controller, CallsAreCountedJournalledAndResultsCanBeSet) {

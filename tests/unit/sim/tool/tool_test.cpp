@@ -16,28 +16,18 @@
 namespace sim {
 namespace {
 
-/// The text for each number from 1 to `last`, which takes the place of #.
-std::string each(int last, const std::string& text) {
-    std::string all;
-    for (int i = 1; i <= last; ++i)
-        for (const char c : text) all += c == '#' ? std::to_string(i) : std::string(1, c);
-    return all;
-}
-
-std::string tool_machine(const std::string& settings, int chambers) {
-    return "carrier_module = [" + each(3, "{name = 'LP#'}, ") + "]\nfunction = [" +
-           each(3, "{name = 'SCHEDULER_INTERFACE_CM#'}, {name = 'SCHEDULER_MAINT_CM#'}, ") + "]\nstring = [" +
-           each(3, "{name = 'CM#.ReadCID'}, ") + "]\nprocess_module = [" +
-           each(chambers, "{name = 'PM#'}, ") + "]\nanalog = [" +
-           each(chambers, "{name = 'PM#.Pressure', value = 0.5, max = 100.0}, ") + "]\nalarm = [" +
-           each(chambers, "{id = #000, level = 2, text = 'PM# is hot'}, ") + "]\ndigital = [" +
-           each(3, "{name = 'AccessModeStatus#'}, {name = 'LP#.Clamped'}, ") +
-           each(chambers, "{name = 'PM#.State', value = 1}, ") +
-           "{name = 'Tool.LotCount'}, {name = 'Tool.WafersInTool'}]\n"
-           "tool.moving = true\n" +
-           settings;
-}
-
+const std::string tool_machine = R"(
+carrier_module = [{name = 'LP1'}, {name = 'LP2'}, {name = 'LP3'}]
+function = [{name = 'SCHEDULER_MAINT_CM1'}]
+string = [{name = 'CM1.ReadCID'}]
+analog = [{name = 'PM1.Pressure', value = 0.5, max = 100.0}]
+alarm = [{id = 1000, level = 2, text = 'PM1 is hot'}, {id = 9, text = 'PM2 '}, {id = 9, text = 'PM3 '}, {id = 9, text = 'PM4 '}]
+digital = [{name = 'AccessModeStatus1'}, {name = 'LP1.Clamped'}, {name = 'PM1.State', value = 1}, {name = 'Tool.LotCount'},
+           {name = 'Tool.WafersInTool'}]
+tool.moving = true
+)";
+constexpr const char* modules =
+    "process_module = [{name = 'PM1'}, {name = 'PM2'}, {name = 'PM3'}, {name = 'PM4'}]\n";
 constexpr const char* recipes =
     R"(recipe = [{kind = 'lot', name = 'BOTH', cluster_recipes = ['FIRST', 'SECOND']},
 {kind = 'cluster', name = 'FIRST', modules = ['PM1', 'PM3'], pm_recipes = ['ETCH']},
@@ -70,7 +60,7 @@ class Tool {
 
   private:
     void make(const std::string& settings) {
-        machine().load_text(tool_machine(settings, settings == "# empty" ? 0 : 4));
+        machine().load_text(tool_machine + (settings == "# empty" ? "" : modules) + settings);
         cluster_.emplace(state(), [this](const ToolEvent& event) {
             events_.push_back(event.text);
             if (event.text.starts_with("PM_STATE 1|")) ++held_[event.text.substr(11)];
@@ -179,12 +169,12 @@ tool # empty; ready 1; ?START1(F) = 2
 TEST(Tool, DoesWhatTheHostAsksFor) {
     Tool tool;
     tool.play(script);
-    state().points.function[1].status = Talwen::FUNC_RUNNING;
+    state().points.function[0].status = Talwen::FUNC_RUNNING;
     tool.play("?ReadCarrierID1(F) = 104; ?ReadCarrierID2(F) = 2");
 }
 
 TEST(ToolThread, AStepWaitsForTheModule) {
-    machine().load_text(tool_machine("tool.speed = 1000000.0", 1));
+    machine().load_text(tool_machine + "tool.speed = 1000000.0");
     machine().carrier_arrives(1, "C");  // there when the tool starts
     std::vector<std::string> heard;
     std::promise<void> docked, gone;
