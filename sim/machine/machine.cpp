@@ -70,7 +70,8 @@ void load(std::unique_ptr<MachineState> next) {
     replace_state(std::move(next));
     reset_calls();
     for (const ValueTable* table : {&state().gem, &state().fa})
-        for (std::size_t i = 0; i < table->size(); ++i) check_setting(table->info(i).name, table->number(i));
+        for (std::size_t i = 0; i < table->size(); ++i)
+            if (table->was_set(i)) check_setting(table->info(i).name, table->number(i));
 }
 
 }  // namespace

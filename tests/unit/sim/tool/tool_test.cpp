@@ -158,8 +158,8 @@ tool tool.alarm_rate = 0.2; ready 1; ready 2; ready 3; ?START1(F) = 3; ?START2(F
     until SUBST_TRACK 0|2|1|LP3|5; #SUBST_TRACK 0|0|1|LP1|5 = 1; #SUBST_TRACK 0|0|2|LP1|5 = 0; run;
     Tool.LotCount = 3; Tool.WafersInTool = 0; #EQUIPMENT_STATE = 2;
 tool tool.alarm_rate = 1.0; ready 1; ?StartProcess1(F) J,R,1,1 = 3; until PM_STATE 5|0; PM1.State = 6;
-    #SEND_ALARM_POST 1000 = 1; #ALARM_REPORT 1|1000|132|PM1 is hot = 1; until PM_STATE 4|0; PM1.State = 2;
-    #ALARM_REPORT 2|1000|4|PM1 is hot = 1;
+    #SEND_ALARM_POST 1000 = 1; #ALARM_REPORT 1|1000|132|PM1 is hot = 1; until ALARM_REPORT 2|1000|4|PM1 is hot;
+    PM1.State = 2;
 tool; ready 1; ?StartProcess1(F) J,R,1,1 = 3; until PM_STATE 3|0|MAIN; PM1.Pressure = 25.5; run; PM1.Pressure = 0.5;
     PM1.State = 1;
 // Nothing to process in, and maintenance of a port.;
