@@ -245,9 +245,11 @@ void Host::on_primary(const hsms::Header& header, Received received) {
         unanswered_.push_back({primary.stream, primary.function, header.system});
     }
     if (const auto error = read_error_report(primary))
-        if (const std::string name = transactions_.refuse(*error); !name.empty())
+        if (const std::string name = transactions_.refuse(*error); !name.empty()) {
+            link_.end_transaction(error->subject.system);
             printer_.about(name + " (message " + std::to_string(error->subject.system) + ") ended by " +
                            error->reason);
+        }
     primaries_.keep(std::move(received));
 }
 
