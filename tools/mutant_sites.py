@@ -27,6 +27,7 @@ ARITHMETIC = {'+': '-', '-': '+', '*': '/', '/': '*', '%': '/', '&': '|', '|': '
 NUMBER = re.compile(r"(0[xX][\da-fA-F']+|\d[\d']*)([uUlLzZ]*)$")
 CONSTANT_NAME = re.compile(
     r'\bconstexpr\s+(?:unsigned char|unsigned int|unsigned long|std::u?int\d+_t|std::size_t|int|long)\s+(\w+)\s*[={]')
+OTHER_SYSTEM = re.compile(r'\s*#\s*if(def\s|.*defined\()\s*(_WIN32|_MSC_VER)')
 PLAIN_ENUM = re.compile(r'\benum\s*(?:\w+\s*)?(?::\s*[\w: ]+)?\{([^}]*)\}')
 
 
@@ -47,8 +48,12 @@ class Source:
     def __init__(self, text):
         self.text = text
         self.tokens = []  # kind, text, start, end
+        left_out = False  # of what is compiled on this system
         for match in TOKEN.finditer(text):
-            if match.lastgroup not in ('blank', 'pre'):
+            if match.lastgroup == 'pre':
+                left_out = OTHER_SYSTEM.match(match.group()) is not None or (
+                    left_out and not re.match(r'\s*#\s*(else|endif)', match.group()))
+            elif match.lastgroup != 'blank' and not left_out:
                 kind = 'str' if match.lastgroup == 'd' else match.lastgroup
                 self.tokens.append((kind, match.group(), match.start(), match.end()))
         self.words = [token[1] for token in self.tokens]

@@ -29,23 +29,32 @@ void append_number(std::string& text, Number value) {
     text.append(digits.data(), end);
 }
 
-/// What follows the indent of a one-element line, put together here and appended in one go.
+/// A one-element line, put together here and appended in one go.
 class Line {
   public:
+    Line(std::string& text, int depth) : text_(text), indent_(static_cast<std::size_t>(depth) * 4) {
+        std::memset(line_.data(), ' ', widest_indent);  // whatever the depth: a fixed size is a few stores
+        if (indent_ <= widest_indent) end_ += indent_;
+    }
+    /// The line's end; without it nothing is appended.
+    void finish(std::string_view end) {
+        add(end);
+        if (indent_ > widest_indent) text_.append(indent_, ' ');
+        text_.append(line_.data(), static_cast<std::size_t>(end_ - line_.data()));
+    }
     void add(std::string_view part) {
         std::memcpy(end_, part.data(), part.size());
         end_ += part.size();
     }
     template <class Number>
     void add_number(Number value) {
-        end_ = std::to_chars(end_, text_.data() + text_.size(), value).ptr;
+        end_ = std::to_chars(end_, line_.data() + line_.size(), value).ptr;
     }
     /// As printf's %g.
     void add_real(double value) {
         if (!add_plain_real(value))
-            end_ = std::to_chars(end_, text_.data() + text_.size(), value, std::chars_format::general, 6).ptr;
+            end_ = std::to_chars(end_, line_.data() + line_.size(), value, std::chars_format::general, 6).ptr;
     }
-    std::string_view view() const { return {text_.data(), static_cast<std::size_t>(end_ - text_.data())}; }
 
   private:
     /// %g of a number that needs no exponent, in a fifth of to_chars' time: its six significant digits as an
@@ -89,8 +98,12 @@ class Line {
         add(digits.substr(before, last + 1 - before));
     }
 
-    std::array<char, 64> text_;
-    char* end_ = text_.data();
+    static constexpr std::size_t widest_indent = 32;
+
+    std::string& text_;
+    const std::size_t indent_;
+    std::array<char, widest_indent + 64> line_;
+    char* end_ = line_.data();
 };
 
 template <class Element>
@@ -102,24 +115,21 @@ Element first_element(const _SECS_ITEM& item) {
 
 /// "<U4[1] 7>": always one element, the first, whatever the item holds.
 template <class Element, class Shown = Element>
-void append_integer(std::string& text, std::string_view tag, const _SECS_ITEM& item) {
-    Line line;
+void append_integer(Line& line, std::string_view tag, const _SECS_ITEM& item) {
     line.add(tag);
     line.add_number(static_cast<Shown>(first_element<Element>(item)));
-    line.add(">\n");
-    text.append(line.view());
+    line.finish(">\n");
 }
 
 template <class Element>
-void append_float(std::string& text, std::string_view tag, const _SECS_ITEM& item) {
-    Line line;
+void append_float(Line& line, std::string_view tag, const _SECS_ITEM& item) {
     line.add(tag);
     line.add_real(static_cast<double>(first_element<Element>(item)));
-    line.add(">\n");
-    text.append(line.view());
+    line.finish(">\n");
 }
 
-void append_binary(std::string& text, const _SECS_ITEM& item) {
+void append_binary(std::string& text, const _SECS_ITEM& item, int depth) {
+    indent(text, depth);
     text += "<B[";
     append_number(text, item.length);
     text += ']';
@@ -131,39 +141,43 @@ void append_binary(std::string& text, const _SECS_ITEM& item) {
     text += ">\n";
 }
 
-void append_text(std::string& text, const _SECS_ITEM& item) {
-    Line line;
+void append_text(std::string& text, Line& line, const _SECS_ITEM& item) {
     line.add("<A[");
     line.add_number(item.length);
     line.add("] \"");
-    text.append(line.view());
-    text += item.data != nullptr ? item.data : item.value;  // up to its first NUL, as %s
-    text += "\">\n";
+    const std::string_view shown = item.data != nullptr ? item.data : item.value;  // to its first NUL, as %s
+    constexpr std::size_t fits_the_line = 40;
+    if (shown.size() <= fits_the_line) {
+        line.add(shown);
+        line.finish("\">\n");
+    } else {
+        line.finish("");
+        text.append(shown).append("\">\n");
+    }
 }
 
 /// The line of an item that is no list; nothing for a byte that is no format.
 void append_line(std::string& text, const _SECS_ITEM& item, int depth) {
-    const std::size_t start = text.size();
-    indent(text, depth);
+    Line line(text, depth);
     switch (item.format) {
-        case SECS_FORMAT_B: append_binary(text, item); break;
+        case SECS_FORMAT_B: append_binary(text, item, depth); break;
         case SECS_FORMAT_BOOLEAN:
-            text += item.value[0] != 0 ? "<Bool[1] True>\n" : "<Bool[1] False>\n";
+            line.finish(item.value[0] != 0 ? "<Bool[1] True>\n" : "<Bool[1] False>\n");
             break;
         case SECS_FORMAT_A:
         case SECS_FORMAT_J:
-        case SECS_FORMAT_C2: append_text(text, item); break;
-        case SECS_FORMAT_I8: append_integer<std::int64_t>(text, "<I8[1] ", item); break;
-        case SECS_FORMAT_I1: append_integer<std::int8_t, int>(text, "<I1[1] ", item); break;
-        case SECS_FORMAT_I2: append_integer<std::int16_t>(text, "<I2[1] ", item); break;
-        case SECS_FORMAT_I4: append_integer<std::int32_t>(text, "<I4[1] ", item); break;
-        case SECS_FORMAT_F8: append_float<double>(text, "<F8[1] ", item); break;
-        case SECS_FORMAT_F4: append_float<float>(text, "<F4[1] ", item); break;
-        case SECS_FORMAT_U8: append_integer<std::uint64_t>(text, "<U8[1] ", item); break;
-        case SECS_FORMAT_U1: append_integer<std::uint8_t, unsigned>(text, "<U1[1] ", item); break;
-        case SECS_FORMAT_U2: append_integer<std::uint16_t>(text, "<U2[1] ", item); break;
-        case SECS_FORMAT_U4: append_integer<std::uint32_t>(text, "<U4[1] ", item); break;
-        default: text.resize(start); break;
+        case SECS_FORMAT_C2: append_text(text, line, item); break;
+        case SECS_FORMAT_I8: append_integer<std::int64_t>(line, "<I8[1] ", item); break;
+        case SECS_FORMAT_I1: append_integer<std::int8_t, int>(line, "<I1[1] ", item); break;
+        case SECS_FORMAT_I2: append_integer<std::int16_t>(line, "<I2[1] ", item); break;
+        case SECS_FORMAT_I4: append_integer<std::int32_t>(line, "<I4[1] ", item); break;
+        case SECS_FORMAT_F8: append_float<double>(line, "<F8[1] ", item); break;
+        case SECS_FORMAT_F4: append_float<float>(line, "<F4[1] ", item); break;
+        case SECS_FORMAT_U8: append_integer<std::uint64_t>(line, "<U8[1] ", item); break;
+        case SECS_FORMAT_U1: append_integer<std::uint8_t, unsigned>(line, "<U1[1] ", item); break;
+        case SECS_FORMAT_U2: append_integer<std::uint16_t>(line, "<U2[1] ", item); break;
+        case SECS_FORMAT_U4: append_integer<std::uint32_t>(line, "<U4[1] ", item); break;
+        default: break;
     }
 }
 

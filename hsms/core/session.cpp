@@ -119,7 +119,7 @@ void Session::note_foreign_device(const Header& header, Actions& actions) {
     ++foreign_notes_;
     foreign_device_ = header.session_id;
     actions.note = "S" + std::to_string(header.stream()) + "F" + std::to_string(header.function()) +
-                   " for device " + std::to_string(header.session_id) + ", expected " +
+                   " came with device " + std::to_string(header.session_id) + ", expected " +
                    std::to_string(settings_.device_id);
 }
 

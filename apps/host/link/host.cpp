@@ -195,7 +195,7 @@ void Host::on_selected() {
 void Host::on_closed() {
     const Lock lock(mutex_);
     if (!selected_) return;  // a connection that never came to be selected, or is deselected already
-    selected_ = communicating_ = other_device_ = false;
+    selected_ = communicating_ = false;
     lost_ = true;
     ++closes_;
     monitor_.link(false);
@@ -208,19 +208,11 @@ void Host::on_message(const hsms::Header& header, const std::string& body) {
     Received received = decode(header, body);
     const Lock lock(mutex_);
     pass(Direction::received, received.message, header.system, received.defect);
-    check_device(header, received.message);
     if (is_primary(received.message))
         on_primary(header, std::move(received));
     else
         on_reply(header, std::move(received));
     changed_.notify_all();
-}
-
-void Host::check_device(const hsms::Header& header, const sml::Message& message) {
-    if (header.session_id == device_ || other_device_) return;
-    other_device_ = true;
-    printer_.about(name_of(message) + " came with device " + std::to_string(header.session_id) +
-                   ", expected " + std::to_string(device_));
 }
 
 void Host::on_reply(const hsms::Header& header, Received received) {

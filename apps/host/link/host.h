@@ -93,7 +93,6 @@ class Host {
     void on_reply_timeout(std::uint32_t id);
 
     void pass(Direction direction, const sml::Message& message, std::uint32_t id, std::string_view note);
-    void check_device(const hsms::Header& header, const sml::Message& message);
     Sent send_reply(const sml::Message& message, const std::string& body);
     bool reply(const sml::Message& message, const std::string& body, std::uint32_t id, std::string_view note);
     template <class Condition>
@@ -109,7 +108,6 @@ class Host {
     bool selected_ = false;
     bool lost_ = false;           // closed since the last wait_selected()
     bool communicating_ = false;  // or tried in vain
-    bool other_device_ = false;   // said already that messages come with another device id
     std::uint64_t closes_ = 0;
     Inbox primaries_, replies_;
     std::deque<Unanswered> unanswered_;

@@ -60,6 +60,12 @@ class Driver : public testing::Test {
         SecsDestroy(handle);
         set_driver_options({});
     }
+    void write_to(const std::string& log, std::function<void(std::string_view)> lines = {}) {
+        DriverOptions options;
+        options.online_log = log;
+        options.journal = std::move(lines);
+        set_driver_options(std::move(options));
+    }
     void connect() {
         handle = SecsCreate(&sets);
         ASSERT_TRUE(SecsConnect(handle, sets.ip, 0));
@@ -135,11 +141,9 @@ TEST_F(Driver, IdsGoOnOverRecreatedLinksAndTimeOut) {
 }
 
 TEST_F(Driver, SendsToTheNextConnectionWhatTheLastOneDidNotTake) {
-    DriverOptions options;
-    options.journal = [](std::string_view line) {
+    write_to("", [](std::string_view line) {
         if (line.starts_with("SecsSend")) record->add("send");
-    };
-    set_driver_options(std::move(options));
+    });
     connect();
     Peer first(link_status().port);
     first.select();
@@ -160,9 +164,7 @@ TEST_F(Driver, SendsToTheNextConnectionWhatTheLastOneDidNotTake) {
 
 TEST_F(Driver, GoesOnAfterAnExceptionFromACallback) {
     const support::TempFolder folder;
-    DriverOptions options;
-    options.online_log = folder.path() / "online.log";
-    set_driver_options(std::move(options));
+    write_to(folder.path() / "online.log");
     sets.on_select = [](void*) {
         record->add("select");
         throw std::runtime_error("from select");
@@ -192,10 +194,7 @@ TEST_F(Driver, GoesOnAfterAnExceptionFromACallback) {
 
 TEST_F(Driver, LogsAndKeepsAJournal) {
     const support::TempFolder folder;
-    DriverOptions options;
-    options.online_log = folder.path() / "online.log";
-    options.journal = [this](std::string_view line) { journal.emplace_back(line); };
-    set_driver_options(std::move(options));
+    write_to(folder.path() / "online.log", [this](std::string_view line) { journal.emplace_back(line); });
     connect();
     _SECS_ITEM* const body = SecsCreateItemAscii("ab");
     SecsSendMessageItem(handle, 1, 13, body, 1);

@@ -5,11 +5,10 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
-#include "tests/support/bytes.h"
+#include "peer.h"
 #include "tests/support/temp_folder.h"
 
 namespace hsms {
@@ -79,29 +78,12 @@ TEST(LogFile, SurvivesAFileThatCannotBeWritten) {
     }
 }
 
-/// While it lives no file grows beyond `size`: a disk that is full.
-class FullDisk {
-  public:
-    explicit FullDisk(std::size_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &usual_);
-        const rlimit full{size, usual_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &full);
-    }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &usual_);
-        std::signal(SIGXFSZ, handler_);
-    }
-
-  private:
-    void (*handler_)(int);
-    rlimit usual_{};
-};
-
 TEST(LogFile, SaysWhatAFullDiskHasLost) {
     const support::TempFolder folder;
     LogFile log({.path = folder.path() / "a.log"});
+    std::signal(SIGXFSZ, SIG_IGN);
     const auto fill = [&](std::size_t size, bool timed) {
-        const FullDisk full(size);
+        const Limit full_disk(RLIMIT_FSIZE, size);
         for (const char* text : {"second", "third"}) timed ? log.entry(text) : log.line(text);
         EXPECT_NE(log.flush(), "");
     };

@@ -9,6 +9,7 @@
 #include <asio/write.hpp>
 #include <condition_variable>
 #include <mutex>
+#include <sys/resource.h>
 #include <vector>
 
 #include "hsms/link/link.h"
@@ -40,15 +41,32 @@ class Peer {
     std::string receive(std::size_t size) { return to_hex(receive_raw(size)); }
     /// Everything until the connection ends, at most a megabyte.
     std::string receive_to_end() { return receive(1'000'000); }
-    void select() {
-        send("00 00 00 0A FF FF 00 00 00 01 00 00 00 01");
-        receive(14);
+    /// Sends, and takes an answer without a body.
+    std::string ask(const std::string& text) {
+        send(text);
+        return receive(14);
     }
+    void select() { ask("00 00 00 0A FF FF 00 00 00 01 00 00 00 01"); }
     void close() { socket_.close(); }
 
   private:
     asio::io_context io_;
     asio::ip::tcp::socket socket_;
+};
+
+/// While it lives the process has no more of a resource than this.
+class Limit {
+  public:
+    Limit(__rlimit_resource_t resource, std::size_t size) : resource_(resource) {
+        getrlimit(resource, &usual_);
+        const rlimit limit{size, usual_.rlim_max};
+        setrlimit(resource, &limit);
+    }
+    ~Limit() { setrlimit(resource_, &usual_); }
+
+  private:
+    __rlimit_resource_t resource_;
+    rlimit usual_{};
 };
 
 using Entries = std::vector<std::string>;

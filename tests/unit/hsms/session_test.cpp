@@ -103,7 +103,7 @@ TEST(Session, AnswersEveryMessageInEveryState) {
         // data
         {idle, "00 05 81 01 00 00 00 00 00 07", 0, "00 05 00 04 00 07 00 00 00 07", "", idle},
         {sel, "00 00 81 01 00 00 00 00 00 07", 0, "", "deliver", sel},
-        {sel, "12 34 06 0C 00 00 00 00 00 07", 9, "", "deliver S6F12 for device 4660, expected 0", sel},
+        {sel, "12 34 06 0C 00 00 00 00 00 07", 9, "", "deliver S6F12 came with device 4660, expected 0", sel},
         // what E37 does not know
         {sel, "00 05 81 01 01 00 00 00 00 07", 0, "00 05 01 02 00 07 00 00 00 07", "", sel},
         {idle, "FF FF 00 00 05 01 00 00 00 07", 3, "FF FF 05 02 00 07 00 00 00 07", "", idle},
@@ -186,9 +186,9 @@ TEST(Session, RepliesEndTheirTransactionsOnly) {
     EXPECT_EQ(bench.until_next(), -1);
     EXPECT_FALSE(bench.session.end_transaction(104));
     EXPECT_EQ(done(bench.got("00 05 06 0C 00 00 00 00 00 65")), "deliver");  // late reply
-    for (const auto& [device, note] : {std::pair("07", " S6F12 for device 7, expected 5"),
+    for (const auto& [device, note] : {std::pair("07", " S6F12 came with device 7, expected 5"),
                                        {"07", ""},
-                                       {"08", " S6F12 for device 8, expected 5"}})
+                                       {"08", " S6F12 came with device 8, expected 5"}})
         EXPECT_EQ(done(bench.got((std::string("00 ") + device + " 06 0C 00 00 00 00 00 65").c_str())),
                   std::string("deliver") + note);
 }
