@@ -12,11 +12,11 @@ reaches survives.
     tools/mutants.py run                       try the mutants (resumes; --limit N and --seconds N end it early)
     tools/mutants.py report                    rates by folder and file, and the survivors
 
-The folder's unit program decides (fa_tests, hsms_tests, sml_tests). Then, for its survivors, other programs:
+The folder's unit programs decide (fa_tests; hsms_tests; sml_tests, host_tests). Then, for its survivors, others:
 
-    tools/mutants.py build life_tests system_tests
-    tools/mutants.py reach life_tests system_tests
-    tools/mutants.py run --with life_tests --with system_tests
+    tools/mutants.py build system_tests
+    tools/mutants.py reach system_tests
+    tools/mutants.py run --with system_tests
 
 Everything is in --dir (default build/mutants): the sources in tree/, the results in mutants.json. The same --seed
 chooses much the same mutants in files that have changed little. Mutants that change nothing that can be observed
@@ -47,9 +47,7 @@ sys.dont_write_bytecode = True
 import mutant_sites  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-PROGRAMS = {'fa': 'fa_tests', 'hsms': 'hsms_tests', 'sml': 'sml_tests'}
-PATHS = {'fa_tests': 'unit/fa', 'hsms_tests': 'unit/hsms', 'sml_tests': 'unit/sml', 'sim_tests': 'unit/sim',
-         'life_tests': 'life', 'system_tests': 'system'}
+PROGRAMS = {'fa': ['fa_tests'], 'hsms': ['hsms_tests'], 'sml': ['sml_tests', 'host_tests']}
 QUICK = 0.05  # seconds; tests of a mutant that take less are run before the others
 
 HEADER = r'''// Written by mutants.py: which mutant is active, and a note of those that were asked for.
@@ -94,8 +92,20 @@ class Work:
         part.write_text(json.dumps(self.data, indent=1, ensure_ascii=False))
         part.replace(self.record)
 
+    def programs(self):
+        """The test programs of the commit and their folders; an older one has other programs than today's."""
+        found = {}
+        for path in (self.tree / 'tests').rglob('CMakeLists.txt'):
+            for name in re.findall(r'^fa_add_test_program\((\w+)', path.read_text(), re.M):
+                found[name] = self.build / path.parent.relative_to(self.tree)
+        return found
+
+    def unit_programs(self, folder=None):
+        wanted = PROGRAMS[folder] if folder else sum(PROGRAMS.values(), [])
+        return [name for name in wanted if name in self.programs()]
+
     def program(self, name):
-        return self.build / 'tests' / PATHS[name] / name
+        return self.programs()[name] / name
 
     def mutants(self):
         if self.data is None:
@@ -156,7 +166,7 @@ def write_source(work, name):
 
 
 def build(work, args):
-    targets = args.programs or sorted(set(PROGRAMS.values()))
+    targets = args.programs or work.unit_programs()
     if not (work.build / 'CMakeCache.txt').exists():
         subprocess.run(['cmake', '-S', work.tree, '-B', work.build, '-G', 'Ninja', '-DCMAKE_BUILD_TYPE=Debug',
                         '-DCMAKE_CXX_FLAGS_DEBUG=-O0', '-DCMAKE_CXX_FLAGS=-w', '-DFA_BUILD_BENCH=OFF'], check=True,
@@ -236,7 +246,7 @@ def run_tests(work, program, tests, seconds, **variables):
 def reach(work, args):
     """Every test alone: its time, and the mutants it reaches. A test that fails by itself is not used."""
     marks = work.folder / 'reached'
-    for program in args.programs or sorted(set(PROGRAMS.values())):
+    for program in args.programs or work.unit_programs():
         listing = subprocess.run([work.program(program), '--gtest_list_tests'], check=True, capture_output=True,
                                  text=True)
         names, suite = [], ''
@@ -281,13 +291,15 @@ def try_mutant(work, mutant, program):
 def run(work, args):
     tried, start = 0, time.monotonic()
     for mutant in work.mutants():
-        for program in [PROGRAMS[mutant['file'].split('/')[0]], *args.programs]:
+        for program in [*work.unit_programs(mutant['file'].split('/')[0]), *args.programs]:
             if 'killed_by' in mutant or program in mutant.get('survived', {}):
                 continue
             if tried == args.limit or args.seconds and time.monotonic() - start > args.seconds:
                 return
             killed = try_mutant(work, mutant, program)
-            tried += killed or mutant['survived'][program] > 0
+            if not killed and program in args.programs and mutant['survived'][program] == 0:
+                continue
+            tried += 1
             print('killed  ' if killed else 'SURVIVES', place(mutant), mutant['mutant'], flush=True)
             work.save()
     print('all tried')
@@ -322,13 +334,12 @@ def report(work, _args):
         for name in ('all', folder, mutant['file']):
             row = rows.setdefault(name, [0, 0, 0])
             row[0] += 1
-            unit = PROGRAMS[mutant['file'].split('/')[0]]
-            row[1] += mutant.get('killed_by', '').startswith(unit + ':')
+            row[1] += mutant.get('killed_by', '').split(':')[0] in PROGRAMS[mutant['file'].split('/')[0]]
             row[2] += 'killed_by' in mutant
         if 'killed_by' not in mutant:
             survivors.setdefault(folder, []).append(mutant)
     print(f"commit {work.data['commit'][:10]}, seed {work.data['seed']}\n")
-    print(f"{'':44} mutants  killed: by its unit program    by any")
+    print(f"{'':44} mutants  killed: by its unit tests      by any")
     for name in sorted(rows, key=lambda name: ('.' in name, name)):
         count, unit, any_program = rows[name]
         print(f'{name:44} {count:7} {unit:20} {unit / count:6.0%} {any_program:6} {any_program / count:6.0%}')
@@ -363,7 +374,7 @@ def main():
     for name, function, text in (('build', build, 'build; drops what does not compile'),
                                  ('reach', reach, 'run every test alone and note which mutants it reaches')):
         added = command(name, function, text)
-        added.add_argument('programs', nargs='*', metavar='PROGRAM', help='of ' + ', '.join(PATHS))
+        added.add_argument('programs', nargs='*', metavar='PROGRAM', help='default: the unit programs')
         added.add_argument('--jobs', '-j', type=int, default=2)
     added = command('run', run, 'try the mutants; ends with status 3 when all are tried')
     added.add_argument('--limit', type=int, default=-1, help='stop after so many')
