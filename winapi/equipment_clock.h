@@ -22,6 +22,12 @@ void set_clock_offset(std::chrono::milliseconds offset);
 using SetClockHook = BOOL (*)(const SYSTEMTIME& time);
 void set_clock_hook(SetClockHook hook);
 
+/// The right to set the clock, as enabled by AdjustTokenPrivileges; off at start. SetLocalTime asks for it.
+void set_clock_privilege(bool enabled);
+bool clock_privilege();
+/// Tokens that were opened and not closed yet.
+int open_tokens();
+
 }  // namespace winapi
 
 #endif

@@ -49,10 +49,11 @@ struct SYSTEMTIME {
 /// The equipment clock (winapi/equipment_clock.h), local time.
 void GetLocalTime(SYSTEMTIME* time);
 /// Sets it; the day of the week is not looked at. 0, the clock unchanged and errno set, for a time that the
-/// calendar does not have and when the clock cannot be set.
+/// calendar does not have, without the right to set the clock, and when the clock cannot be set.
 BOOL SetLocalTime(const SYSTEMTIME* time);
 
-// The right to set the clock. Here every process has it as far as these calls go; SetLocalTime finds out.
+// The right to set the clock: every process has it and must enable it. Whether the machine's clock can be set
+// SetLocalTime finds out.
 inline constexpr DWORD TOKEN_QUERY = 0x0008;
 inline constexpr DWORD TOKEN_ADJUST_PRIVILEGES = 0x0020;
 inline constexpr DWORD SE_PRIVILEGE_ENABLED = 0x0002;
@@ -71,11 +72,12 @@ struct TOKEN_PRIVILEGES {
 };
 
 HANDLE GetCurrentProcess();
-/// Nonzero, and a token to be closed, for the current process.
+/// Nonzero, and a token to be closed, for the current process; `access` says what the token is good for.
 BOOL OpenProcessToken(HANDLE process, DWORD access, HANDLE* token);
 /// Knows "SeSystemtimePrivilege"; `system` must be null.
 BOOL LookupPrivilegeValueA(const char* system, const char* name, LUID* privilege);
-/// Nonzero unless the token is null.
+/// Enables or disables the right. Zero unless the token was opened with TOKEN_ADJUST_PRIVILEGES and
+/// TOKEN_QUERY.
 BOOL AdjustTokenPrivileges(HANDLE token, BOOL disable_all, TOKEN_PRIVILEGES* wanted, DWORD previous_size,
                            TOKEN_PRIVILEGES* previous, DWORD* needed_size);
 

@@ -1,9 +1,11 @@
 #if !defined(_WIN32)
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
 
+#include "winapi/equipment_clock.h"
 #include "winapi/winapi.h"
 
 namespace {
@@ -22,7 +24,16 @@ struct Event : Object {
     bool manual_reset;
 };
 
-struct Token : Object {};
+std::atomic<int> tokens{0};
+
+struct Token : Object {
+    explicit Token(DWORD asked) : access(asked) { ++tokens; }
+    ~Token() override { --tokens; }
+
+    DWORD access;
+};
+
+constexpr LUID systemtime_privilege{12, 0};
 
 HANDLE handle_of(Object* object) {
     return object;
@@ -78,26 +89,42 @@ void LeaveCriticalSection(CRITICAL_SECTION* section) {
     section->mutex->unlock();
 }
 
+int winapi::open_tokens() {
+    return tokens;
+}
+
 HANDLE GetCurrentProcess() {
     static char process;
     return &process;
 }
 
-BOOL OpenProcessToken(HANDLE process, DWORD /*access*/, HANDLE* token) {
+BOOL OpenProcessToken(HANDLE process, DWORD access, HANDLE* token) {
     if (process != GetCurrentProcess()) return 0;
-    *token = handle_of(new Token);
+    *token = handle_of(new Token(access));
     return 1;
 }
 
 BOOL LookupPrivilegeValueA(const char* system, const char* name, LUID* privilege) {
     if (system != nullptr || std::strcmp(name, "SeSystemtimePrivilege") != 0) return 0;
-    *privilege = {12, 0};
+    *privilege = systemtime_privilege;
     return 1;
 }
 
-BOOL AdjustTokenPrivileges(HANDLE token, BOOL /*disable_all*/, TOKEN_PRIVILEGES* /*wanted*/,
-                           DWORD /*previous_size*/, TOKEN_PRIVILEGES* /*previous*/, DWORD* /*needed_size*/) {
-    return token != nullptr;
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL disable_all, TOKEN_PRIVILEGES* wanted, DWORD /*previous_size*/,
+                           TOKEN_PRIVILEGES* /*previous*/, DWORD* /*needed_size*/) {
+    constexpr DWORD needed = TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY;
+    if (token == nullptr) return 0;
+    if ((static_cast<const Token&>(*static_cast<Object*>(token)).access & needed) != needed) return 0;
+    if (disable_all != 0) {
+        winapi::set_clock_privilege(false);
+        return 1;
+    }
+    for (DWORD i = 0; i < wanted->PrivilegeCount; ++i) {
+        const LUID_AND_ATTRIBUTES& privilege = wanted->Privileges[i];
+        if (privilege.Luid.LowPart == systemtime_privilege.LowPart)
+            winapi::set_clock_privilege((privilege.Attributes & SE_PRIVILEGE_ENABLED) != 0);
+    }
+    return 1;
 }
 
 #endif

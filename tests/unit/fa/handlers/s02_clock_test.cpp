@@ -3,9 +3,8 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "hsms/driver/secs_item_codec.h"
 #include "support/module_fixture.h"
-#include "winapi/winapi.h"
+#include "winapi/equipment_clock.h"
 
 namespace {
 
@@ -17,8 +16,10 @@ class S02Clock : public fake::ModuleFixture {
         ::unsetenv("FA_SYSTEM_CLOCK");  // whoever runs this: the machine's clock stays
         ModuleFixture::SetUp();
         set_states(fake::on_line);
+        winapi::set_clock_privilege(false);
     }
     void TearDown() override {
+        EXPECT_EQ(winapi::open_tokens(), 0);
         sim::set_clock_offset({});
         ModuleFixture::TearDown();
     }
@@ -52,12 +53,15 @@ const char* const times = R"(
 
 TEST_F(S02Clock, TimesAreReadByPositionAndImpossibleOnesLeaveTheClock) {
     const auto machine_before = std::chrono::system_clock::now();
+    SYSTEMTIME start{2031, 5, 0, 6, 7, 8, 9, 0};
+    EXPECT_EQ(SetLocalTime(&start), 0) << "not before the right to do so was asked for";
     for (const fake::Texts& row : fake::rows(times, 3))
         for (const bool host_asks : {true, false}) {
             SCOPED_TRACE(row[0]);
             const bool good = row[2] == "yes";
-            SYSTEMTIME start{2031, 5, 0, 6, 7, 8, 9, 0};
+            winapi::set_clock_privilege(true);
             ASSERT_NE(SetLocalTime(&start), 0);
+            winapi::set_clock_privilege(false);
             console.clear();
             const std::string message = (host_asks ? "S2F31 W <A \"" : "S2F18 <A \"") + row[0] + "\">.";
             const std::string reply = good ? "S2F32 <B 0x00>." : "S2F32 <B 0x01>.";
@@ -96,6 +100,7 @@ TEST_F(S02Clock, ARefusedClockIsReportedAndStays) {
 S2F31 W <A "20990101120000">. | S2F32 <B 0x01>. | 时间设置失败(错误信息:Operation not permitted). @
 S2F18 <A "20990101120000">. | =0 | 时间设置失败[错误信息:Operation not permitted]. @
 )");
+    EXPECT_TRUE(winapi::clock_privilege());
     EXPECT_LT(sim::clock_text(), "2099");
     EXPECT_GE(sim::clock_text(), before);
 }
@@ -132,14 +137,8 @@ S2F26 <B 0x16 0xAB 0xFF 0x1F 0x2F 0xAC 0x13 0x12 0x55>. | =0 | LoopBack Diagnost
 }
 
 TEST_F(S02Clock, TheEquipmentsOwnPrimaries) {
-    const auto body = [](_SECS_ITEM* item) {
-        std::string bytes;
-        EXPECT_TRUE(hsms::encode_secs_item(*item, bytes));
-        SecsDeleteItem(item);
-        return bytes;
-    };
-    EXPECT_EQ(body(module->send_S02F17(nullptr, nullptr)), "");
-    EXPECT_EQ(body(module->send_S02F25(nullptr, nullptr)), "\x21\x08\x16\xAB\xFF\x1F\x2F\xAC\x13\x12");
+    EXPECT_EQ(queued(2, 17, {}), "S2F17 W.");
+    EXPECT_EQ(queued(2, 25, {}), "S2F25 W <B 0x16 0xAB 0xFF 0x1F 0x2F 0xAC 0x13 0x12>.");
 }
 
 }  // namespace
