@@ -13,6 +13,13 @@
 #include "fa/secs/secs_driver.h"
 #include "hsms/driver/secs_item_codec.h"
 
+// g++ defines __SANITIZE_ADDRESS__, clang answers here.
+#if defined(__has_feature)
+#define FA_HAS_ADDRESS_SANITIZER __has_feature(address_sanitizer)
+#else
+#define FA_HAS_ADDRESS_SANITIZER 0
+#endif
+
 namespace Talwen {
 namespace {
 
@@ -57,7 +64,7 @@ class NodeCache {
     }
 
   private:
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || FA_HAS_ADDRESS_SANITIZER
     static constexpr std::ptrdiff_t most_kept = 0;  // or a use of a freed node would go unseen
 #else
     static constexpr std::ptrdiff_t most_kept = 16384;
