@@ -4,15 +4,7 @@
 #include <string>
 #include <vector>
 
-#if defined(__GNUC__)
-#define FA_PRINTF_METHOD(format_index, first_argument) \
-    __attribute__((format(printf, (format_index) + 1, (first_argument) + 1)))
-#define FA_PRINTF_FUNCTION(format_index, first_argument) \
-    __attribute__((format(printf, format_index, first_argument)))
-#else
-#define FA_PRINTF_METHOD(format_index, first_argument)
-#define FA_PRINTF_FUNCTION(format_index, first_argument)
-#endif
+#include "fa/framework/printf_format.h"
 
 namespace Talwen {
 

@@ -44,7 +44,7 @@ class QSeqCon {
     /// False, with the outputs untouched, when there is none.
     bool QIO_Find(int* point, IO_TYPE* type, const char* name);
     bool QIO_Find_Point(int* point, IO_TYPE type, const char* name);
-    bool QIO_Find_PointF(int* point, IO_TYPE type, const char* format, ...) FA_PRINTF_METHOD(3, 4);
+    bool QIO_Find_PointF(int* point, IO_TYPE type, const char* format, ...) FA_PRINTF_FORMAT(4, 5);
     bool QIO_Find_Type(IO_TYPE* type, const char* name);
 
     // GEM status points, FA settings and data variables: one list each names them.
@@ -106,8 +106,8 @@ class QSeqCon {
     const char* QSCH_Get_PM_Module_Name(int pm);
     const char* QSCH_Get_PM_Module_ID(int pm);
     bool QSCH_Get_PM_Enable(int pm);
-    FUNC_STATUS QSCH_RUN_F_SCHEDULER(const char* format, ...) FA_PRINTF_METHOD(1, 2);
-    bool QSCH_EVENT_F_MAIN_MONITOR(const char* format, ...) FA_PRINTF_METHOD(1, 2);
+    FUNC_STATUS QSCH_RUN_F_SCHEDULER(const char* format, ...) FA_PRINTF_FORMAT(2, 3);
+    bool QSCH_EVENT_F_MAIN_MONITOR(const char* format, ...) FA_PRINTF_FORMAT(2, 3);
 
     // Modules, system and functions.
     const char* QModule_Get_Name(const char* module);
@@ -134,7 +134,7 @@ class QSeqCon {
     bool QAlarm_Queue_Point(int index, int* a, int* b);
 
     /// One framework log line (printf rules).
-    void QSystem_Log(LOG_TYPE type, const char* format, ...) FA_PRINTF_METHOD(2, 3);
+    void QSystem_Log(LOG_TYPE type, const char* format, ...) FA_PRINTF_FORMAT(3, 4);
     /// Shows a text to the operator.
     bool QGui_Display_Message(const char* text);
 };

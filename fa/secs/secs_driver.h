@@ -4,14 +4,8 @@
 
 #include <string>
 
+#include "fa/framework/printf_format.h"
 #include "fa/secs/secs_item.h"
-
-#if defined(__GNUC__)
-#define FA_PRINTF_FORMAT(format_index, first_argument) \
-    __attribute__((format(printf, format_index, first_argument)))
-#else
-#define FA_PRINTF_FORMAT(format_index, first_argument)
-#endif
 
 namespace Talwen {
 
