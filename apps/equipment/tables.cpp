@@ -153,7 +153,7 @@ struct Kind {
 
 #define EQUIPMENT_VARIABLES(kind)                                                  \
     Kind {                                                                         \
-#kind, [] { return ids(Talwen::kind##_List); },                                  \
+#kind, [] { return ids(*Talwen::kind##_List.read()); },                                  \
             [](BC_FA& module, std::string_view id) {                                     \
                 return variable<Talwen::kind##_STRU>(module, &BC_FA::QFA_Get_##kind##_Stru, \
                                                      number_argument(id, "the ID"));     \

@@ -1,10 +1,11 @@
 #include "fa/config/config_file.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdlib>
-#include <limits>
 #include <utility>
 
+#include "fa/config/decimal.h"
 #include "fa/framework/qanal.h"
 #include "fa/framework/qfile.h"
 #include "fa/framework/qprint.h"
@@ -61,26 +62,33 @@ bool Config_Make_Folder(const QSequence& fa) {
     return false;
 }
 
-Config_Output::Config_Output(const QSequence& fa, const char* name, const char* failed)
-    : fa_(fa), path_(Config_Primary_Path(name)), failed_(failed), file_(nullptr) {
-    if (!Config_Make_Folder(fa)) return;
-    file_ = QFile_Open(path_.c_str(), "w+");
-    if (file_ == nullptr) report();
+void Config_Append(std::string& text, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
+    const std::size_t start = text.size();
+    text.resize(start + static_cast<std::size_t>(std::max(length, 0)));
+    // The NUL that comes with it goes where the text has its own.
+    std::vsnprintf(text.data() + start, text.size() - start + 1, format, again);
+    va_end(again);
 }
 
-Config_Output::~Config_Output() {
-    if (file_ != nullptr) QFile_Close(file_);
+bool Config_Write(const QSequence& fa, const char* name, const char* failed, const std::string& text) {
+    const std::string path = Config_Primary_Path(name);
+    std::FILE* const file = QFile_Open(path.c_str(), "w+");
+    if (file != nullptr) {
+        std::fwrite(text.data(), 1, text.size(), file);  // a write that failed is seen when it is closed
+        if (QFile_Close(file) == 0) return true;
+    }
+    QPrint_Red(fa.Print_Tag, failed, path.c_str(), path.c_str());
+    return false;
 }
 
-bool Config_Output::close() {
-    const bool written = QFile_Close(file_) == 0;
-    file_ = nullptr;
-    if (!written) report();
-    return written;
-}
-
-void Config_Output::report() const {
-    QPrint_Red(fa_.Print_Tag, failed_, path_.c_str(), path_.c_str());
+bool Config_Save(const QSequence& fa, const char* name, const char* failed, const std::string& text) {
+    return Config_Make_Folder(fa) && Config_Write(fa, name, failed, text);
 }
 
 void Config_Split(std::string all, char mark, std::initializer_list<std::string*> fields, std::size_t limit) {
@@ -104,9 +112,7 @@ void Config_Clean(std::string& text) {
 }
 
 int Config_Int(const std::string& text) {
-    using Limits = std::numeric_limits<int>;
-    return static_cast<int>(
-        std::clamp<long>(std::strtol(text.c_str(), nullptr, 10), Limits::min(), Limits::max()));
+    return Leading_Number<int>(text.c_str());  // up to a NUL
 }
 
 double Config_Real(const std::string& text) {

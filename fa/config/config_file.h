@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "fa/framework/printf_format.h"
 #include "fa/framework/qsequence.h"
 
 namespace Talwen {
@@ -57,32 +58,17 @@ class Config_Lines {
     int number_ = 0;
 };
 
+// Writing. A writer makes the whole text first, so that what goes wrong on the way leaves the old file.
+
+/// Appends to the text (printf rules).
+void Config_Append(std::string& text, const char* format, ...) FA_PRINTF_FORMAT(2, 3);
 /// Makes the folder "Z:\FA"; reports on the console when it cannot.
 bool Config_Make_Folder(const QSequence& fa);
-
-/// A file that is written anew. It takes its name when it is closed, as a whole.
-class Config_Output {
-  public:
-    /// Makes the folder and opens the file; see opened(). `failed` is the console's message when that or
-    /// close() fails (a format with %s for the path, once or twice).
-    Config_Output(const QSequence& fa, const char* name, const char* failed);
-    ~Config_Output();
-    Config_Output(const Config_Output&) = delete;
-    Config_Output& operator=(const Config_Output&) = delete;
-
-    bool opened() const { return file_ != nullptr; }
-    std::FILE* file() const { return file_; }
-    /// True when everything written has reached the file.
-    bool close();
-
-  private:
-    void report() const;
-
-    const QSequence& fa_;
-    std::string path_;
-    const char* failed_;
-    std::FILE* file_;
-};
+/// Puts a file of that text in the place of the old one; false when it could not be written whole, and the
+/// old one stays. `failed` is the console's message then (a format with %s for the path, once or twice).
+bool Config_Write(const QSequence& fa, const char* name, const char* failed, const std::string& text);
+/// Makes the folder, then writes the file.
+bool Config_Save(const QSequence& fa, const char* name, const char* failed, const std::string& text);
 
 /// Splits `text` at `mark` (Config_White_Space or a character) into the fields; the last one is all that is
 /// left. Missing fields are empty. Each field is cut to `limit` bytes.

@@ -1,7 +1,6 @@
 // RPTID.cfg, CEID.cfg, TRID.cfg and TMSG.cfg: one loader and one writer, and a description of each file.
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <map>
 #include <memory>
 #include <string>
@@ -137,7 +136,8 @@ bool link_numbers(BC_FA& fa, const Definition_File& file, const Config_Lines& li
 class Report_Lines {
   public:
     explicit Report_Lines(BC_FA& fa) : fa_(fa) {
-        for (const auto& [id, variable] : RVID_List) by_name_.try_emplace(variable.sv_name, &variable);
+        for (const auto& [id, variable] : *variables_)
+            by_name_.try_emplace(variable->sv_name, variable.get());
     }
 
     void take(const Config_Lines& lines) {
@@ -155,28 +155,19 @@ class Report_Lines {
             report = *earlier;  // with its DATAID and description
             RPTID_List.remove(report.RPTID);
         }
-        const RVID_STRU* last = link(lines, links, report);
-        const int number = report.RPTID;
-        if (RPTID_List.append(std::move(report))) return;
-        // Only when somebody else has defined the report in the meantime.
-        const std::string place = lines.place(rptid_file.loader, __LINE__);
-        if (last != nullptr)
-            QPrint_Red(fa_.Print_Tag, rptid_file.link_twice, number, last->id, last->sv_name.c_str(),
-                       place.c_str());
-        else
-            QPrint_Red(fa_.Print_Tag, "RTPID:%d 的LinkVID:%d 链接重复.%s", number, 0, place.c_str());
+        link(lines, links, report);
+        RPTID_List.append(std::move(report));
     }
 
   private:
     const RVID_STRU* find(const std::string& item) const {
-        if (QStr_Int_Check(item.c_str()) != 0) return RVID_List.find(Config_Int(item));
+        if (QStr_Int_Check(item.c_str()) != 0) return variables_->find(Config_Int(item));
         const auto found = by_name_.find(item);
         return found != by_name_.end() ? found->second : nullptr;
     }
 
-    /// Links the items that are known and new; the last known one, or null.
-    const RVID_STRU* link(const Config_Lines& lines, const std::string& list, RPTID_STRU& report) const {
-        const RVID_STRU* last = nullptr;
+    /// Links the items that are known and new.
+    void link(const Config_Lines& lines, const std::string& list, RPTID_STRU& report) const {
         for_each_item(list, [&](const std::string& item) {
             const RVID_STRU* variable = find(item);
             if (variable == nullptr) {
@@ -184,17 +175,16 @@ class Report_Lines {
                            lines.place(rptid_file.loader, __LINE__).c_str());
                 return;
             }
-            last = variable;
             if (contains(report.LINKVID, variable->id))
                 QPrint_Red(fa_.Print_Tag, rptid_file.link_twice, report.RPTID, variable->id,
                            variable->sv_name.c_str(), lines.place(rptid_file.loader, __LINE__).c_str());
             else
                 report.LINKVID.push_back(variable->id);
         });
-        return last;
     }
 
     BC_FA& fa_;
+    const Variable_Table<RVID_STRU>::Pointer variables_ = RVID_List.read();
     std::unordered_map<std::string_view, const RVID_STRU*> by_name_;  // the smallest RVID of each name
     bool goes_on_ = false;                                            // the last line's list ended with ","
 };
@@ -236,7 +226,9 @@ bool take_trace(BC_FA& fa, const Config_Lines& lines) {
     trace.TOTSMP = Config_Int(totsmp);
     trace.REPGSZ = Config_Int(repgsz);
     Config_Clean(trace.description);
-    const auto is_variable = [](int number) { return SVID_List.find(number) != nullptr; };
+    const auto is_variable = [variables = SVID_List.read()](int number) {
+        return variables->find(number) != nullptr;
+    };
     if (!link_numbers(fa, trid_file, lines, trace.TRID, links, is_variable, trace.LINKSVID)) good = false;
     if (!TRID_List.append(std::move(trace))) {
         QPrint_Red(fa.Print_Tag, "TRID 定义重复!.%s", lines.place(trid_file.loader, __LINE__).c_str());
@@ -258,15 +250,13 @@ bool take_message(BC_FA& fa, const Config_Lines& lines) {
 
 template <class Records, class Write_Record>
 bool save(const BC_FA& fa, const Definition_File& file, const Records& records, Write_Record write_record) {
-    Config_Output out(fa, file.name, "[%s] 文件保存失败!");
-    if (!out.opened()) return false;
     const std::string dashes = '#' + std::string(113, '-') + '\n';
     const auto& t = file.titles;
-    std::fputs(dashes.c_str(), out.file());
-    std::fprintf(out.file(), file.head, t[0], t[1], t[2], t[3], t[4], t[5]);
-    std::fputs(dashes.c_str(), out.file());
-    for (const auto& record : records) write_record(out.file(), record);
-    return out.close();
+    std::string text = dashes;
+    Config_Append(text, file.head, t[0], t[1], t[2], t[3], t[4], t[5]);
+    text += dashes;
+    for (const auto& record : records) write_record(text, record);
+    return Config_Save(fa, file.name, "[%s] 文件保存失败!", text);
 }
 
 /// The numbers as the loaders read them, "-" for none. Only the reports' loader does not know the "-": a
@@ -277,16 +267,24 @@ std::string link_text(const std::vector<int>& links) {
     return text.empty() ? "-" : text;
 }
 
-void write_report(std::FILE* file, const std::shared_ptr<RPTID_STRU>& report) {
-    const std::string description = '"' + report->description + '"';
+/// Links that do not fit a line of the loader's go on in further lines; a description is cut to what leaves
+/// room for some of them.
+void write_report(std::string& text, const std::shared_ptr<RPTID_STRU>& report) {
+    constexpr std::size_t longest_line = 1023;
+    constexpr std::size_t widest_start = 1 + 11 + 1 + 11 + 1;  // the two numbers
+    constexpr std::size_t least_room = 50;
+    std::string description = report->description;
+    Config_Cut(description, longest_line - widest_start - least_room - 3);  // a blank and the quotes
+    description = '"' + description + '"';
+    const std::size_t room = std::min<std::size_t>(
+        400, longest_line - widest_start - 1 - std::max<std::size_t>(description.size(), 128));
     const auto write_row = [&](const std::string& links) {
-        std::fprintf(file, " %-10d %-10d %-50s %-128s\n", report->DATAID, report->RPTID, links.c_str(),
-                     description.c_str());
+        Config_Append(text, " %-10d %-10d %-50s %-128s\n", report->DATAID, report->RPTID, links.c_str(),
+                      description.c_str());
     };
     std::string links = link_text(report->LINKVID);
-    constexpr std::size_t room = 400;  // more goes on in further lines, or the loader finds the line too long
     while (links.size() > room) {
-        const std::size_t end = links.rfind(',', room) + 1;
+        const std::size_t end = links.rfind(',', room - 1) + 1;
         write_row(links.substr(0, end));
         links.erase(0, end);
     }
@@ -296,19 +294,19 @@ void write_report(std::FILE* file, const std::shared_ptr<RPTID_STRU>& report) {
 // Events and traces do not go on in further lines, which their loaders would take for a second definition: a
 // row of more links than a line holds is written whole, and the loader finds it too long.
 
-void write_event(std::FILE* file, const std::shared_ptr<CEID_STRU>& event) {
-    std::fprintf(file, " %-10d %-10d %-50s %-32s \"%-128s\"\n", event->DATAID, event->CEID,
-                 link_text(event->LINKRPTID).c_str(), event->event_name.c_str(), event->description.c_str());
+void write_event(std::string& text, const std::shared_ptr<CEID_STRU>& event) {
+    Config_Append(text, " %-10d %-10d %-50s %-32s \"%-128s\"\n", event->DATAID, event->CEID,
+                  link_text(event->LINKRPTID).c_str(), event->event_name.c_str(), event->description.c_str());
 }
 
-void write_trace(std::FILE* file, const std::shared_ptr<TRID_STRU>& trace) {
-    std::fprintf(file, " %-10d %-10s %-10d %-10d %-60s \"%-128s\"\n", trace->TRID, trace->DSPER.c_str(),
-                 trace->TOTSMP, trace->REPGSZ, link_text(trace->LINKSVID).c_str(),
-                 trace->description.c_str());
+void write_trace(std::string& text, const std::shared_ptr<TRID_STRU>& trace) {
+    Config_Append(text, " %-10d %-10s %-10d %-10d %-60s \"%-128s\"\n", trace->TRID, trace->DSPER.c_str(),
+                  trace->TOTSMP, trace->REPGSZ, link_text(trace->LINKSVID).c_str(),
+                  trace->description.c_str());
 }
 
-void write_message(std::FILE* file, const std::pair<const int, TMSG_STRU>& message) {
-    std::fprintf(file, " %-10d \"%-128s\"\n", message.second.TID, message.second.TMESSAGE.c_str());
+void write_message(std::string& text, const std::pair<const int, TMSG_STRU>& message) {
+    Config_Append(text, " %-10d \"%-128s\"\n", message.second.TID, message.second.TMESSAGE.c_str());
 }
 
 }  // namespace

@@ -32,6 +32,13 @@ auto of_message(int dataid) {
 
 }  // namespace
 
+void Unlink_Reports(const std::unordered_set<int>& rptids) {
+    if (rptids.empty()) return;
+    const auto is_one = [&rptids](int rptid) { return rptids.count(rptid) != 0; };
+    CEID_List.replace_if([&](const CEID_STRU& event) { return std::ranges::any_of(event.LINKRPTID, is_one); },
+                         [&](CEID_STRU& event) { std::erase_if(event.LINKRPTID, is_one); });
+}
+
 bool BC_FA::QFA_Add_RPTID_List(RPTID_STRU record) {
     return RPTID_List.append(std::move(record));
 }
@@ -88,10 +95,7 @@ bool BC_FA::QFA_Remove_All_CEID_List(int dataid) {
 }
 
 bool BC_FA::QFA_Remove_RPTID_From_CEID_List(int rptid) {
-    const auto links = [rptid](const CEID_STRU& event) {
-        return std::find(event.LINKRPTID.begin(), event.LINKRPTID.end(), rptid) != event.LINKRPTID.end();
-    };
-    CEID_List.replace_if(links, [rptid](CEID_STRU& event) { std::erase(event.LINKRPTID, rptid); });
+    Unlink_Reports({rptid});
     return true;
 }
 

@@ -14,6 +14,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -85,8 +86,8 @@ class Definition_List {
     /// list has changed since.
     Pointer find(int number) const {
         const std::lock_guard lock(mutex_);
-        const auto found = by_number_.find(number);
-        return found != by_number_.end() ? found->second : nullptr;
+        const auto found = places_.find(number);
+        return found != places_.end() ? records_[found->second] : nullptr;
     }
 
     /// False, and no change, when the number is there already.
@@ -100,32 +101,31 @@ class Definition_List {
     void append_or_replace(Record record) {
         auto pointer = std::make_shared<Record>(std::move(record));
         const std::lock_guard lock(mutex_);
-        const int number = (*pointer).*number_;
-        drop_if([&](const Record& other) { return other.*number_ == number; });
+        drop((*pointer).*number_);
         put_last(std::move(pointer));
     }
 
     template <class Condition>
     void remove_if(Condition condition) {
         const std::lock_guard lock(mutex_);
-        drop_if(condition);
+        for (std::size_t place = 0; place < records_.size(); ++place)
+            if (records_[place] != nullptr && condition(std::as_const(*records_[place]))) take_out(place);
+        close_holes();
     }
 
     void remove(int number) {
         const std::lock_guard lock(mutex_);
-        if (by_number_.count(number) != 0)
-            drop_if([&](const Record& record) { return record.*number_ == number; });
+        drop(number);
     }
 
-    /// Puts a changed copy in the place of each record that fulfils the condition.
+    /// Puts a changed copy, of the same number, in the place of each record that fulfils the condition.
     template <class Condition, class Change>
     void replace_if(Condition condition, Change change) {
         const std::lock_guard lock(mutex_);
         for (Pointer& place : records_) {
-            if (!condition(std::as_const(*place))) continue;
+            if (place == nullptr || !condition(std::as_const(*place))) continue;
             auto changed = std::make_shared<Record>(*place);
             change(*changed);
-            by_number_[(*changed).*number_] = changed;
             place = std::move(changed);
             ++version_;
         }
@@ -135,7 +135,8 @@ class Definition_List {
     template <class Change>
     void for_each(Change change) {
         const std::lock_guard lock(mutex_);
-        for (const Pointer& record : records_) change(*record);
+        for (const Pointer& record : records_)
+            if (record != nullptr) change(*record);
     }
 
     /// The same in each record of these numbers. False, and no change, when one of them is unknown.
@@ -143,8 +144,8 @@ class Definition_List {
     bool change_all_of(const std::vector<int>& numbers, Change change) {
         const std::lock_guard lock(mutex_);
         for (const int number : numbers)
-            if (by_number_.count(number) == 0) return false;
-        for (const int number : numbers) change(*by_number_.at(number));
+            if (places_.count(number) == 0) return false;
+        for (const int number : numbers) change(*records_[places_.at(number)]);
         return true;
     }
 
@@ -154,44 +155,59 @@ class Definition_List {
     /// All records as they stand now, in order.
     std::vector<Pointer> all() const {
         const std::lock_guard lock(mutex_);
-        return records_;
+        std::vector<Pointer> all;
+        all.reserve(places_.size());
+        for (const Pointer& record : records_)
+            if (record != nullptr) all.push_back(record);
+        return all;
     }
 
     std::size_t size() const {
         const std::lock_guard lock(mutex_);
-        return records_.size();
+        return places_.size();
     }
 
     void clear() {
         const std::lock_guard lock(mutex_);
         records_.clear();
-        by_number_.clear();
+        places_.clear();
         ++version_;
     }
 
   private:
     bool put_last(Pointer record) {
-        if (!by_number_.try_emplace((*record).*number_, record).second) return false;
+        if (!places_.try_emplace((*record).*number_, records_.size()).second) return false;
         records_.push_back(std::move(record));
         ++version_;
         return true;
     }
 
-    template <class Condition>
-    void drop_if(Condition condition) {
-        std::erase_if(records_, [&](const Pointer& record) {
-            if (!condition(std::as_const(*record))) return false;
-            by_number_.erase((*record).*number_);
-            ++version_;
-            return true;
-        });
+    void take_out(std::size_t place) {
+        places_.erase((*records_[place]).*number_);
+        records_[place] = nullptr;
+        ++version_;
+    }
+
+    void drop(int number) {
+        const auto found = places_.find(number);
+        if (found == places_.end()) return;
+        take_out(found->second);
+        close_holes();
+    }
+
+    /// Once half of the places are holes, so that taking out record after record stays linear.
+    void close_holes() {
+        if (records_.size() < 2 * places_.size() + 16) return;
+        std::erase(records_, nullptr);
+        for (std::size_t place = 0; place < records_.size(); ++place)
+            places_[(*records_[place]).*number_] = place;
     }
 
     int Record::*number_;
     mutable std::mutex mutex_;
     std::atomic<std::uint64_t> version_{0};
-    std::vector<Pointer> records_;
-    std::unordered_map<int, Pointer> by_number_;
+    std::vector<Pointer> records_;  // in their order; null where one was taken out
+    std::unordered_map<int, std::size_t> places_;
 };
 
 // One each for the module. The module's own readers use find() and all() of these; the operations of BC_FA
@@ -199,6 +215,10 @@ class Definition_List {
 extern Definition_List<RPTID_STRU>& RPTID_List;
 extern Definition_List<CEID_STRU>& CEID_List;
 extern Definition_List<TRID_STRU>& TRID_List;
+
+/// Takes these reports out of the links of every event.
+void Unlink_Reports(const std::unordered_set<int>& rptids);
+
 /// Ascending by TID. Filled before the threads start, only read afterwards.
 extern std::map<int, TMSG_STRU>& TMSG_List;
 

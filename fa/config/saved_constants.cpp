@@ -70,7 +70,7 @@ class Constant_Points {
         if (!is_read_) read();
         const auto found = by_name_[kind].find(name);
         if (found != by_name_[kind].end()) return &found->second;
-        if (gap_ < count_) ECID_List.at(gap_);
+        if (gap_ < count_) constants_->at(gap_);
         return nullptr;
     }
 
@@ -78,7 +78,7 @@ class Constant_Points {
     void read() {
         is_read_ = true;
         for (gap_ = 0; gap_ < count_; ++gap_) {
-            const ECID_STRU* constant = ECID_List.find(gap_);
+            const ECID_STRU* constant = constants_->find(gap_);
             if (constant == nullptr) return;
             const std::size_t kind = kind_of(*constant);
             if (kind >= kinds.size() || (constant->io_type == IO_DIGITAL && constant->point < 0)) continue;
@@ -87,7 +87,8 @@ class Constant_Points {
     }
 
     QSeqCon& controller_;
-    int count_ = static_cast<int>(ECID_List.size());
+    const Variable_Table<ECID_STRU>::Pointer constants_ = ECID_List.read();
+    const int count_ = static_cast<int>(constants_->size());
     bool is_read_ = false;
     int gap_ = 0;  // the first number that is missing, or count_
     std::array<std::unordered_map<std::string, int>, kinds.size()> by_name_;
@@ -166,9 +167,10 @@ std::string read_path(BC_FA& fa, const char* name) {
 /// A line for each constant; throws std::out_of_range when they are not numbered from 0 without a gap.
 std::string value_lines(QSeqCon& controller) {
     std::string text;
-    const int count = static_cast<int>(ECID_List.size());
+    const auto constants = ECID_List.read();
+    const int count = static_cast<int>(constants->size());
     for (int k = 0; k < count; ++k) {
-        const ECID_STRU& constant = ECID_List.at(k);
+        const ECID_STRU& constant = constants->at(k);
         const std::size_t kind = kind_of(constant);
         if (kind >= kinds.size()) continue;
         text += std::string(kinds[kind].word) + ' ' + kinds[kind].name(controller, constant.point) + ' ' +
@@ -194,12 +196,8 @@ bool BC_FA::FILE_READ_ECID_SAVE() {
 bool BC_FA::FILE_SAVE_ECID_SAVE() {
     if (!Config_Make_Folder(*this)) return false;
     const std::string text = value_lines(*this);
-    for (const char* name : {"ECID_SAVE.inf", "ECID_SAVE2.inf"}) {
-        Config_Output out(*this, name, "[%s] 文件打开失败, 转[%s2]!");
-        if (!out.opened()) continue;
-        std::fputs(text.c_str(), out.file());
-        out.close();
-    }
+    for (const char* name : {"ECID_SAVE.inf", "ECID_SAVE2.inf"})
+        Config_Write(*this, name, "[%s] 文件打开失败, 转[%s2]!", text);
     return true;  // also when a file could not be written: the other one may have been
 }
 

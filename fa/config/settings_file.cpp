@@ -2,7 +2,6 @@
 // that tells which side is authoritative.
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <string>
 
 #include "fa/config/config_file.h"
@@ -184,15 +183,17 @@ constexpr Line newer_layout[] = {
 };
 
 template <std::size_t N>
-void write(BC_FA& fa, std::FILE* file, const Line (&layout)[N]) {
+std::string lines_of(BC_FA& fa, const Line (&layout)[N]) {
+    std::string text;
     for (const Line& line : layout) {
         if (line.get_text != nullptr)
-            std::fprintf(file, "%-14s%s\n", line.key, (fa.*line.get_text)());
+            Config_Append(text, "%-14s%s\n", line.key, (fa.*line.get_text)());
         else if (line.words != nullptr)
-            std::fprintf(file, "%-14s%s\n", line.key, word_of(*line.words, (fa.*line.get)()));
+            Config_Append(text, "%-14s%s\n", line.key, word_of(*line.words, (fa.*line.get)()));
         else
-            std::fprintf(file, "%-14s%d\n", line.key, (fa.*line.get)());
+            Config_Append(text, "%-14s%d\n", line.key, (fa.*line.get)());
     }
+    return text;
 }
 
 }  // namespace
@@ -221,14 +222,10 @@ bool BC_FA::FILE_SYSTEM_SETUP() {
 }
 
 bool BC_FA::FILE_SAVE_SYSTEM_SETUP() {
-    Config_Output out(*this, settings_file, "[%s] 文件保存失败!");
-    if (!out.opened()) return false;
+    const std::string text = Comm_New_Version ? lines_of(*this, newer_layout) : lines_of(*this, older_layout);
+    if (!Config_Save(*this, settings_file, "[%s] 文件保存失败!", text)) return false;
     QPrint_Green(Print_Tag, "Local Port:%d ", QFA_Get_Local_Port());  // in both layouts, blank included
-    if (Comm_New_Version)
-        write(*this, out.file(), newer_layout);
-    else
-        write(*this, out.file(), older_layout);
-    return out.close();
+    return true;
 }
 
 }  // namespace Talwen

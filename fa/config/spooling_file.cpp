@@ -1,6 +1,7 @@
 // SPOOLING.inf: the primaries that the host lets the equipment spool.
-#include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "fa/config/config_file.h"
 #include "fa/framework/qprint.h"
@@ -33,17 +34,18 @@ bool BC_FA::FILE_GET_ALL_SPOOLING() {
 }
 
 bool BC_FA::FILE_SAVE_ALL_SPOOLING() {
-    Config_Output out(*this, "SPOOLING.inf", "[%s] 文件保存失败!");
-    if (!out.opened()) return false;
-    std::fputs("#Sx,Fx\n", out.file());
+    std::string text = "#Sx,Fx\n";
+    std::vector<std::pair<int, int>> spooled;
     for (int s = 0; s < Spool_Streams; ++s) {
         for (int f = 0; f < Spool_Functions; ++f) {
             if (!QFA_Get_Spool_Enable(s, f)) continue;
-            std::fprintf(out.file(), "%d,%d\n", s, f);
-            QPrint_Green(Print_Tag, "S%d,F%d\tSET SPOOLING", s, f);
+            Config_Append(text, "%d,%d\n", s, f);
+            spooled.emplace_back(s, f);
         }
     }
-    return out.close();
+    if (!Config_Save(*this, "SPOOLING.inf", "[%s] 文件保存失败!", text)) return false;
+    for (const auto& [s, f] : spooled) QPrint_Green(Print_Tag, "S%d,F%d\tSET SPOOLING", s, f);
+    return true;
 }
 
 }  // namespace Talwen

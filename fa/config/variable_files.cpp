@@ -1,7 +1,8 @@
 // SVID.cfg, ECID.cfg and RVID.cfg: one loader and one writer, and a description of each file.
 #include <array>
-#include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "fa/config/config_file.h"
 #include "fa/config/variable_tables.h"
@@ -47,15 +48,15 @@ const char* bind_by_name(QSeqCon& controller, VARIABLE_STRU& row) {
 // The writers' SVID and ECID rows have a unit column that the loaders do not expect, so that what they write
 // does not load back column for column. Deliberate: the written form is for tools.
 
-void write_row_with_unit(std::FILE* file, const VARIABLE_STRU& row) {
-    std::fprintf(file, "%-10d %-32s %-10s %-10s %-10d %-32s %-128s\n", row.id, row.sv_name.c_str(),
-                 row.type.c_str(), row.unit.c_str(), row.isbuilt, row.ecs_name.c_str(),
-                 ('"' + row.description + '"').c_str());
+void write_row_with_unit(std::string& text, const VARIABLE_STRU& row) {
+    Config_Append(text, "%-10d %-32s %-10s %-10s %-10d %-32s %-128s\n", row.id, row.sv_name.c_str(),
+                  row.type.c_str(), row.unit.c_str(), row.isbuilt, row.ecs_name.c_str(),
+                  ('"' + row.description + '"').c_str());
 }
 
-void write_row(std::FILE* file, const VARIABLE_STRU& row) {
-    std::fprintf(file, "%-10d %-32s %-10s %-10d %-32s \"%-128s\"\n", row.id, row.sv_name.c_str(),
-                 row.type.c_str(), row.isbuilt, row.ecs_name.c_str(), row.description.c_str());
+void write_row(std::string& text, const VARIABLE_STRU& row) {
+    Config_Append(text, "%-10d %-32s %-10s %-10d %-32s \"%-128s\"\n", row.id, row.sv_name.c_str(),
+                  row.type.c_str(), row.isbuilt, row.ecs_name.c_str(), row.description.c_str());
 }
 
 constexpr char head_of_6[] = "#%-10s %-32s %-10s %-10s %-32s %-128s\n";
@@ -79,7 +80,7 @@ struct Variable_File {
     bool dash_lines;          ///< before and after the head line
     const char* head;
     std::array<const char*, 7> titles;
-    void (*write_row)(std::FILE* file, const VARIABLE_STRU& row);
+    void (*write_row)(std::string& text, const VARIABLE_STRU& row);
 };
 
 constexpr Variable_File svid_file{
@@ -188,14 +189,9 @@ Row read_row(BC_FA& fa, const Variable_File& file, const Config_Lines& lines, VA
     return Row::Good;
 }
 
+/// The good rows up to a line that ends the load; false then.
 template <class Record>
-bool load(BC_FA& fa, const Variable_File& file, Variable_Table<Record>& table) {
-    Config_Lines lines(Config_Read_Path(file.name));
-    if (!lines.opened()) {
-        QPrint_Red(fa.Print_Tag, "[%s] 文件读取失败.", lines.path());
-        return false;
-    }
-    if (file.clear_first) table.clear();
+bool read_rows(BC_FA& fa, const Variable_File& file, Config_Lines& lines, std::vector<Record>& rows) {
     Record row;  // one for all rows, see take_limits
     while (lines.next()) {
         if (lines.too_long()) {
@@ -207,12 +203,23 @@ bool load(BC_FA& fa, const Variable_File& file, Variable_Table<Record>& table) {
             lines.leave_open();  // deliberate: such a file stays open, unlike one too long
             return false;
         }
-        if (result == Row::Skipped) continue;
-        if (file.last_wins)
-            table.insert_or_assign(row.id, row);
-        else
-            table.try_emplace(row.id, row);
+        if (result == Row::Good) rows.push_back(row);
     }
+    return true;
+}
+
+template <class Record>
+bool load(BC_FA& fa, const Variable_File& file, Variable_Table<Record>& table) {
+    Config_Lines lines(Config_Read_Path(file.name));
+    if (!lines.opened()) {
+        QPrint_Red(fa.Print_Tag, "[%s] 文件读取失败.", lines.path());
+        return false;
+    }
+    std::vector<Record> rows;
+    const bool good = read_rows(fa, file, lines, rows);
+    if (file.clear_first) table.clear();
+    table.put(std::move(rows), file.last_wins);
+    if (!good) return false;
     if (fa.QIO_Get_GEM_PrnChk() != 0)
         QPrint_Green(fa.Print_Tag, file.count, file.count_name != nullptr ? file.count_name : lines.path(),
                      static_cast<int>(table.size()));
@@ -221,15 +228,13 @@ bool load(BC_FA& fa, const Variable_File& file, Variable_Table<Record>& table) {
 
 template <class Record>
 bool save(BC_FA& fa, const Variable_File& file, const Variable_Table<Record>& table) {
-    Config_Output out(fa, file.name, file.save_failed);
-    if (!out.opened()) return false;
     const std::string dashes = file.dash_lines ? '#' + std::string(113, '-') + '\n' : "";
     const auto& t = file.titles;
-    std::fputs(dashes.c_str(), out.file());
-    std::fprintf(out.file(), file.head, t[0], t[1], t[2], t[3], t[4], t[5], t[6]);
-    std::fputs(dashes.c_str(), out.file());
-    for (const auto& [id, record] : table) file.write_row(out.file(), record);
-    return out.close();
+    std::string text = dashes;
+    Config_Append(text, file.head, t[0], t[1], t[2], t[3], t[4], t[5], t[6]);
+    text += dashes;
+    for (const auto& [id, record] : *table.read()) file.write_row(text, *record);
+    return Config_Save(fa, file.name, file.save_failed, text);
 }
 
 }  // namespace

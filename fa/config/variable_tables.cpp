@@ -1,6 +1,7 @@
 #include "fa/config/variable_tables.h"
 
 #include <cstring>
+#include <utility>
 
 #include "fa/config/config_file.h"
 #include "fa/framework/qstr.h"
@@ -53,6 +54,7 @@ void read_record(QSeqCon& controller, const std::string& text, VARIABLE_STRU& re
 
 template <class Record>
 bool add(QSeqCon& controller, char* text, Variable_Table<Record>& table) {
+    std::vector<Record> records;
     Record record;  // one for all: what a record's text does not set stays from the record before it
     for (const char* rest = text; *rest != '\0';) {
         const std::size_t length = std::strcspn(rest, "|");
@@ -60,18 +62,29 @@ bool add(QSeqCon& controller, char* text, Variable_Table<Record>& table) {
         Config_Cut(one, 299);
         rest += length + (rest[length] == '|' ? 1 : 0);
         read_record(controller, one, record);
-        table.insert_or_assign(record.id, record);
+        records.push_back(record);
     }
+    table.put(std::move(records));
     text[0] = '\0';
     return true;
 }
 
-template <class Record>
-bool get(Variable_Table<Record>& table, int id, Record** out) {
-    Record* record = table.find(id);
+/// Hands out a plain pointer, kept good until the same thread is given another record of the table.
+template <class Record, class Find>
+bool hand_out(const Variable_Table<Record>& table, Find find, Record** out) {
+    thread_local typename Variable_Table<Record>::Pointer handed_out;
+    auto now = table.read();
+    Record* record = find(*now);
     if (record == nullptr) return false;
+    handed_out = std::move(now);
     *out = record;
     return true;
+}
+
+template <class Record>
+bool get(const Variable_Table<Record>& table, int id, Record** out) {
+    return hand_out(
+        table, [id](const Variables<Record>& all) { return all.find(id); }, out);
 }
 
 template <class Record>
@@ -104,12 +117,12 @@ FA_VARIABLE_TABLE(DVID)
 #undef FA_VARIABLE_TABLE
 
 bool BC_FA::QFA_Get_RVID_Stru(const char* name, RVID_STRU** out) {
-    for (const auto& [id, record] : RVID_List) {
-        if (record.sv_name != name) continue;
-        *out = RVID_List.find(id);
-        return true;
-    }
-    return false;
+    const auto first_of_that_name = [name](const Variables<RVID_STRU>& all) -> RVID_STRU* {
+        for (const auto& [id, record] : all)
+            if (record->sv_name == name) return record.get();
+        return nullptr;
+    };
+    return hand_out(RVID_List, first_of_that_name, out);
 }
 
 }  // namespace Talwen

@@ -2,8 +2,11 @@
 // point.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -35,22 +38,31 @@ struct ECID_STRU : VARIABLE_STRU {};
 struct RVID_STRU : VARIABLE_STRU {};
 struct DVID_STRU : VARIABLE_STRU {};
 
-/// Records in ascending order of their ids, found at once by an id of the usual range.
+/// What a table holds at one time: it never changes. Records in ascending order of their ids, found at once
+/// by an id of the usual range. A record is for reading while another thread may read it too.
 template <class Record>
-class Variable_Table {
+class Variables {
   public:
-    Variable_Table() = default;
-    Variable_Table(const Variable_Table&) = delete;
-    Variable_Table& operator=(const Variable_Table&) = delete;
+    using Records = std::map<int, std::shared_ptr<Record>>;
 
-    /// The record of that id, or null; good until the table is cleared.
+    Variables() = default;
+    explicit Variables(const Records& records) : entries_(records.begin(), records.end()) {
+        for (const auto& [id, record] : entries_) {
+            if (!is_direct(id)) continue;
+            const auto place = static_cast<std::size_t>(id);
+            if (place >= direct_.size()) direct_.resize(place + 1);
+            direct_[place] = record.get();
+        }
+    }
+
+    /// The record of that id, or null.
     Record* find(int id) const {
         if (is_direct(id)) {
             const auto place = static_cast<std::size_t>(id);
             return place < direct_.size() ? direct_[place] : nullptr;
         }
-        const auto found = records_.find(id);
-        return found != records_.end() ? const_cast<Record*>(&found->second) : nullptr;
+        const auto found = std::ranges::lower_bound(entries_, id, {}, &Entry::first);
+        return found != entries_.end() && found->first == id ? found->second.get() : nullptr;
     }
     /// The same; throws std::out_of_range for an id that is not there.
     Record& at(int id) const {
@@ -58,56 +70,72 @@ class Variable_Table {
         if (record == nullptr) throw std::out_of_range("invalid map<K, T> key");
         return *record;
     }
-    /// The record of that id, made when it is not there.
-    Record& operator[](int id) { return add(id).first; }
-    void insert_or_assign(int id, const Record& record) { add(id).first = record; }
-    /// Keeps a record that is there.
-    void try_emplace(int id, const Record& record) {
-        const auto [place, is_new] = add(id);
-        if (is_new) place = record;
-    }
-    void clear() {
-        direct_.clear();
-        records_.clear();
-    }
     /// All ids, ascending; without a walk over the records, which lie apart in memory.
     std::vector<int> ids() const {
         std::vector<int> all;
-        all.reserve(records_.size());
-        for (auto entry = records_.begin(); entry != records_.end() && entry->first < 0; ++entry)
-            all.push_back(entry->first);
-        for (std::size_t id = 0; id < direct_.size(); ++id)
-            if (direct_[id] != nullptr) all.push_back(static_cast<int>(id));
-        for (auto entry = records_.lower_bound(direct_ids); entry != records_.end(); ++entry)
-            all.push_back(entry->first);
+        all.reserve(entries_.size());
+        for (const Entry& entry : entries_) all.push_back(entry.first);
         return all;
     }
-    std::size_t size() const { return records_.size(); }
-    bool empty() const { return records_.empty(); }
+    std::size_t size() const { return entries_.size(); }
     /// Pairs of id and record.
-    auto begin() const { return records_.begin(); }
-    auto end() const { return records_.end(); }
+    auto begin() const { return entries_.begin(); }
+    auto end() const { return entries_.end(); }
 
   private:
-    static constexpr int direct_ids = 65536;
+    using Entry = std::pair<int, std::shared_ptr<Record>>;
 
-    static bool is_direct(int id) { return id >= 0 && id < direct_ids; }
+    static bool is_direct(int id) { return id >= 0 && id < 65536; }
 
-    std::pair<Record&, bool> add(int id) {
-        const auto [place, is_new] = records_.try_emplace(id);
-        if (is_new && is_direct(id)) {
-            const auto element = static_cast<std::size_t>(id);
-            if (element >= direct_.size()) direct_.resize(element + 1);
-            direct_[element] = &place->second;
-        }
-        return {place->second, is_new};
-    }
-
-    std::map<int, Record> records_;
-    std::vector<Record*> direct_;  // by id; what lies beyond is found in the map
+    std::vector<Entry> entries_;
+    std::vector<Record*> direct_;  // by id; what lies beyond is searched for
 };
 
-// One each for the module. Filled before the threads start, only read while the link runs.
+/// A table that is replaced whole when it changes, so that whoever reads keeps what he has begun with. Any
+/// thread; the controller is not called under a lock.
+template <class Record>
+class Variable_Table {
+  public:
+    using Pointer = std::shared_ptr<const Variables<Record>>;
+
+    /// The table as it is now. Read it once for a message; its records are good for as long as it is kept.
+    Pointer read() const {
+        const std::lock_guard lock(mutex_);
+        return now_;
+    }
+    /// Calls `change` with a copy of the records by id, and puts that in the table's place. A record that is
+    /// in the table must not be changed: put another one there.
+    template <class Change>
+    void change(Change change) {
+        const std::lock_guard one_at_a_time(change_mutex_);
+        Pointer next = read();
+        typename Variables<Record>::Records records(next->begin(), next->end());
+        change(records);
+        next = std::make_shared<const Variables<Record>>(records);
+        const std::lock_guard lock(mutex_);
+        now_.swap(next);
+    }
+    /// Adds records in their order; one whose id is there already takes that one's place, or is left out.
+    void put(std::vector<Record> records, bool last_wins = true) {
+        change([&](typename Variables<Record>::Records& all) {
+            for (Record& record : records) {
+                const auto [place, is_new] = all.try_emplace(record.id);
+                if (is_new || last_wins) place->second = std::make_shared<Record>(std::move(record));
+            }
+        });
+    }
+    std::size_t size() const { return read()->size(); }
+    void clear() {
+        change([](auto& records) { records.clear(); });
+    }
+
+  private:
+    mutable std::mutex mutex_;  // of `now_`
+    std::mutex change_mutex_;
+    Pointer now_ = std::make_shared<const Variables<Record>>();
+};
+
+// One each for the module.
 extern Variable_Table<SVID_STRU>& SVID_List;
 extern Variable_Table<ECID_STRU>& ECID_List;
 extern Variable_Table<RVID_STRU>& RVID_List;

@@ -15,11 +15,8 @@ namespace {
 enum : unsigned char { accepted = 0, denied = 1, already = 2 };
 
 /// L[2] <A MDLN> <A SOFTREV>
-_SECS_ITEM* model_and_revision(BC_FA& fa) {
-    _SECS_ITEM* root = SecsCreateItemList(2);
-    SecsListItemAppend(root, SecsCreateItemAscii(fa.QIO_Get_GEM_Model_Number()));
-    SecsListItemAppend(root, SecsCreateItemAscii(fa.QIO_Get_GEM_Soft_Revision()));
-    return root;
+Item_Owner model_and_revision(BC_FA& fa) {
+    return List_Item{Ascii_Item(fa.QIO_Get_GEM_Model_Number()), Ascii_Item(fa.QIO_Get_GEM_Soft_Revision())};
 }
 
 }  // namespace
@@ -29,7 +26,7 @@ _SECS_ITEM* BC_FA::send_S01F01(void* /*handle*/, void* /*param*/) {
 }
 
 _SECS_ITEM* BC_FA::send_S01F13(void* /*handle*/, void* /*param*/) {
-    return model_and_revision(*this);
+    return model_and_revision(*this).release();
 }
 
 unsigned long BC_FA::reply_S01F01(void* handle, _SECS_ITEM* /*item*/, unsigned long msgid) {
@@ -44,10 +41,9 @@ unsigned long BC_FA::recv_S01F02(void* /*handle*/, _SECS_ITEM* /*item*/, unsigne
 
 unsigned long BC_FA::reply_S01F13(void* handle, _SECS_ITEM* /*item*/, unsigned long msgid) {
     const bool accept = Host_Establishes_Communication(*this);
-    _SECS_ITEM* root = SecsCreateItemList(2);
-    SecsListItemAppend(root, Acknowledge_Item(accept ? accepted : denied));
-    SecsListItemAppend(root, model_and_revision(*this));
-    const unsigned long result = Reply_And_Log(handle, 1, 14, root, msgid);
+    const unsigned long result = Reply_And_Log(
+        handle, 1, 14, List_Item{Acknowledge_Item(accept ? accepted : denied), model_and_revision(*this)},
+        msgid);
     if (accept) Enter_Initial_Control_State(*this);
     return result;
 }
@@ -92,11 +88,10 @@ unsigned long BC_FA::recv_S01F14(void* /*handle*/, _SECS_ITEM* item, unsigned lo
 
 unsigned long BC_FA::reply_S01F15(void* handle, _SECS_ITEM* /*item*/, unsigned long msgid) {
     const bool accept = Host_Requests_Off_Line(*this);
-    _SECS_ITEM* root = Acknowledge_Item(accept ? accepted : already);
-    const unsigned long result = SecsReplyMessageItem(handle, 1, 16, root, 0, msgid);
+    const Item_Owner root = Acknowledge_Item(accept ? accepted : already);
+    const unsigned long result = SecsReplyMessageItem(handle, 1, 16, root.get(), 0, msgid);
     // This one answer is logged under the received message id, not under the driver's result.
-    QFA_Message_Print_SML(handle, 1, 16, root, msgid, 1);
-    SecsDeleteItem(root);
+    QFA_Message_Print_SML(handle, 1, 16, root.get(), msgid, 1);
     if (accept) Go_Off_Line_For_Host(*this);
     return result;
 }
@@ -107,7 +102,7 @@ namespace {
 int on_line_request_value(const _SECS_ITEM& item) {
     if (item.format == SECS_FORMAT_B) return static_cast<signed char>(item.value[0]);
     int value = 0;
-    if (item.format != SECS_FORMAT_A) Read_Identifier(item, &value);
+    if (item.format != SECS_FORMAT_A) Read_Low_32_Bits(item, &value);
     return value;
 }
 

@@ -12,27 +12,29 @@ namespace Talwen {
 
 namespace {
 
+using Status_Variables = Variables<SVID_STRU>;
+
 /// The SVIDs that a request names, all of the table's for an empty list; false at the first that is no
 /// identifier.
-bool requested_svids(const _SECS_ITEM& list, std::vector<int>& svids) {
+bool requested_svids(const _SECS_ITEM& list, const Status_Variables& variables, std::vector<int>& svids) {
     svids.resize(static_cast<std::size_t>(list.count > 0 ? list.count : 0));
     for (std::size_t i = 0; i < svids.size(); ++i)
-        if (!Read_Identifier(*list.children[i], &svids[i])) return false;
+        if (!Read_Low_32_Bits(*list.children[i], &svids[i])) return false;
     if (!svids.empty()) return true;
-    svids = SVID_List.ids();
+    svids = variables.ids();
     return true;
 }
 
 /// A digital value in the record's integer format. Unlike in reports, the eight-byte formats give I4.
-_SECS_ITEM* digital_item(unsigned char format, int value) {
+Item_Owner digital_item(unsigned char format, int value) {
     const bool eight_bytes = format == SECS_FORMAT_I8 || format == SECS_FORMAT_U8;
     return Integer_Item(eight_bytes ? static_cast<unsigned char>(SECS_FORMAT_I4) : format, value);
 }
 
 /// One SV of S1F4.
-_SECS_ITEM* status_value(BC_FA& fa, int svid) {
-    SVID_STRU* record = nullptr;
-    if (!fa.QFA_Get_SVID_Stru(svid, &record)) {
+Item_Owner status_value(BC_FA& fa, const Status_Variables& variables, int svid) {
+    const SVID_STRU* record = variables.find(svid);
+    if (record == nullptr) {
         OnlineLog("<SVID>:%d , 未识别.[代码行:%s:%d]", svid, FA_CODE_LINE("reply_S01F03"));
         return Placeholder_Item();
     }
@@ -51,8 +53,7 @@ _SECS_ITEM* status_value(BC_FA& fa, int svid) {
                       fa.QSystem_Get_Analog_Count() - 1, FA_CODE_LINE("reply_S01F03"));
             break;
         case IO_STRING:
-            if (In_Range(point, fa.QSystem_Get_String_Count()))
-                return SecsCreateItemAscii(fa.QString_Read(point));
+            if (In_Range(point, fa.QSystem_Get_String_Count())) return Ascii_Item(fa.QString_Read(point));
             OnlineLog("<SVID> [SIO Point:%d]超限错误 , 范围[0,%d].[代码行:%s:%d]", point,
                       fa.QSystem_Get_String_Count() - 1, FA_CODE_LINE("reply_S01F03"));
             break;
@@ -100,18 +101,13 @@ Name_And_Unit point_name_and_unit(BC_FA& fa, int svid, const SVID_STRU& record) 
 }
 
 /// One L[3] of S1F12.
-_SECS_ITEM* namelist_entry(BC_FA& fa, int svid) {
+Item_Owner namelist_entry(BC_FA& fa, const Status_Variables& variables, int svid) {
     Name_And_Unit text;
-    SVID_STRU* record = nullptr;
-    if (fa.QFA_Get_SVID_Stru(svid, &record))
+    if (const SVID_STRU* record = variables.find(svid))
         text = point_name_and_unit(fa, svid, *record);
     else
         OnlineLog("<SVID>:%d 未识别.[代码行:%s:%d]", svid, FA_CODE_LINE("reply_S01F11"));
-    _SECS_ITEM* entry = SecsCreateItemList(3);
-    SecsListItemAppend(entry, SecsCreateItemU4(static_cast<unsigned int>(svid)));
-    SecsListItemAppend(entry, SecsCreateItemAscii(text.name));
-    SecsListItemAppend(entry, SecsCreateItemAscii(text.unit));
-    return entry;
+    return List_Item{U4_Item(svid), Ascii_Item(text.name), Ascii_Item(text.unit)};
 }
 
 }  // namespace
@@ -121,29 +117,31 @@ unsigned long BC_FA::reply_S01F03(void* handle, _SECS_ITEM* item, unsigned long 
         OnlineLog("消息头格式错误 , 必须是 L.[代码行:%s:%d]", FA_CODE_LINE("reply_S01F03"));
         return Format_Error;
     }
+    const auto variables = SVID_List.read();
     std::vector<int> svids;
-    if (!requested_svids(*item, svids)) {
+    if (!requested_svids(*item, *variables, svids)) {
         OnlineLog("<SVID> 格式错误 , 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S01F03"));
         return Format_Error;
     }
-    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(svids.size()));
-    for (const int svid : svids) SecsListItemAppend(root, status_value(*this, svid));
-    return Reply_And_Log(handle, 1, 4, root, msgid);
+    Item_Owner root = Empty_List(svids.size());
+    for (const int svid : svids) Append_Item(root, status_value(*this, *variables, svid));
+    return Reply_And_Log(handle, 1, 4, std::move(root), msgid);
 }
 
 unsigned long BC_FA::reply_S01F11(void* handle, _SECS_ITEM* item, unsigned long msgid) {
+    const auto variables = SVID_List.read();
     std::vector<int> svids;
-    if (!requested_svids(*item, svids)) {
+    if (!requested_svids(*item, *variables, svids)) {
         OnlineLog("<SVID> 格式错误, 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S01F11"));
         return Format_Error;
     }
-    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(svids.size()));
-    for (const int svid : svids) SecsListItemAppend(root, namelist_entry(*this, svid));
-    return Reply_And_Log(handle, 1, 12, root, msgid);
+    Item_Owner root = Empty_List(svids.size());
+    for (const int svid : svids) Append_Item(root, namelist_entry(*this, *variables, svid));
+    return Reply_And_Log(handle, 1, 12, std::move(root), msgid);
 }
 
 unsigned long BC_FA::reply_S01F75(void* handle, _SECS_ITEM* /*item*/, unsigned long msgid) {
-    _SECS_ITEM* root = SecsCreateItemList(0);
+    Item_Owner root = Empty_List();
     for (int i = 0; i < QAlarm_Queue_Count(); ++i) {
         int point = 0;
         int rec = 0;
@@ -152,14 +150,10 @@ unsigned long BC_FA::reply_S01F75(void* handle, _SECS_ITEM* /*item*/, unsigned l
         if (!QFA_Get_ALID_Stru(QAlarm_Get_ID(point), &record) || !record->enable) continue;
         char text[512] = "";
         QAlarm_Get_Text_Full(record->index, text);
-        _SECS_ITEM* entry = SecsCreateItemList(4);
-        SecsListItemAppend(entry, Acknowledge_Item(record->ALCD));
-        SecsListItemAppend(entry, SecsCreateItemU4(static_cast<unsigned int>(record->ALID)));
-        SecsListItemAppend(entry, SecsCreateItemAscii(text));
-        SecsListItemAppend(entry, SecsCreateItemAscii(QAlarm_Get_Post_Time(record->index)));
-        SecsListItemAppend(root, entry);
+        Append_Item(root, List_Item{Acknowledge_Item(record->ALCD), U4_Item(record->ALID), Ascii_Item(text),
+                                    Ascii_Item(QAlarm_Get_Post_Time(record->index))});
     }
-    return Reply_And_Log(handle, 1, 76, root, msgid);
+    return Reply_And_Log(handle, 1, 76, std::move(root), msgid);
 }
 
 }  // namespace Talwen

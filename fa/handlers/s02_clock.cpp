@@ -70,9 +70,9 @@ bool enable_systemtime(BC_FA& fa, HANDLE token) {
     return true;
 }
 
-_SECS_ITEM* binary_item(std::string bytes) {
-    return SecsCreateItemBinary(reinterpret_cast<unsigned char*>(bytes.data()),
-                                static_cast<int>(bytes.size()));
+Item_Owner binary_item(std::string bytes) {
+    return Item_Owner(
+        SecsCreateItemBinary(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(bytes.size())));
 }
 
 }  // namespace
@@ -106,7 +106,7 @@ unsigned long BC_FA::recv_S02F18(void* /*handle*/, _SECS_ITEM* item, unsigned lo
 }
 
 unsigned long BC_FA::reply_S02F17(void* handle, _SECS_ITEM* /*item*/, unsigned long msgid) {
-    return Reply_And_Log(handle, 2, 18, SecsCreateItemAscii(QTime_Get_DateTimeID2_Str()), msgid);
+    return Reply_And_Log(handle, 2, 18, Ascii_Item(QTime_Get_DateTimeID2_Str()), msgid);
 }
 
 unsigned long BC_FA::reply_S02F31(void* handle, _SECS_ITEM* item, unsigned long msgid) {
@@ -131,7 +131,7 @@ unsigned long BC_FA::reply_S02F31(void* handle, _SECS_ITEM* item, unsigned long 
 }
 
 _SECS_ITEM* BC_FA::send_S02F25(void* /*handle*/, void* /*param*/) {
-    return binary_item(Loopback_Pattern);
+    return binary_item(Loopback_Pattern).release();
 }
 
 unsigned long BC_FA::recv_S02F26(void* /*handle*/, _SECS_ITEM* item, unsigned long /*msgid*/) {

@@ -125,18 +125,11 @@ void carry_out(const Command* command, Run& run) {
         OnlineLog("%s:已收到命令. [代码行:%s:%d]", run.rcmd(), FA_CODE_LINE("reply_S02F41"));
 }
 
-_SECS_ITEM* reply_item(const Run& run) {
-    _SECS_ITEM* list = SecsCreateItemList(static_cast<int>(run.request.flagged.size()));
-    for (const Flagged_Parameter& parameter : run.request.flagged) {
-        _SECS_ITEM* entry = SecsCreateItemList(2);
-        SecsListItemAppend(entry, SecsCreateItemAscii(parameter.name.c_str()));
-        SecsListItemAppend(entry, Acknowledge_Item(parameter.cpack));
-        SecsListItemAppend(list, entry);
-    }
-    _SECS_ITEM* root = SecsCreateItemList(2);
-    SecsListItemAppend(root, Acknowledge_Item(run.hcack));
-    SecsListItemAppend(root, list);
-    return root;
+Item_Owner reply_item(const Run& run) {
+    Item_Owner list = Empty_List(run.request.flagged.size());
+    for (const Flagged_Parameter& parameter : run.request.flagged)
+        Append_Item(list, List_Item{Ascii_Item(parameter.name.c_str()), Acknowledge_Item(parameter.cpack)});
+    return List_Item{Acknowledge_Item(run.hcack), std::move(list)};
 }
 
 }  // namespace

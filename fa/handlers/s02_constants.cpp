@@ -8,12 +8,15 @@
 
 #include "fa/config/variable_tables.h"
 #include "fa/handlers/handler_support.h"
+#include "fa/handlers/value_items.h"
 #include "fa/module/bc_fa.h"
 #include "fa/secs/secs_driver.h"
 
 namespace Talwen {
 
 namespace {
+
+using Constants = Variables<ECID_STRU>;
 
 /// What differs between the constants on digital, analog and string points, in the order of IO_TYPE.
 struct Point_Family {
@@ -36,14 +39,7 @@ const Point_Family* family_of(const ECID_STRU& record) {
 }
 
 bool has_point(BC_FA& fa, const ECID_STRU& record, const Point_Family& family) {
-    return record.point >= 0 && record.point < (fa.*family.count)();
-}
-
-std::vector<int> every_ecid() {
-    std::vector<int> ecids;
-    ecids.reserve(ECID_List.size());
-    for (const auto& [ecid, record] : ECID_List) ecids.push_back(ecid);
-    return ecids;
+    return In_Range(record.point, (fa.*family.count)());
 }
 
 /// The ECID as S2F13 takes it: one byte of whatever is sent, and two of a U1. Hosts live with ECIDs up to 255
@@ -54,9 +50,9 @@ int low_byte_ecid(const _SECS_ITEM& item) {
 }
 
 /// One ECV of S2F14.
-_SECS_ITEM* constant_value(BC_FA& fa, int ecid) {
-    ECID_STRU* record = nullptr;
-    if (!fa.QFA_Get_ECID_Stru(ecid, &record)) {
+Item_Owner constant_value(BC_FA& fa, const Constants& constants, int ecid) {
+    const ECID_STRU* record = constants.find(ecid);
+    if (record == nullptr) {
         OnlineLog("ECID:%d 未识别.[代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F13"));
         return Placeholder_Item();
     }
@@ -73,9 +69,9 @@ _SECS_ITEM* constant_value(BC_FA& fa, int ecid) {
         return Placeholder_Item();
     }
     switch (record->io_type) {
-        case IO_DIGITAL: return SecsCreateItemI4(fa.QDigital_Read(record->point));
-        case IO_ANALOG: return SecsCreateItemF4(static_cast<float>(fa.QAnalog_Read(record->point)));
-        default: return SecsCreateItemAscii(fa.QString_Read(record->point));
+        case IO_DIGITAL: return Integer_Item(SECS_FORMAT_I4, fa.QDigital_Read(record->point));
+        case IO_ANALOG: return Analog_Item(SECS_FORMAT_F4, fa.QAnalog_Read(record->point));
+        default: return Ascii_Item(fa.QString_Read(record->point));
     }
 }
 
@@ -86,8 +82,9 @@ struct New_Constant {
     const char* text = nullptr;
 };
 
-/// What the checks of a pair give: the EAC, or no answer at all.
-enum class Verdict : unsigned char { accepted = 0, unknown = 1, refused = 3, malformed = 255 };
+/// EAC of S2F16.
+constexpr unsigned char unknown = 1;
+constexpr unsigned char refused = 3;
 
 template <class Float>
 double first_float(const _SECS_ITEM& item) {
@@ -115,20 +112,21 @@ bool read_ecv(IO_TYPE type, const _SECS_ITEM& ecv, New_Constant& constant) {
     return true;
 }
 
-Verdict check_pair(BC_FA& fa, const _SECS_ITEM& pair, int position, New_Constant& constant) {
+Verdict check_pair(BC_FA& fa, const Constants& constants, const _SECS_ITEM& pair, int position,
+                   New_Constant& constant) {
     if (pair.format != SECS_FORMAT_L || pair.count != 2) {
         OnlineLog("p_item1[%d] 格式错误 , 必须是 L2.[代码行:%s:%d]", position, FA_CODE_LINE("reply_S02F15"));
-        return Verdict::malformed;
+        return std::nullopt;
     }
     int ecid = 0;
     if (!Read_Identifier(*pair.children[0], &ecid)) {
         OnlineLog("ECID 格式错误 , 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S02F15"));
-        return Verdict::malformed;
+        return std::nullopt;
     }
-    ECID_STRU* record = nullptr;
-    if (!fa.QFA_Get_ECID_Stru(ecid, &record)) {
+    const ECID_STRU* record = constants.find(ecid);
+    if (record == nullptr) {
         OnlineLog("ECID:%d 未识别.[代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F15"));
-        return Verdict::unknown;
+        return unknown;
     }
     constant.record = record;
     const Point_Family* family = family_of(*record);
@@ -136,26 +134,26 @@ Verdict check_pair(BC_FA& fa, const _SECS_ITEM& pair, int position, New_Constant
     if (family == nullptr) {
         OnlineLog("ECID:%d [SIO %s:%d] IOType:%d 未识别 , 必须是 ASCII. [代码行:%s:%d]", ecid, name,
                   record->point, record->io_type, FA_CODE_LINE("reply_S02F15"));
-        return Verdict::unknown;
+        return unknown;
     }
     if (!has_point(fa, *record, *family)) {
         OnlineLog("ECID:%d [%s %s:%d] IO未识别.%s[代码行:%s:%d]", ecid, family->name, name, record->point,
                   family->send_blank, FA_CODE_LINE("reply_S02F15"));
-        return Verdict::unknown;
+        return unknown;
     }
     if (!read_ecv(record->io_type, *pair.children[1], constant)) {
         OnlineLog("ECID:%d [%s %s:%d] ECV 格式错误 , 必须是 %s.%s[代码行:%s:%d]", ecid, family->name, name,
                   record->point, family->formats, family->send_blank, FA_CODE_LINE("reply_S02F15"));
-        return Verdict::malformed;
+        return std::nullopt;
     }
     // With a proper range this refuses nothing; only a single-point or an inverted range refuses values, and
     // limits of 0 and 0 refuse exactly 0. Equipment is set up for it: do not turn it into a range test.
     if (record->io_type != IO_STRING && record->min >= constant.number && constant.number >= record->max) {
         OnlineLog("ECID:%d [%s %s:%d] ECV 值超限 , 定义范围:[%g,%g]. [代码行:%s:%d]", ecid, family->name,
                   name, record->point, record->min, record->max, FA_CODE_LINE("reply_S02F15"));
-        return Verdict::refused;
+        return refused;
     }
-    return Verdict::accepted;
+    return Accepted;
 }
 
 void write_constant(BC_FA& fa, const New_Constant& constant) {
@@ -173,10 +171,10 @@ int cut(double limit) {
 }
 
 /// One item of S2F30.
-_SECS_ITEM* constant_description(BC_FA& fa, int ecid) {
-    _SECS_ITEM* entry = SecsCreateItemList(6);
-    ECID_STRU* record = nullptr;
-    if (!fa.QFA_Get_ECID_Stru(ecid, &record)) {
+Item_Owner constant_description(BC_FA& fa, const Constants& constants, int ecid) {
+    Item_Owner entry = Empty_List(6);
+    const ECID_STRU* record = constants.find(ecid);
+    if (record == nullptr) {
         OnlineLog("ECID:%d 未识别. [代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F29"));
         return entry;
     }
@@ -189,16 +187,16 @@ _SECS_ITEM* constant_description(BC_FA& fa, int ecid) {
     // whose index lies past the points is described, with what the controller reads there (0).
     const int point = record->point;
     if (point < 0 || has_point(fa, *record, *family_of(*record))) return entry;
-    SecsListItemAppend(entry, SecsCreateItemU4(static_cast<unsigned int>(ecid)));
-    SecsListItemAppend(entry, SecsCreateItemAscii(record->sv_name.c_str()));
+    Append_Item(entry, U4_Item(ecid));
+    Append_Item(entry, Ascii_Item(record->sv_name.c_str()));
     if (record->io_type == IO_DIGITAL) {
         for (const int number : {cut(record->min), cut(record->max), fa.QDigital_Read(point)})
-            SecsListItemAppend(entry, SecsCreateItemI4(number));
+            Append_Item(entry, Integer_Item(SECS_FORMAT_I4, number));
     } else {
         for (const double number : {record->min, record->max, fa.QAnalog_Read(point)})
-            SecsListItemAppend(entry, SecsCreateItemF4(static_cast<float>(number)));
+            Append_Item(entry, Analog_Item(SECS_FORMAT_F4, number));
     }
-    SecsListItemAppend(entry, SecsCreateItemAscii(record->unit.c_str()));
+    Append_Item(entry, Ascii_Item(record->unit.c_str()));
     return entry;
 }
 
@@ -211,10 +209,11 @@ unsigned long BC_FA::reply_S02F13(void* handle, _SECS_ITEM* item, unsigned long 
     }
     std::vector<int> ecids(static_cast<std::size_t>(item->count));
     for (std::size_t i = 0; i < ecids.size(); ++i) ecids[i] = low_byte_ecid(*item->children[i]);
-    if (ecids.empty()) ecids = every_ecid();
-    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(ecids.size()));
-    for (const int ecid : ecids) SecsListItemAppend(root, constant_value(*this, ecid));
-    return Reply_And_Log(handle, 2, 14, root, msgid);
+    const auto constants = ECID_List.read();
+    if (ecids.empty()) ecids = constants->ids();
+    Item_Owner root = Empty_List(ecids.size());
+    for (const int ecid : ecids) Append_Item(root, constant_value(*this, *constants, ecid));
+    return Reply_And_Log(handle, 2, 14, std::move(root), msgid);
 }
 
 unsigned long BC_FA::reply_S02F15(void* handle, _SECS_ITEM* item, unsigned long msgid) {
@@ -223,14 +222,14 @@ unsigned long BC_FA::reply_S02F15(void* handle, _SECS_ITEM* item, unsigned long 
         return Format_Error;
     }
     // All pairs are checked before the first point is written.
-    std::vector<New_Constant> constants(static_cast<std::size_t>(item->count));
-    Verdict verdict = Verdict::accepted;
-    for (int i = 0; i < item->count && verdict == Verdict::accepted; ++i)
-        verdict = check_pair(*this, *item->children[i], i, constants[static_cast<std::size_t>(i)]);
-    if (verdict == Verdict::malformed) return Format_Error;
-    if (verdict == Verdict::accepted)
-        for (const New_Constant& constant : constants) write_constant(*this, constant);
-    return Reply_And_Log(handle, 2, 16, Acknowledge_Item(static_cast<unsigned char>(verdict)), msgid);
+    const auto constants = ECID_List.read();
+    std::vector<New_Constant> pairs(static_cast<std::size_t>(item->count));
+    Verdict verdict = Accepted;
+    for (int i = 0; i < item->count && verdict == Accepted; ++i)
+        verdict = check_pair(*this, *constants, *item->children[i], i, pairs[static_cast<std::size_t>(i)]);
+    if (verdict == Accepted)
+        for (const New_Constant& pair : pairs) write_constant(*this, pair);
+    return Reply_Verdict(handle, 2, 16, verdict, msgid);
 }
 
 unsigned long BC_FA::reply_S02F29(void* handle, _SECS_ITEM* item, unsigned long msgid) {
@@ -244,10 +243,11 @@ unsigned long BC_FA::reply_S02F29(void* handle, _SECS_ITEM* item, unsigned long 
         OnlineLog("ECID 格式错误! 必须是 I()/U()/A. [代码行:%s:%d]", FA_CODE_LINE("reply_S02F29"));
         return Format_Error;
     }
-    if (ecids.empty()) ecids = every_ecid();
-    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(ecids.size()));
-    for (const int ecid : ecids) SecsListItemAppend(root, constant_description(*this, ecid));
-    return Reply_And_Log(handle, 2, 30, root, msgid);
+    const auto constants = ECID_List.read();
+    if (ecids.empty()) ecids = constants->ids();
+    Item_Owner root = Empty_List(ecids.size());
+    for (const int ecid : ecids) Append_Item(root, constant_description(*this, *constants, ecid));
+    return Reply_And_Log(handle, 2, 30, std::move(root), msgid);
 }
 
 }  // namespace Talwen

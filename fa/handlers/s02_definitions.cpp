@@ -2,6 +2,8 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "fa/config/definition_tables.h"
@@ -16,21 +18,12 @@ namespace Talwen {
 
 namespace {
 
-constexpr unsigned char accepted = 0;
-/// An acknowledge code, or nothing for a malformed message, which gets no answer.
-using Acknowledge = std::optional<unsigned char>;
-
 bool in_range(int value, int low, int high) {
     return value >= low && value <= high;
 }
 
 bool is_list_of(const _SECS_ITEM& item, int count) {
     return item.format == SECS_FORMAT_L && item.count == count;
-}
-
-unsigned long acknowledge(void* handle, unsigned char function, Acknowledge code, unsigned long msgid) {
-    if (!code) return Format_Error;
-    return Reply_And_Log(handle, 2, function, Acknowledge_Item(*code), msgid);
 }
 
 // ---- S2F23 ----
@@ -48,7 +41,7 @@ constexpr int max_svids = 1000;
 class Trace_Reader {
   public:
     /// Null for a list of SVIDs that is none.
-    Acknowledge read(const _SECS_ITEM& root) {
+    Verdict read(const _SECS_ITEM& root) {
         read_trid(*root.children[0]);
         read_period(*root.children[1]);
         read_total(*root.children[2]);
@@ -69,7 +62,7 @@ class Trace_Reader {
 
   private:
     void refuse(unsigned char code) {
-        if (tiaack_ == accepted) tiaack_ = code;
+        if (tiaack_ == Accepted) tiaack_ = code;
     }
 
     void read_trid(const _SECS_ITEM& item) {
@@ -126,15 +119,16 @@ class Trace_Reader {
             all_readable = false;
         }
         if (!all_readable) return;
+        const auto variables = SVID_List.read();
         for (int i = 0; i < list.count; ++i) {
             const int svid = trace.LINKSVID[static_cast<std::size_t>(i)];
-            if (SVID_List.find(svid) != nullptr) continue;
+            if (variables->find(svid) != nullptr) continue;
             OnlineLog("<SVID%d>:%d 未识别. [代码行:%s:%d]", i, svid, FA_CODE_LINE("reply_S02F23"));
             refuse(unknown_svid);
         }
     }
 
-    unsigned char tiaack_ = accepted;
+    unsigned char tiaack_ = Accepted;
 };
 
 /// A trace of no samples is the request to end the trace.
@@ -159,9 +153,9 @@ unsigned long BC_FA::reply_S02F23(void* handle, _SECS_ITEM* item, unsigned long 
         return Format_Error;
     }
     Trace_Reader reader;
-    const Acknowledge tiaack = reader.read(*item);
-    if (tiaack == accepted) add_or_remove(*this, std::move(reader.trace));
-    return acknowledge(handle, 24, tiaack, msgid);
+    const Verdict tiaack = reader.read(*item);
+    if (tiaack == Accepted) add_or_remove(*this, std::move(reader.trace));
+    return Reply_Verdict(handle, 2, 24, tiaack, msgid);
 }
 
 // ---- S2F33 and S2F35 ----
@@ -184,6 +178,8 @@ constexpr unsigned char dataid_or_rvid_out_of_range = 6;
 
 constexpr int max_members = 50;
 
+struct Definition_Run;
+
 /// What the two messages differ in. Each function gives the code to answer.
 struct Definition_Message {
     const char* handler;
@@ -193,42 +189,51 @@ struct Definition_Message {
     const char* bad_member;
     unsigned char (*check_dataid)(int dataid);
     unsigned char (*check_number)(int number);
-    unsigned char (*check_member)(int member);
+    unsigned char (*check_member)(const Definition_Run& run, int member);
     void (*remove_all)(BC_FA& fa, int dataid);
-    unsigned char (*remove)(BC_FA& fa, int number);
+    unsigned char (*remove)(Definition_Run& run, int number);
     bool (*add)(BC_FA& fa, int dataid, int number, std::vector<int> members);
 };
 
+/// One message on its way.
+struct Definition_Run {
+    BC_FA& fa;
+    const Definition_Message& message;
+    int dataid = 0;
+    Variable_Table<RVID_STRU>::Pointer variables = RVID_List.read();
+    std::unordered_set<int> removed_reports = {};  ///< to be unlinked from their events, in one go at the end
+};
+
 unsigned char no_check(int /*number*/) {
-    return accepted;
+    return Accepted;
 }
 
 unsigned char check_report_dataid(int dataid) {
     // 0 is let through on purpose, although the message says 1.
-    if (in_range(dataid, 0, 65535)) return accepted;
+    if (in_range(dataid, 0, 65535)) return Accepted;
     OnlineLog("<DATAID>: %d 数值超限, 有效范围[%d, %d].[代码行:%s:%d]", dataid, 1, 65535,
               FA_CODE_LINE("reply_S02F33"));
     return dataid_or_rvid_out_of_range;
 }
 
 unsigned char check_rptid(int rptid) {
-    if (in_range(rptid, 1, 65535)) return accepted;
+    if (in_range(rptid, 1, 65535)) return Accepted;
     OnlineLog("<RPTID> 数值超限 , 有效范围[%d,%d]. [代码行:%s:%d]", 1, 65535, FA_CODE_LINE("reply_S02F33"));
     return rptid_out_of_range;
 }
 
-unsigned char check_rvid(int rvid) {
+unsigned char check_rvid(const Definition_Run& run, int rvid) {
     if (!in_range(rvid, 1, 65535)) {
         OnlineLog("<RVID> 数值超限 , 有效范围[%d,%d]. [代码行:%s:%d]", 1, 65535,
                   FA_CODE_LINE("reply_S02F33"));
         return dataid_or_rvid_out_of_range;
     }
     // An unknown one is answered without a log line; deliberate.
-    return RVID_List.find(rvid) != nullptr ? accepted : unknown_rvid;
+    return run.variables->find(rvid) != nullptr ? Accepted : unknown_rvid;
 }
 
-unsigned char check_linked_rptid(int rptid) {
-    return RPTID_List.find(rptid) != nullptr ? accepted : unknown_rptid;
+unsigned char check_linked_rptid(const Definition_Run& /*run*/, int rptid) {
+    return RPTID_List.find(rptid) != nullptr ? Accepted : unknown_rptid;
 }
 
 // An empty message undoes what the same DATAID defined, not what others did.
@@ -240,15 +245,15 @@ void remove_all_links(BC_FA& fa, int dataid) {
     fa.QFA_Remove_All_CEID_List(dataid);
 }
 
-unsigned char remove_report(BC_FA& fa, int rptid) {
-    fa.QFA_Remove_RPTID_List(rptid);
-    fa.QFA_Remove_RPTID_From_CEID_List(rptid);
-    return accepted;
+unsigned char remove_report(Definition_Run& run, int rptid) {
+    run.fa.QFA_Remove_RPTID_List(rptid);
+    run.removed_reports.insert(rptid);
+    return Accepted;
 }
-unsigned char remove_link(BC_FA& fa, int ceid) {
-    if (!fa.QFA_Check_CEID_Exist(ceid)) return unknown_ceid;
-    fa.QFA_Remove_CEID_List(ceid);
-    return accepted;
+unsigned char remove_link(Definition_Run& run, int ceid) {
+    if (!run.fa.QFA_Check_CEID_Exist(ceid)) return unknown_ceid;
+    run.fa.QFA_Remove_CEID_List(ceid);
+    return Accepted;
 }
 
 bool add_report(BC_FA& fa, int dataid, int rptid, std::vector<int> rvids) {
@@ -295,23 +300,22 @@ constexpr Definition_Message link_event = {
 };
 
 /// Reads the members of entry `i` and adds its record.
-Acknowledge define_members(BC_FA& fa, const Definition_Message& message, int i, int dataid, int number,
-                           const _SECS_ITEM& list) {
+Verdict define_members(Definition_Run& run, int i, int number, const _SECS_ITEM& list) {
     if (list.count > max_members) return too_many_members;  // no log line, on purpose
     std::vector<int> members(static_cast<std::size_t>(list.count));
     for (int j = 0; j < list.count; ++j) {
         int& member = members[static_cast<std::size_t>(j)];
         if (!Read_Identifier(*list.children[j], &member)) {
-            OnlineLog(message.bad_member, i, j, message.handler, __LINE__);
+            OnlineLog(run.message.bad_member, i, j, run.message.handler, __LINE__);
             return std::nullopt;
         }
-        if (const unsigned char refusal = message.check_member(member)) return refusal;
+        if (const unsigned char refusal = run.message.check_member(run, member)) return refusal;
     }
-    return message.add(fa, dataid, number, std::move(members)) ? accepted : already_defined;
+    return run.message.add(run.fa, run.dataid, number, std::move(members)) ? Accepted : already_defined;
 }
 
-Acknowledge carry_out_entry(BC_FA& fa, const Definition_Message& message, int i, int dataid,
-                            const _SECS_ITEM& entry) {
+Verdict carry_out_entry(Definition_Run& run, int i, const _SECS_ITEM& entry) {
+    const Definition_Message& message = run.message;
     if (!is_list_of(entry, 2)) {
         OnlineLog(message.bad_entry, i, message.handler, __LINE__);
         return std::nullopt;
@@ -327,42 +331,54 @@ Acknowledge carry_out_entry(BC_FA& fa, const Definition_Message& message, int i,
         OnlineLog("L[1][%d][1] 格式错误 , 必须是 L. [代码行:%s:%d]", i, message.handler, __LINE__);
         return std::nullopt;
     }
-    if (members.count == 0) return message.remove(fa, number);
-    return define_members(fa, message, i, dataid, number, members);
+    if (members.count == 0) return message.remove(run, number);
+    return define_members(run, i, number, members);
 }
 
-Acknowledge carry_out(BC_FA& fa, const Definition_Message& message, const _SECS_ITEM& root) {
+Verdict carry_out(Definition_Run& run, const _SECS_ITEM& root) {
+    const Definition_Message& message = run.message;
     if (!is_list_of(root, 2)) {
         OnlineLog("消息头格式错误 , 必须是 L2. [代码行:%s:%d]", message.handler, __LINE__);
         return std::nullopt;
     }
-    int dataid = 0;
-    if (!Read_Identifier(*root.children[0], &dataid)) {
+    if (!Read_Identifier(*root.children[0], &run.dataid)) {
         OnlineLog(message.bad_dataid, message.handler, __LINE__);
         return std::nullopt;
     }
-    if (const unsigned char refusal = message.check_dataid(dataid)) return refusal;
+    if (const unsigned char refusal = message.check_dataid(run.dataid)) return refusal;
     const _SECS_ITEM& entries = *root.children[1];
     if (entries.format != SECS_FORMAT_L) {
         OnlineLog("L[1] 格式错误 , 必须是 L. [代码行:%s:%d]", message.handler, __LINE__);
         return std::nullopt;
     }
-    if (entries.count == 0) message.remove_all(fa, dataid);
+    if (entries.count == 0) message.remove_all(run.fa, run.dataid);
     for (int i = 0; i < entries.count; ++i) {
-        const Acknowledge code = carry_out_entry(fa, message, i, dataid, *entries.children[i]);
-        if (code != accepted) return code;
+        const Verdict code = carry_out_entry(run, i, *entries.children[i]);
+        if (code != Accepted) return code;
     }
-    return accepted;
+    return Accepted;
+}
+
+Verdict carry_out(BC_FA& fa, const Definition_Message& message, const _SECS_ITEM& root) {
+    Definition_Run run{fa, message};
+    try {
+        const Verdict verdict = carry_out(run, root);
+        Unlink_Reports(run.removed_reports);
+        return verdict;
+    } catch (...) {
+        Unlink_Reports(run.removed_reports);
+        throw;
+    }
 }
 
 }  // namespace
 
 unsigned long BC_FA::reply_S02F33(void* handle, _SECS_ITEM* item, unsigned long msgid) {
-    return acknowledge(handle, 34, carry_out(*this, define_report, *item), msgid);
+    return Reply_Verdict(handle, 2, 34, carry_out(*this, define_report, *item), msgid);
 }
 
 unsigned long BC_FA::reply_S02F35(void* handle, _SECS_ITEM* item, unsigned long msgid) {
-    return acknowledge(handle, 36, carry_out(*this, link_event, *item), msgid);
+    return Reply_Verdict(handle, 2, 36, carry_out(*this, link_event, *item), msgid);
 }
 
 // ---- S2F37 ----
@@ -374,7 +390,7 @@ constexpr unsigned char event_not_defined = 1;
 constexpr unsigned char ceed_not_boolean = 2;
 
 /// All of the events or none.
-Acknowledge enable_events(const _SECS_ITEM& list, bool enable) {
+Verdict enable_events(const _SECS_ITEM& list, bool enable) {
     std::vector<int> ceids(static_cast<std::size_t>(list.count));
     for (int i = 0; i < list.count; ++i) {
         if (Read_Identifier(*list.children[i], &ceids[static_cast<std::size_t>(i)])) continue;
@@ -383,7 +399,7 @@ Acknowledge enable_events(const _SECS_ITEM& list, bool enable) {
     }
     const bool all_known =
         CEID_List.change_all_of(ceids, [enable](CEID_STRU& event) { event.enable = enable; });
-    return all_known ? accepted : event_not_defined;
+    return all_known ? Accepted : event_not_defined;
 }
 
 }  // namespace
@@ -398,16 +414,16 @@ unsigned long BC_FA::reply_S02F37(void* handle, _SECS_ITEM* item, unsigned long 
     // Unlike other faults of format this one is answered.
     if (ceed.format != SECS_FORMAT_BOOLEAN) {
         OnlineLog("<CEED> 格式错误 , 必须是 Boolean [代码行:%s:%d]", FA_CODE_LINE("reply_S02F37"));
-        return acknowledge(handle, 38, ceed_not_boolean, msgid);
+        return Reply_Verdict(handle, 2, 38, ceed_not_boolean, msgid);
     }
     // Without a log line, unlike the other faults of format; deliberate.
     if (ceids.format != SECS_FORMAT_L) return Format_Error;
     const bool enable = ceed.value[0] != 0;
     if (ceids.count == 0) {
         QFA_Enable_Or_Disable_All_CEID_List(enable);
-        return acknowledge(handle, 38, accepted, msgid);
+        return Reply_Verdict(handle, 2, 38, Accepted, msgid);
     }
-    return acknowledge(handle, 38, enable_events(ceids, enable), msgid);
+    return Reply_Verdict(handle, 2, 38, enable_events(ceids, enable), msgid);
 }
 
 }  // namespace Talwen

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fa/handlers/handler_support.h"
+#include "fa/handlers/value_items.h"
 #include "fa/module/bc_fa.h"
 #include "fa/module/handler_routes.h"
 #include "fa/secs/secs_driver.h"
@@ -127,22 +128,16 @@ void replace_spool_table(const Spool_Flags& flags) {
 }
 
 /// L[2] <B RSPACK> L[m] L[3] <U1 STRID> <B STRACK> L[n] <U1 FCNID>
-_SECS_ITEM* answer(const std::vector<Refusal>& refusals) {
-    _SECS_ITEM* streams = SecsCreateItemList(static_cast<int>(refusals.size()));
+Item_Owner answer(const std::vector<Refusal>& refusals) {
+    const auto u1 = [](unsigned char value) { return Integer_Item(SECS_FORMAT_U1, value); };
+    Item_Owner streams = Empty_List(refusals.size());
     for (const Refusal& refusal : refusals) {
-        _SECS_ITEM* functions = SecsCreateItemList(static_cast<int>(refusal.functions.size()));
-        for (const unsigned char function : refusal.functions)
-            SecsListItemAppend(functions, SecsCreateItemU1(function));
-        _SECS_ITEM* entry = SecsCreateItemList(3);
-        SecsListItemAppend(entry, SecsCreateItemU1(refusal.stream));
-        SecsListItemAppend(entry, Acknowledge_Item(refusal.strack));
-        SecsListItemAppend(entry, functions);
-        SecsListItemAppend(streams, entry);
+        Item_Owner functions = Empty_List(refusal.functions.size());
+        for (const unsigned char function : refusal.functions) Append_Item(functions, u1(function));
+        Append_Item(streams,
+                    List_Item{u1(refusal.stream), Acknowledge_Item(refusal.strack), std::move(functions)});
     }
-    _SECS_ITEM* root = SecsCreateItemList(2);
-    SecsListItemAppend(root, Acknowledge_Item(refusals.empty() ? 0 : 1));
-    SecsListItemAppend(root, streams);
-    return root;
+    return List_Item{Acknowledge_Item(refusals.empty() ? 0 : 1), std::move(streams)};
 }
 
 }  // namespace

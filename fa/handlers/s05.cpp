@@ -1,6 +1,4 @@
 // Stream 5: alarm reports, their enables and lists (SEMI E5).
-#include <cstdint>
-#include <cstring>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -15,24 +13,18 @@ namespace Talwen {
 
 namespace {
 
-/// ACKC5 of S5F4.
-enum : unsigned char { accepted = 0, refused = 1 };
-
+constexpr unsigned char refused = 1;       // ACKC5 of S5F4
 constexpr unsigned char alarm_set = 0x80;  // bit 8 of ALCD; in ALED: enable
 
 /// L[3] <B ALCD> <U4 ALID> <A ALTX>
-_SECS_ITEM* alarm_item(unsigned char alcd, int alid, const char* altx) {
-    _SECS_ITEM* root = SecsCreateItemList(3);
-    SecsListItemAppend(root, Acknowledge_Item(alcd));
-    SecsListItemAppend(root, SecsCreateItemU4(static_cast<unsigned int>(alid)));
-    SecsListItemAppend(root, SecsCreateItemAscii(altx));
-    return root;
+Item_Owner alarm_item(unsigned char alcd, int alid, const char* altx) {
+    return List_Item{Acknowledge_Item(alcd), U4_Item(alid), Ascii_Item(altx)};
 }
 
 /// What the list of alarms says of one; an empty list for an unknown alarm.
-_SECS_ITEM* listed_alarm(BC_FA& fa, int alid) {
+Item_Owner listed_alarm(BC_FA& fa, int alid) {
     ALID_STRU* record = nullptr;
-    if (!fa.QFA_Get_ALID_Stru(alid, &record)) return SecsCreateItemList(0);
+    if (!fa.QFA_Get_ALID_Stru(alid, &record)) return Empty_List();
     char text[512] = "";
     fa.QAlarm_Get_Text_Full(record->index, text);
     return alarm_item(record->ALCD, record->ALID, text);
@@ -40,9 +32,9 @@ _SECS_ITEM* listed_alarm(BC_FA& fa, int alid) {
 
 unsigned long reply_alarms(BC_FA& fa, void* handle, unsigned char function, const std::vector<int>& alids,
                            unsigned long msgid) {
-    _SECS_ITEM* root = SecsCreateItemList(static_cast<int>(alids.size()));
-    for (const int alid : alids) SecsListItemAppend(root, listed_alarm(fa, alid));
-    return Reply_And_Log(handle, 5, function, root, msgid);
+    Item_Owner root = Empty_List(alids.size());
+    for (const int alid : alids) Append_Item(root, listed_alarm(fa, alid));
+    return Reply_And_Log(handle, 5, function, std::move(root), msgid);
 }
 
 enum class Alarms { all, enabled };
@@ -55,52 +47,27 @@ std::vector<int> numbers(Alarms which) {
     return alids;
 }
 
-/// Bytes of one element of an integer item, 0 for other items.
-std::uint32_t element_size(unsigned char format) {
-    switch (format) {
-        case SECS_FORMAT_U1:
-        case SECS_FORMAT_I1: return 1;
-        case SECS_FORMAT_U2:
-        case SECS_FORMAT_I2: return 2;
-        case SECS_FORMAT_U4:
-        case SECS_FORMAT_I4: return 4;
-        case SECS_FORMAT_U8:
-        case SECS_FORMAT_I8: return 8;
-        default: return 0;
-    }
-}
-
 /// An ALID, or several, left out: all alarms are meant.
 bool names_no_alarm(const _SECS_ITEM& item) {
     if (item.format == SECS_FORMAT_L) return item.count == 0;
     if (item.format == SECS_FORMAT_NONE) return true;  // a header-only message
-    return item.length == 0 && (item.format == SECS_FORMAT_A || element_size(item.format) != 0);
+    return item.length == 0 && (item.format == SECS_FORMAT_A || Integer_Size(item.format) != 0);
 }
 
 /// The alarms that one item names: the identifiers of a list, every element of an integer array, or a text.
 bool read_alids(const _SECS_ITEM& item, std::vector<int>& alids) {
-    int alid = 0;
     if (item.format == SECS_FORMAT_L) {
+        int alid = 0;
         for (int i = 0; i < item.count; ++i) {
             if (!Read_Identifier(*item.children[i], &alid)) return false;
             alids.push_back(alid);
         }
         return true;
     }
-    const std::uint32_t size = element_size(item.format);
-    if (size == 0) {
-        if (!Read_Identifier(item, &alid)) return false;
-        alids.push_back(alid);
-        return true;
-    }
-    _SECS_ITEM element{};
-    element.format = item.format;
-    for (std::uint32_t at = 0; at + size <= item.length; at += size) {
-        std::memcpy(element.value, Item_Text(item) + at, size);
-        Read_Identifier(element, &alid);
-        alids.push_back(alid);
-    }
-    return true;
+    if (item.format == SECS_FORMAT_A) alids.push_back(Config_Int(Item_Text(item)));
+    for (std::size_t i = 0; i < Integer_Count(item); ++i)
+        alids.push_back(To_32_Bits(Integer_Element(item, i)));
+    return item.format == SECS_FORMAT_A || Integer_Size(item.format) != 0;
 }
 
 }  // namespace
@@ -113,7 +80,8 @@ _SECS_ITEM* BC_FA::send_S05F01(void* /*handle*/, void* param) {
         return nullptr;
     }
     return alarm_item(static_cast<unsigned char>(params[0][0]), Config_Int(params[1]),
-                      params.size() == 3 ? params[2].c_str() : "");
+                      params.size() == 3 ? params[2].c_str() : "")
+        .release();
 }
 
 unsigned long BC_FA::recv_S05F02(void* /*handle*/, _SECS_ITEM* item, unsigned long /*msgid*/) {
@@ -138,7 +106,7 @@ unsigned long BC_FA::reply_S05F03(void* handle, _SECS_ITEM* item, unsigned long 
         return Format_Error;
     }
     const bool enable = (static_cast<unsigned char>(aled.value[0]) & alarm_set) != 0;
-    unsigned char ackc5 = accepted;
+    unsigned char ackc5 = Accepted;
     int alid = 0;
     if (names_no_alarm(alarm)) {
         QFA_Set_All_ALID_Enable(enable);
@@ -148,7 +116,7 @@ unsigned long BC_FA::reply_S05F03(void* handle, _SECS_ITEM* item, unsigned long 
     } else if (!QFA_Set_ALID_Enable(alid, enable)) {
         ackc5 = refused;
     }
-    return Reply_And_Log(handle, 5, 4, Acknowledge_Item(ackc5), msgid);
+    return Reply_Verdict(handle, 5, 4, ackc5, msgid);
 }
 
 unsigned long BC_FA::reply_S05F05(void* handle, _SECS_ITEM* item, unsigned long msgid) {

@@ -1,9 +1,9 @@
 // Stream 6: the equipment's event reports and trace data (SEMI E5), built when they are queued.
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "fa/config/config_file.h"
 #include "fa/config/definition_tables.h"
 #include "fa/config/variable_tables.h"
 #include "fa/framework/qtime.h"
@@ -68,20 +68,14 @@ const std::vector<std::string>& parameters(const void* param) {
     return param != nullptr ? *static_cast<const std::vector<std::string>*>(param) : none;
 }
 
-int decimal(const std::string& text) {
-    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
-}
-
-_SECS_ITEM* u4(int value) {
-    return SecsCreateItemU4(static_cast<unsigned int>(value));
-}
+using Report_Variables = Variables<RVID_STRU>;
 
 /// The text of a string point as the list that it describes.
-_SECS_ITEM* list_value(BC_FA& fa, int point, int ceid) {
+Item_Owner list_value(BC_FA& fa, int point, int ceid) {
     static constexpr Type_Word words[] = {
         {"U1", SECS_FORMAT_U1}, {"I4", SECS_FORMAT_I4}, {"F4", SECS_FORMAT_F4}};
     return List_Variable_Item(fa.QString_Read(point), words,
-                              [ceid](std::string_view word, std::string_view) -> _SECS_ITEM* {
+                              [ceid](std::string_view word, std::string_view) -> Item_Owner {
                                   OnlineLog("CEID:%d SII_DT_LIST子项类型:%s不支持. [代码行:%s:%d]", ceid,
                                             std::string(word).c_str(), FA_CODE_LINE("send_S06F11"));
                                   return nullptr;
@@ -89,9 +83,9 @@ _SECS_ITEM* list_value(BC_FA& fa, int point, int ceid) {
 }
 
 /// The IO type is not looked at: a format decides alone which kind of point is read.
-_SECS_ITEM* value_by_format(BC_FA& fa, const RVID_STRU& variable, int ceid) {
+Item_Owner value_by_format(BC_FA& fa, const RVID_STRU& variable, int ceid) {
     switch (variable.format) {
-        case SECS_FORMAT_A: return SecsCreateItemAscii(fa.QString_Read(variable.point));
+        case SECS_FORMAT_A: return Ascii_Item(fa.QString_Read(variable.point));
         case SECS_FORMAT_I4:
         case SECS_FORMAT_U1:
         case SECS_FORMAT_U2:
@@ -104,17 +98,17 @@ _SECS_ITEM* value_by_format(BC_FA& fa, const RVID_STRU& variable, int ceid) {
 }
 
 /// Each kind of point with its own integer and float format.
-_SECS_ITEM* value_by_io_type(BC_FA& fa, const VARIABLE_STRU& variable, unsigned char digital,
-                             unsigned char analog) {
+Item_Owner value_by_io_type(BC_FA& fa, const VARIABLE_STRU& variable, unsigned char digital,
+                            unsigned char analog) {
     switch (variable.io_type) {
         case IO_DIGITAL: return Integer_Item(digital, fa.QDigital_Read(variable.point));
         case IO_ANALOG: return Analog_Item(analog, fa.QAnalog_Read(variable.point));
-        case IO_STRING: return SecsCreateItemAscii(fa.QString_Read(variable.point));
+        case IO_STRING: return Ascii_Item(fa.QString_Read(variable.point));
         default: return Placeholder_Item();
     }
 }
 
-_SECS_ITEM* report_value(BC_FA& fa, const Report_Builder& builder, const RVID_STRU* variable, int ceid) {
+Item_Owner report_value(BC_FA& fa, const Report_Builder& builder, const RVID_STRU* variable, int ceid) {
     if (variable == nullptr) return Placeholder_Item();
     return builder.value == Value_Rule::by_format
                ? value_by_format(fa, *variable, ceid)
@@ -122,32 +116,28 @@ _SECS_ITEM* report_value(BC_FA& fa, const Report_Builder& builder, const RVID_ST
 }
 
 /// A value with what its builder puts before it.
-_SECS_ITEM* report_entry(BC_FA& fa, const Report_Builder& builder, int rvid, int ceid) {
-    RVID_STRU* variable = nullptr;
-    fa.QFA_Get_RVID_Stru(rvid, &variable);
-    _SECS_ITEM* value = report_value(fa, builder, variable, ceid);
+Item_Owner report_entry(BC_FA& fa, const Report_Builder& builder, const Report_Variables& variables, int rvid,
+                        int ceid) {
+    const RVID_STRU* variable = variables.find(rvid);
+    Item_Owner value = report_value(fa, builder, variable, ceid);
     if (builder.label == Label::none) return value;
-    _SECS_ITEM* pair = SecsCreateItemList(2);
     if (builder.label == Label::name)
-        SecsListItemAppend(
-            pair, variable != nullptr ? SecsCreateItemAscii(variable->sv_name.c_str()) : Placeholder_Item());
-    else  // I4, and 0 for an unknown one: unlike the annotated answers to requests, on purpose
-        SecsListItemAppend(pair, SecsCreateItemI4(variable != nullptr ? rvid : 0));
-    SecsListItemAppend(pair, value);
-    return pair;
+        return List_Item{variable != nullptr ? Ascii_Item(variable->sv_name.c_str()) : Placeholder_Item(),
+                         std::move(value)};
+    // I4, and 0 for an unknown one: unlike the annotated answers to requests, on purpose
+    return List_Item{Integer_Item(SECS_FORMAT_I4, variable != nullptr ? rvid : 0), std::move(value)};
 }
 
 /// L[2] <U4 RPTID> L[m] values; the values of a report that is not there are an empty list.
-_SECS_ITEM* linked_report(BC_FA& fa, const Report_Builder& builder, int rptid, int ceid) {
+Item_Owner linked_report(BC_FA& fa, const Report_Builder& builder, const Report_Variables& variables,
+                         int rptid, int ceid) {
     const auto report = RPTID_List.find(rptid);
-    _SECS_ITEM* values = SecsCreateItemList(0);
+    Item_Owner values = Empty_List();
     if (report != nullptr)
         for (const int rvid : report->LINKVID)
-            SecsListItemAppend(values, report_entry(fa, builder, rvid, ceid));
-    _SECS_ITEM* entry = SecsCreateItemList(2);
-    SecsListItemAppend(entry, u4(report == nullptr && builder.zero_unknown_report ? 0 : rptid));
-    SecsListItemAppend(entry, values);
-    return entry;
+            Append_Item(values, report_entry(fa, builder, variables, rvid, ceid));
+    return List_Item{U4_Item(report == nullptr && builder.zero_unknown_report ? 0 : rptid),
+                     std::move(values)};
 }
 
 _SECS_ITEM* event_report(BC_FA& fa, const Report_Builder& builder, const void* param) {
@@ -156,7 +146,7 @@ _SECS_ITEM* event_report(BC_FA& fa, const Report_Builder& builder, const void* p
         OnlineLog(builder.bad_length, builder.name, __LINE__);
         return nullptr;
     }
-    const int ceid = decimal(texts[0]);
+    const int ceid = Config_Int(texts[0]);
     const auto event = CEID_List.find(ceid);
     if (event == nullptr) {
         OnlineLog("CEID:%d 未识别. [代码行:%s:%d]", ceid, builder.name, __LINE__);
@@ -166,14 +156,12 @@ _SECS_ITEM* event_report(BC_FA& fa, const Report_Builder& builder, const void* p
         OnlineLog(builder.disabled, ceid, builder.name, __LINE__);
         return nullptr;
     }
-    _SECS_ITEM* reports = SecsCreateItemList(static_cast<int>(event->LINKRPTID.size()));
+    const auto variables = RVID_List.read();
+    Item_Owner reports = Empty_List(event->LINKRPTID.size());
     for (const int rptid : event->LINKRPTID)
-        SecsListItemAppend(reports, linked_report(fa, builder, rptid, ceid));
-    _SECS_ITEM* root = SecsCreateItemList(3);
-    SecsListItemAppend(root, u4(event->DATAID));
-    SecsListItemAppend(root, u4(ceid));
-    SecsListItemAppend(root, reports);
-    return root;
+        Append_Item(reports, linked_report(fa, builder, *variables, rptid, ceid));
+    List_Item root{U4_Item(event->DATAID), U4_Item(ceid), std::move(reports)};
+    return root.item.release();
 }
 
 }  // namespace
@@ -184,24 +172,20 @@ _SECS_ITEM* BC_FA::send_S06F01(void* /*handle*/, void* param) {
         OnlineLog("参数链表长度错误 , 必须是 L2. [代码行:%s:%d]", FA_CODE_LINE("send_S06F01"));
         return nullptr;
     }
-    const int trid = decimal(texts[0]);
+    const int trid = Config_Int(texts[0]);
     const auto trace = TRID_List.find(trid);
     if (trace == nullptr) {
         OnlineLog("TRID:%d 未识别. [代码行:%s:%d]", trid, FA_CODE_LINE("send_S06F01"));
         return nullptr;
     }
-    _SECS_ITEM* values = SecsCreateItemList(static_cast<int>(trace->LINKSVID.size()));
-    for (const int svid : trace->LINKSVID) {
-        SVID_STRU* variable = nullptr;
-        if (!QFA_Get_SVID_Stru(svid, &variable)) continue;  // no place is kept for it, unlike in a report
-        SecsListItemAppend(values, value_by_io_type(*this, *variable, variable->format, variable->format));
-    }
-    _SECS_ITEM* root = SecsCreateItemList(4);
-    SecsListItemAppend(root, u4(trid));
-    SecsListItemAppend(root, u4(decimal(texts[1])));
-    SecsListItemAppend(root, SecsCreateItemAscii(QTime_Get_DateTimeID2_Str()));
-    SecsListItemAppend(root, values);
-    return root;
+    const auto variables = SVID_List.read();
+    Item_Owner values = Empty_List(trace->LINKSVID.size());
+    for (const int svid : trace->LINKSVID)  // an unknown one has no place kept for it, unlike in a report
+        if (const SVID_STRU* variable = variables->find(svid))
+            Append_Item(values, value_by_io_type(*this, *variable, variable->format, variable->format));
+    List_Item root{U4_Item(trid), U4_Item(Config_Int(texts[1])), Ascii_Item(QTime_Get_DateTimeID2_Str()),
+                   std::move(values)};
+    return root.item.release();
 }
 
 _SECS_ITEM* BC_FA::send_S06F03(void* /*handle*/, void* param) {

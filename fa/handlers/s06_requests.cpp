@@ -66,35 +66,32 @@ constexpr Report_Request Annotated_Individual_Report_Request{
     "<RVID:%d> IOType 错误. [代码行:%s:%d]",
 };
 
-_SECS_ITEM* u4(int value) {
-    return SecsCreateItemU4(static_cast<unsigned int>(value));
-}
+using Report_Variables = Variables<RVID_STRU>;
 
 /// Logs the answer under the received message id and results in 1, whatever the driver says of it.
-unsigned long answer(void* handle, unsigned char function, _SECS_ITEM* root, unsigned long msgid) {
-    SecsReplyMessageItem(handle, 6, function, root, 0, msgid);
-    QFA_Message_Print_SML(handle, 6, function, root, msgid, 1);
-    SecsDeleteItem(root);
+unsigned long answer(void* handle, unsigned char function, Item_Owner root, unsigned long msgid) {
+    SecsReplyMessageItem(handle, 6, function, root.get(), 0, msgid);
+    QFA_Message_Print_SML(handle, 6, function, root.get(), msgid, 1);
     return 1;
 }
 
 /// The text of a string point as the list that it describes; an unknown type word gives its value as text.
-_SECS_ITEM* list_value(BC_FA& fa, int point) {
+Item_Owner list_value(BC_FA& fa, int point) {
     static constexpr Type_Word words[] = {
         {"U1", SECS_FORMAT_U1}, {"U2", SECS_FORMAT_U2}, {"U4", SECS_FORMAT_U4}, {"U8", SECS_FORMAT_U8},
         {"I1", SECS_FORMAT_I1}, {"I2", SECS_FORMAT_I2}, {"I4", SECS_FORMAT_I4}, {"I8", SECS_FORMAT_I8},
         {"F4", SECS_FORMAT_F4}, {"F8", SECS_FORMAT_F8},
     };
     return List_Variable_Item(fa.QString_Read(point), words, [](std::string_view, std::string_view value) {
-        return SecsCreateItemAscii(std::string(value).c_str());
+        return Ascii_Item(std::string(value).c_str());
     });
 }
 
 /// A string variable that is neither text nor list has no value item: the report is shorter by its value, an
 /// annotated one by the whole pair. Deliberate; a dash would stand for an unreadable variable.
-_SECS_ITEM* string_value(BC_FA& fa, const RVID_STRU& variable) {
+Item_Owner string_value(BC_FA& fa, const RVID_STRU& variable) {
     switch (variable.format) {
-        case SECS_FORMAT_A: return SecsCreateItemAscii(fa.QString_Read(variable.point));
+        case SECS_FORMAT_A: return Ascii_Item(fa.QString_Read(variable.point));
         case SECS_FORMAT_L: return list_value(fa, variable.point);
         default: return nullptr;
     }
@@ -102,7 +99,7 @@ _SECS_ITEM* string_value(BC_FA& fa, const RVID_STRU& variable) {
 
 /// The bounds of all three kinds of points are those of the digital ones, while the log shows the bound of
 /// the right kind. Both are meant so; do not straighten either.
-_SECS_ITEM* requested_value(BC_FA& fa, const Report_Request& request, const RVID_STRU& variable) {
+Item_Owner requested_value(BC_FA& fa, const Report_Request& request, const RVID_STRU& variable) {
     const int point = variable.point;
     const bool inside = In_Range(point, fa.QSystem_Get_Digital_Count());
     switch (variable.io_type) {
@@ -126,9 +123,9 @@ _SECS_ITEM* requested_value(BC_FA& fa, const Report_Request& request, const RVID
     return Placeholder_Item();
 }
 
-_SECS_ITEM* value_of(BC_FA& fa, const Report_Request& request, int ceid, int rptid, int rvid) {
-    RVID_STRU* variable = nullptr;
-    if (fa.QFA_Get_RVID_Stru(rvid, &variable)) return requested_value(fa, request, *variable);
+Item_Owner value_of(BC_FA& fa, const Report_Request& request, const Report_Variables& variables, int ceid,
+                    int rptid, int rvid) {
+    if (const RVID_STRU* variable = variables.find(rvid)) return requested_value(fa, request, *variable);
     if (request.by_event)
         OnlineLog("<CEID:%d><RPTID:%d> RVID%d 未识别. [代码行:%s:%d]", ceid, rptid, rvid, request.name,
                   __LINE__);
@@ -138,56 +135,44 @@ _SECS_ITEM* value_of(BC_FA& fa, const Report_Request& request, int ceid, int rpt
 }
 
 /// L[m], one value (or pair of RVID and value) per variable.
-_SECS_ITEM* report_values(BC_FA& fa, const Report_Request& request, int ceid, const RPTID_STRU& report) {
-    _SECS_ITEM* values = SecsCreateItemList(static_cast<int>(report.LINKVID.size()));
+Item_Owner report_values(BC_FA& fa, const Report_Request& request, int ceid, const RPTID_STRU& report) {
+    const auto variables = RVID_List.read();
+    Item_Owner values = Empty_List(report.LINKVID.size());
     for (const int rvid : report.LINKVID) {
-        _SECS_ITEM* value = value_of(fa, request, ceid, report.RPTID, rvid);
+        Item_Owner value = value_of(fa, request, *variables, ceid, report.RPTID, rvid);
         if (value == nullptr) continue;
-        if (!request.annotated) {
-            SecsListItemAppend(values, value);
-            continue;
-        }
-        _SECS_ITEM* pair = SecsCreateItemList(2);
-        SecsListItemAppend(pair, u4(rvid));
-        SecsListItemAppend(pair, value);
-        SecsListItemAppend(values, pair);
+        if (request.annotated) value = List_Item{U4_Item(rvid), std::move(value)};
+        Append_Item(values, std::move(value));
     }
     return values;
 }
 
-_SECS_ITEM* individual_report(BC_FA& fa, const Report_Request& request, int rptid) {
+Item_Owner individual_report(BC_FA& fa, const Report_Request& request, int rptid) {
     const auto report = RPTID_List.find(rptid);
     if (report != nullptr) return report_values(fa, request, 0, *report);
     OnlineLog(request.unknown, rptid, request.name, __LINE__);
-    return SecsCreateItemList(0);
+    return Empty_List();
 }
 
 /// One L[2] <U4 RPTID> L[m] of an event.
-_SECS_ITEM* linked_report(BC_FA& fa, const Report_Request& request, int ceid, int rptid) {
+Item_Owner linked_report(BC_FA& fa, const Report_Request& request, int ceid, int rptid) {
     const auto report = RPTID_List.find(rptid);
     if (report == nullptr)
         OnlineLog("<CEID:%d> RPTID:%d 未识别. [代码行:%s:%d]", ceid, rptid, request.name, __LINE__);
-    _SECS_ITEM* entry = SecsCreateItemList(2);
-    SecsListItemAppend(entry, u4(rptid));
-    SecsListItemAppend(entry,
-                       report != nullptr ? report_values(fa, request, ceid, *report) : SecsCreateItemList(0));
-    return entry;
+    return List_Item{U4_Item(rptid),
+                     report != nullptr ? report_values(fa, request, ceid, *report) : Empty_List()};
 }
 
 /// A host that asks gets a disabled event's reports too; the enable flag is for what the equipment sends.
-_SECS_ITEM* event_report(BC_FA& fa, const Report_Request& request, int ceid) {
+Item_Owner event_report(BC_FA& fa, const Report_Request& request, int ceid) {
     const auto event = CEID_List.find(ceid);
-    _SECS_ITEM* reports = SecsCreateItemList(0);
+    Item_Owner reports = Empty_List();
     if (event == nullptr)
         OnlineLog(request.unknown, ceid, request.name, __LINE__);
     else
         for (const int rptid : event->LINKRPTID)
-            SecsListItemAppend(reports, linked_report(fa, request, ceid, rptid));
-    _SECS_ITEM* root = SecsCreateItemList(3);
-    SecsListItemAppend(root, u4(event != nullptr ? event->DATAID : 0));
-    SecsListItemAppend(root, u4(ceid));
-    SecsListItemAppend(root, reports);
-    return root;
+            Append_Item(reports, linked_report(fa, request, ceid, rptid));
+    return List_Item{U4_Item(event != nullptr ? event->DATAID : 0), U4_Item(ceid), std::move(reports)};
 }
 
 unsigned long reply_report(BC_FA& fa, const Report_Request& request, void* handle, const _SECS_ITEM& item,
@@ -201,8 +186,8 @@ unsigned long reply_report(BC_FA& fa, const Report_Request& request, void* handl
         OnlineLog(request.out_of_range, lowest_id, highest_id, request.name, __LINE__);
         return Format_Error;
     }
-    _SECS_ITEM* root = request.by_event ? event_report(fa, request, id) : individual_report(fa, request, id);
-    return answer(handle, static_cast<unsigned char>(request.function + 1), root, msgid);
+    Item_Owner root = request.by_event ? event_report(fa, request, id) : individual_report(fa, request, id);
+    return answer(handle, static_cast<unsigned char>(request.function + 1), std::move(root), msgid);
 }
 
 /// Whether a refusal for its format is logged.

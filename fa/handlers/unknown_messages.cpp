@@ -5,10 +5,6 @@
 
 namespace Talwen {
 
-namespace {
-constexpr unsigned long not_handled = static_cast<unsigned long>(-5L);
-}
-
 _SECS_ITEM* BC_FA::send_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
                                void* /*param*/) {
     return nullptr;
@@ -16,13 +12,13 @@ _SECS_ITEM* BC_FA::send_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsig
 
 unsigned long BC_FA::recv_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
                                  _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
-    return not_handled;
+    return Not_Handled;
 }
 
 // An unknown primary is met with silence, neither an abort nor an S9 message: the host's T3 tells it.
 unsigned long BC_FA::reply_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
                                   _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
-    return not_handled;
+    return Not_Handled;
 }
 
 // The host aborts: for stream 1 that takes the equipment off-line, without an event and without

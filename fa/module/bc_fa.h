@@ -84,14 +84,14 @@ class BC_FA : public QSequence {
     // Variable tables (fa/config/variable_tables.h).
     //
     // QFA_Add_...: records "id&point&iotype&max&min&dev&description", joined by "|"; the text is consumed; a
-    // record replaces an earlier one of its id; always true. The framework must not change a table while the
-    // link runs.
+    // record replaces an earlier one of its id; always true. Any thread, at any time: whoever is reading goes
+    // on with the table as it was.
     bool QFA_Add_SVID_List(char* text);
     bool QFA_Add_ECID_List(char* text);
     bool QFA_Add_RVID_List(char* text);
     bool QFA_Add_DVID_List(char* text);
-    /// Looks a record up; false, `*out` untouched, when there is none. The pointer is good until the table
-    /// changes.
+    /// Looks a record up; false, `*out` untouched, when there is none. The pointer is good until the same
+    /// thread looks up another record of the table.
     bool QFA_Get_SVID_Stru(int id, SVID_STRU** out);
     bool QFA_Get_ECID_Stru(int id, ECID_STRU** out);
     bool QFA_Get_RVID_Stru(int id, RVID_STRU** out);

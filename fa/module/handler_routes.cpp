@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "fa/secs/handler_results.h"
 #include "fa/secs/message_handlers.h"
 
 namespace Talwen {
@@ -106,7 +107,7 @@ _SECS_ITEM* Build_Message(QSequence& module, void* handle, unsigned char stream,
 unsigned long Handle_Message(QSequence& module, const Received_Message& m) {
     auto& fa = static_cast<BC_FA&>(module);
     // S9F0 is a listed pair without a handler: swallowed, not handed to the fallback.
-    if (m.stream == 9 && m.function == 0) return static_cast<unsigned long>(-5L);
+    if (m.stream == 9 && m.function == 0) return Not_Handled;
     if (const Message_Handler handler = Find_Handler(m.stream, m.function))
         return (fa.*handler)(m.handle, m.item, m.msgid);
     if (m.function == 0) return fa.recv_SxxF00(m.handle, m.stream, m.function, m.item, m.msgid);

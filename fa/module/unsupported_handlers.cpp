@@ -1,5 +1,6 @@
 // Bodies of the handlers that this version does not support, made from the list.
 #include "fa/module/bc_fa.h"
+#include "fa/secs/handler_results.h"
 #include "fa/secs/secs_driver.h"
 
 namespace Talwen {
@@ -20,7 +21,7 @@ void log_unsupported(const char* handler, unsigned long msgid) {
 #define FA_NONE_received(name)                                                               \
     unsigned long BC_FA::name(void* /*handle*/, _SECS_ITEM* /*item*/, unsigned long msgid) { \
         log_unsupported("Talwen::BC_FA::" #name, msgid);                                     \
-        return static_cast<unsigned long>(-5L);                                              \
+        return Not_Handled;                                                                  \
     }
 #define FA_NONE_recv(ss, ff) FA_NONE_received(recv_S##ss##F##ff)
 #define FA_NONE_reply(ss, ff) FA_NONE_received(reply_S##ss##F##ff)

@@ -7,6 +7,7 @@
 #include "fa/framework/qtime.h"
 #include "fa/secs/communication_state.h"
 #include "fa/secs/dispatch.h"
+#include "fa/secs/handler_results.h"
 #include "fa/secs/message_handlers.h"
 #include "fa/secs/module_state.h"
 #include "fa/secs/reply_wait.h"
@@ -19,10 +20,6 @@ namespace {
 
 std::atomic<std::uint16_t> Link_Device_Id{0};
 std::atomic<std::uint32_t> Link_Epoch{0};
-
-constexpr unsigned long not_handled = static_cast<unsigned long>(-5L);
-constexpr unsigned long failed = static_cast<unsigned long>(-7L);
-constexpr unsigned long other_device = 0xFFFFFFFFUL;
 
 bool passes_off_line(const Received_Message& message) {
     if (!message.is_primary()) return true;
@@ -39,7 +36,7 @@ void stay_in_off_line_filter(const QSequence& module, std::uint32_t epoch) {
 /// Gate, handler, and the wake-up of a sender that may be waiting for this message.
 unsigned long dispatch(QSequence& module, const Received_Message& m, std::uint32_t epoch,
                        bool reply_expected) {
-    unsigned long result = not_handled;
+    unsigned long result = Not_Handled;
     switch (Receive_Gate(module)) {
         case Gate::disabled: result = 1; break;
         case Gate::pass: result = Handle_Message(module, m); break;
@@ -77,20 +74,20 @@ unsigned long OnRecvMessageBuffer(void* handle, unsigned short device_id, unsign
                                   unsigned long length, bool reply_expected) {
     const Callback_Use use;
     QSequence* module = use.module();
-    if (module == nullptr) return not_handled;
+    if (module == nullptr) return Not_Handled;
 
     const std::uint32_t epoch = Link_Epoch;  // first of all: a close from here on is this connection's
     _SECS_ITEM item;
     SecsInitItem(&item);
     SecsItemLoadBuffer(&item, buffer, static_cast<int>(length));
     QFA_Message_Print_SML(handle, stream, function, &item, msgid, 0);
-    if (device_id != Link_Device_Id && stream != 9) return other_device;
+    if (device_id != Link_Device_Id && stream != 9) return Other_Device;
     try {
         return dispatch(*module, {handle, msgid, stream, function, &item}, epoch, reply_expected);
     } catch (const std::runtime_error& error) {
         QPrint_Red(module->Print_Tag, "%s , MsgID:%d , S%dF%d , 捕捉到异常:%s.", "OnRecvMessageBuffer",
                    static_cast<int>(msgid), stream, function, error.what());
-        return failed;
+        return Format_Error;
     }
 }
 

@@ -15,9 +15,9 @@ set(allowed
     "(CreateEventA|SetEvent|WaitForSingleObject|CloseHandle|InitializeCriticalSection|EnterCriticalSection|LeaveCriticalSection)\\("
     "(GetLocalTime|SetLocalTime|OpenProcessToken|GetCurrentProcess|LookupPrivilegeValueA|AdjustTokenPrivileges)\\("
     "std::" "operator (new|delete)" "__cxa_" "__gxx_personality" "_Unwind_" "vtable for (std|__cxxabiv1)" "typeinfo for (std|int)"
-    "__(once_call|libc_single_threaded|tls_get_addr|stack_chk_fail|dso_handle|once_proxy|cxxabiv1|gthrw|memcpy_chk|snprintf_chk|printf_chk|isoc.*strto|errno_location)"
+    "__(once_call|libc_single_threaded|tls_get_addr|stack_chk_fail|dso_handle|once_proxy|cxxabiv1|gthrw|memcpy_chk|v?snprintf_chk|printf_chk|isoc.*strto|errno_location)"
     "_GLOBAL_OFFSET_TABLE_" "pthread_"
-    " (mem(cpy|move|set|cmp|chr)|bcmp|str(len|cmp|ncmp|chr|cspn|spn|tol|tod|toll|toul)|snprintf|fprintf|fputs|fwrite|fputc|fflush|ferror|atoi|atof|abort|floor)$")
+    " (mem(cpy|move|set|cmp|chr)|bcmp|str(len|cmp|ncmp|chr|cspn|spn|tol|tod)|v?snprintf|fwrite|abort|floor)$")
 
 set(unexpected "")
 string(REPLACE "\n" ";" lines "${undefined}")

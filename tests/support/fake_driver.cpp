@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <stdexcept>
 
 #include "fa/secs/dispatch.h"
 #include "hsms/core/item_codec.h"
@@ -25,6 +26,7 @@ struct Recorded {
     unsigned long next_id = 101;
     std::size_t replies_from = 0;
     bool create_succeeds = true;
+    bool log_throws = false;
 };
 
 struct State : Recorded {
@@ -131,6 +133,10 @@ void Driver::let_create_succeed(bool succeed) {
     set(&Recorded::create_succeeds, succeed);
 }
 
+void Driver::let_log_throw() {
+    set(&Recorded::log_throws, true);
+}
+
 void Driver::on_send(std::function<void(const Sent&)> callback) {
     set(&Recorded::on_send, std::move(callback));
 }
@@ -214,6 +220,7 @@ unsigned long SecsReplyMessageItem(void* /*handle*/, unsigned char stream, unsig
 
 void OnlineLog(std::string& text) {
     const std::lock_guard lock(state().mutex);
+    if (state().log_throws && !is_message_dump(text)) throw std::runtime_error("log");
     state().log.push_back(text);
 }
 

@@ -40,6 +40,8 @@ class Driver {
 
     /// What SecsCreate gives from now on: false for null.
     void let_create_succeed(bool succeed);
+    /// The driver's log throws a std::runtime_error from now on.
+    void let_log_throw();
     /// Called inside SecsSendMessageItem, on the sending thread, with the id that is about to be returned.
     void on_send(std::function<void(const Sent&)> callback);
 

@@ -99,6 +99,20 @@ inline std::string alarms(const std::string& list) {
     return toml;
 }
 
+/// IO points of a machine file: "kind name value unit" with commas between; the unit may be left out.
+inline std::string points(const std::string& list) {
+    std::string toml;
+    std::istringstream all(list);
+    for (std::string one; std::getline(all, one, ',');) {
+        std::istringstream words(one);
+        std::string kind, name, value, unit;
+        words >> kind >> name >> value >> unit;
+        toml += "[[" + kind + "]]\nname='" + name + "'\nvalue=" + value +
+                (unit.empty() ? "\n" : "\nunit='" + unit + "'\n");
+    }
+    return toml;
+}
+
 /// The pairs enabled for spooling, "5,1 6,11".
 inline std::string spooled() {
     std::string text;
@@ -179,12 +193,13 @@ class ModuleFixture : public ::testing::Test {
 
     /// Puts records into a table of variables: "id type point format min max name", with commas between; what
     /// is left out is 0 or empty, the unit is "u" and the id.
-    template <class Table>
-    static void define(Table& table, const std::string& records) {
+    template <class Record>
+    static void define(Talwen::Variable_Table<Record>& table, const std::string& records) {
+        std::vector<Record> defined;
         std::istringstream all(records);
         for (std::string one; std::getline(all, one, ',');) {
             std::istringstream words(one);
-            Talwen::VARIABLE_STRU record;
+            Record record;
             int type = 0;
             int format = 0;
             words >> record.id >> type >> record.point >> format >> record.min >> record.max >>
@@ -192,8 +207,9 @@ class ModuleFixture : public ::testing::Test {
             record.io_type = static_cast<Talwen::IO_TYPE>(type);
             record.format = static_cast<unsigned char>(format);
             record.unit = "u" + std::to_string(record.id);
-            static_cast<Talwen::VARIABLE_STRU&>(table[record.id]) = record;
+            defined.push_back(record);
         }
+        table.put(defined);
     }
 
     /// What the host's message comes to: the reply, or "=" and the result when there is none, "none" for a

@@ -51,15 +51,17 @@ class OneLot {
     Record run(int slots) {
         const std::string port = "PORTID <U1 1>", carrier = "CarrierID <A 'FOUP01'>";
         std::string lot_info = "LotInfo <L";
-        for (int slot = 1; slot <= 25; ++slot)
+        std::string slot_map = "SlotMap <U1";
+        for (int slot = 1; slot <= 25; ++slot) {
             lot_info += " <L <A 'LOT7'> <A 'LOT7-" + std::to_string(slot) + "'>>";
+            slot_map += " 1";
+        }
         await(lots::on_line_remote);  // what the tool tells before is refused
         EXPECT_EQ(equipment_.command("carrier arrive 1 FOUP01"), "= ok");
         await(lots::carrier_docked);
         give(command("ProceedWithCarrierID", {port, carrier}));
         await(lots::slot_map_read);
-        give(command("ProceedWithSlotMap", {port, "WaferCount <U1 25>", lot_info + ">",
-                                            "SlotMap <A '" + std::string(25, '1') + "'>"}));
+        give(command("ProceedWithSlotMap", {port, "WaferCount <U1 25>", lot_info + ">", slot_map + ">"}));
         await(lots::slot_map_verified);
         give(command("StartProcess", {port, "JOBID <A 'JOB7'>", carrier, "RECIPE <A 'LOT-OXIDE-STD'>",
                                       "StartSlot <U1 1>", "EndSlot <U1 " + std::to_string(slots) + ">"}));

@@ -35,6 +35,7 @@ TEST_F(Alarm_Table_Test, TakesTheFrameworksListAnewOnlyForAnotherNumberOfAlarms)
     EXPECT_TRUE(module->QFA_Set_ALID_Enable(2, false));
     EXPECT_EQ(load("7 3,8 3"), "1 3 0 on; 2 4 1 off; ");
     EXPECT_EQ(load("1 1,2 2,3 3"), "1 3 0 on; 2 4 1 on; 3 5 2 on; ");
+    EXPECT_EQ(load("7 1,9 3,7 2,9 2"), "7 3 0 on; 9 5 1 on; ") << "the first of a number";
 }
 
 TEST_F(Alarm_Table_Test, EnablesOneAlarmOrAllByNumberFromZero) {

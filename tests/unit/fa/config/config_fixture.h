@@ -16,6 +16,21 @@ using fake::with;
 inline constexpr char primary[] = "Z/FA/";
 inline constexpr char fallback[] = "J/Talwen/Config/FA/";
 
+/// "text:width text:width" as a line of columns so wide; "+" is a blank, "~" begins a further row.
+inline std::string columns(const std::string& fields, const std::string& between = "\n") {
+    std::string line;
+    std::istringstream words(fields);
+    for (std::string word; words >> word;) {
+        const std::size_t colon = word.rfind(':');
+        if (colon == std::string::npos)
+            line += between;
+        else
+            line += std::regex_replace(word.substr(0, colon), std::regex("\\+"), " ") +
+                    std::string(std::stoul(word.substr(colon + 1)) - colon, ' ');
+    }
+    return line + "\n";
+}
+
 class Config_Test : public fake::ModuleFixture {
   protected:
     void SetUp() override {

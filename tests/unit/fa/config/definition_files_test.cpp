@@ -88,44 +88,34 @@ TEST_F(Definition_Files_Test, TakesWhatIsGoodAndNamesWhatIsNot) {
     }
 }
 
+// List, what is loaded first, the titles and the fields written, each with its width ("+" is a blank, "~"
+// begins a row), and what the count says.
+const char* const layouts = R"(
+RPTID | 3 10 5,6 "a b"/4 11 | DATAID:11 RPTID:11 LINKVID:51 DESCRIPTION:128
+  | 3:11 10:11 5,6:51 "a+b":128 ~ 4:11 11:11 -:51 "":128 | RPTID 数量: 2
+CEID | 3 10 10,20 Up "a b" | DATAID:11 CEID:11 LINKRPTID:51 EVENTNAME:33 DESCRIPTION:128
+  | 3:11 10:11 10,20:51 Up:33 ":1 a+b:128 ":1 | CEID 数量:1
+TRID | 3 000130 8 2 - "a b" | TRID:11 DSPER:11 TOTSMP:11 REPGSZ:11 LINKSVID:61 DESCRIPTION:128
+  | 3:11 000130:11 8:11 2:11 -:61 ":1 a+b:128 ":1 | TRID 数量: 1
+TMSG | 4 "a b" | TID:11 TMESSAGE:128 | 4:11 ":1 a+b:128 ":1 | TMSG 数量: 1
+)";
+
 TEST_F(Definition_Files_Test, WritesAFixedLayoutThatLoadsBack) {
-    // Loaded first; the titles and the fields written, each with its width, "/" between rows; what the count
-    // says.
-    const char* const layouts[][4] = {
-        {"3 10 5,6 \"a b\"\n4 11", "DATAID:11 RPTID:11 LINKVID:51 DESCRIPTION:128",
-         "3:11 10:11 5,6:51 \"a_b\":128 / 4:11 11:11 -:51 \"\":128", "RPTID 数量: 2"},
-        {"3 10 10,20 Up \"a b\"", "DATAID:11 CEID:11 LINKRPTID:51 EVENTNAME:33 DESCRIPTION:128",
-         "3:11 10:11 10,20:51 Up:33 \":1 a_b:128 \":1", "CEID 数量:1"},
-        {"3 000130 8 2 - \"a b\"", "TRID:11 DSPER:11 TOTSMP:11 REPGSZ:11 LINKSVID:61 DESCRIPTION:128",
-         "3:11 000130:11 8:11 2:11 -:61 \":1 a_b:128 \":1", "TRID 数量: 1"},
-        {"4 \"a b\"", "TID:11 TMESSAGE:128", "4:11 \":1 a_b:128 \":1", "TMSG 数量: 1"}};
-    const auto padded = [](const std::string& fields) {
-        std::string line;
-        std::istringstream words(fields);
-        for (std::string word; words >> word;) {
-            if (word == "/") line += "\n ";
-            if (word == "/") continue;
-            std::string text = word.substr(0, word.rfind(':'));
-            std::ranges::replace(text, '_', ' ');
-            line += text + std::string(std::stoul(word.substr(word.rfind(':') + 1)) - text.size(), ' ');
-        }
-        return line + "\n";
-    };
     const std::string dashes = '#' + std::string(113, '-') + '\n';
-    for (const Definitions& kind : kinds) {
-        SCOPED_TRACE(kind.list);
-        const auto& [bytes, titles, fields, count] = layouts[&kind - kinds];
-        const std::string file = std::string(kind.list) + ".cfg";
+    for (const Texts& row : fake::rows(layouts, 5)) {
+        SCOPED_TRACE(row[0]);
+        const Definitions& kind = *std::ranges::find(kinds, row[0], &Definitions::list);
+        const std::string file = row[0] + ".cfg";
         begin(kind);
-        write(primary + file, bytes);
+        write(primary + file, std::regex_replace(row[1], std::regex("/"), "\n"));
         ASSERT_TRUE(load(kind) && save(kind));
         const std::string written = read(primary + file);
-        EXPECT_EQ(written, dashes + "#" + padded(titles) + dashes + " " + padded(fields));
+        EXPECT_EQ(written, dashes + "#" + columns(row[2]) + dashes + " " + columns(row[3], "\n "));
         begin(kind);
         printed();
         set_states("PrnChk=1");
         EXPECT_TRUE(load(kind));
-        EXPECT_EQ(printed().back(), "g Z:\\FA\\" + file + " 获取 " + count);
+        EXPECT_EQ(printed().back(), "g Z:\\FA\\" + file + " 获取 " + row[4]);
         ASSERT_TRUE(save(kind));
         EXPECT_EQ(read(primary + file), written);
         block(primary + file);
@@ -136,13 +126,16 @@ TEST_F(Definition_Files_Test, WritesAFixedLayoutThatLoadsBack) {
 
 TEST_F(Definition_Files_Test, AReportOfManyVariablesIsWrittenInLinesThatLoad) {
     Talwen::RPTID_STRU report{1, 10, "many", {}};
+    std::vector<Talwen::RVID_STRU> variables(1000);
     for (int id = 100001; id <= 101000; ++id) {
         report.LINKVID.push_back(id);
-        Talwen::RVID_List[id].id = id;
+        variables[static_cast<std::size_t>(id - 100001)].id = id;
     }
+    Talwen::RVID_List.put(variables);
     module->QFA_Add_RPTID_List(report);
-    module->QFA_Add_RPTID_List({1, 20, "next", {100001}});
-    const std::string before = listed("RPTID");
+    module->QFA_Add_RPTID_List({1, 20, std::string(900, 'd'), report.LINKVID});
+    module->QFA_Add_RPTID_List({-2147483647, -2147483647, std::string(945, 'd') + "{cut}", {100001}});
+    const std::string before = with(listed("RPTID"), "cut", "");
     ASSERT_TRUE(module->FILE_SAVE_ALL_RPTID());
     Talwen::RPTID_List.clear();
     EXPECT_TRUE(module->FILE_GET_ALL_RPTID());

@@ -31,52 +31,38 @@ constexpr bool (BC_FA::*operations[])() = {
     &BC_FA::FILE_GET_ALL_ECID, &BC_FA::FILE_GET_ALL_RPTID, &BC_FA::FILE_GET_ALL_CEID,
     &BC_FA::FILE_GET_ALL_TRID, &BC_FA::FILE_GET_ALL_TMSG,  &BC_FA::FILE_GET_ALL_SPOOLING};
 
-struct Loader_Case {
-    std::string file, line, other_line, loaded, other_loaded, open_failed, too_long, refused, refused_text;
-    bool (BC_FA::*load)();
-    std::size_t longest;  ///< bytes of a line
-
-    friend void PrintTo(const Loader_Case& c, std::ostream* out) { *out << c.file; }
-};
-
-std::vector<Loader_Case> loader_cases() {
-    std::vector<Loader_Case> cases;
-    for (Texts r : fake::rows(loaders, 9)) {
-        const std::string name = r[0].substr(0, r[0].find('.'));
-        const std::string function = name == "FA_SAVE" ? "SYSTEM_SETUP" : "GET_ALL_" + name;
-        for (int line : {3, 4}) {
-            std::string& text = r[line == 3 ? 6 : 8];
-            text = "r " + with(text, "at",
-                               "[文件行:Z:\\FA\\" + r[0] + ":" + std::to_string(line) + "][代码行:FILE_" +
-                                   function + ":#]");
-        }
-        cases.push_back({r[0], r[1], r[2], r[3], r[4], r[5], r[6], r[7], r[8], operations[cases.size()],
-                         name == "SPOOLING" ? 1022U : 1023U});
-    }
-    return cases;
-}
-
 template <class Table>
 std::string names_of(const Table& table) {
     std::string names;
-    for (const auto& [id, record] : table) names += std::to_string(id) + '=' + record.sv_name;
+    for (const auto& [id, record] : *table.read()) names += std::to_string(id) + '=' + record->sv_name;
     return names;
 }
 
-class Loader_Test : public Config_Test, public testing::WithParamInterface<Loader_Case> {
+class Loader_Test : public Config_Test, public testing::WithParamInterface<std::size_t> {
   protected:
-    const Loader_Case& c = GetParam();
-    std::string primary_file = primary + c.file;
-    std::string fallback_file = fallback + c.file;
-    bool load() { return (module.get()->*c.load)(); }
+    const Texts row = fake::rows(loaders, 9)[GetParam()];
+    const std::string &file = row[0], &line = row[1], &other_line = row[2], &loaded = row[3],
+                      &other_loaded = row[4], &refused = row[7];
+    const std::string name = file.substr(0, file.find('.'));
+    const std::string primary_file = primary + file, fallback_file = fallback + file;
+    const std::size_t longest = name == "SPOOLING" ? 1022 : 1023;  // bytes of a line
+
+    bool load() { return (module.get()->*operations[GetParam()])(); }
+    /// A message about that line of the file.
+    std::string about(const std::string& text, int number) const {
+        const std::string function = name == "FA_SAVE" ? "SYSTEM_SETUP" : "GET_ALL_" + name;
+        return "r " + with(text, "at",
+                           "[文件行:Z:\\FA\\" + file + ":" + std::to_string(number) + "][代码行:FILE_" +
+                               function + ":#]");
+    }
     std::string state() const {
-        if (c.file == "FA_SAVE.inf") return fa("T3") == 0 ? "" : sim::machine().fa("T3");
+        if (name == "FA_SAVE") return fa("T3") == 0 ? "" : sim::machine().fa("T3");
         return names_of(Talwen::SVID_List) + names_of(Talwen::RVID_List) + names_of(Talwen::ECID_List) +
-               listed(c.file.substr(0, c.file.find('.')));
+               listed(name);
     }
     /// What is printed for the line that loads, then `more`.
     Texts said(const Texts& more = {}) const {
-        Texts all = c.file == "SPOOLING.inf" ? Texts{"g S5,F1\tGET SPOOLING"} : Texts{};
+        Texts all = name == "SPOOLING" ? Texts{"g S5,F1\tGET SPOOLING"} : Texts{};
         all.insert(all.end(), more.begin(), more.end());
         return all;
     }
@@ -85,30 +71,30 @@ class Loader_Test : public Config_Test, public testing::WithParamInterface<Loade
 }  // namespace
 
 TEST_P(Loader_Test, ReadsThePrimaryFileElseTheFallback) {
-    EXPECT_EQ(load(), c.file == "SPOOLING.inf");
+    EXPECT_EQ(load(), name == "SPOOLING");
     EXPECT_EQ(state(), "");
-    EXPECT_EQ(printed(), Texts{"r [J:\\Talwen\\Config\\FA\\" + c.file + "] " + c.open_failed});
-    write(fallback_file, c.other_line + "\n");
+    EXPECT_EQ(printed(), Texts{"r [J:\\Talwen\\Config\\FA\\" + file + "] " + row[5]});
+    write(fallback_file, other_line + "\n");
     EXPECT_TRUE(load());
-    EXPECT_EQ(state(), c.other_loaded);
+    EXPECT_EQ(state(), other_loaded);
     forget_tables();
     printed();
-    write(primary_file, c.line + "\n");
+    write(primary_file, line + "\n");
     EXPECT_TRUE(load());
-    EXPECT_EQ(state(), c.loaded);
+    EXPECT_EQ(state(), loaded);
     EXPECT_EQ(printed(), said());
 }
 
 TEST_P(Loader_Test, LoadsWhatIsThereHoweverItsLinesEnd) {
-    const std::string full = c.line + std::string(c.longest - c.line.size(), ' ');
+    const std::string full = line + std::string(longest - line.size(), ' ');
     const std::pair<std::string, bool> table[] = {
         {"", false},
         {"\n\r\n  \t \n# a comment\n#" + std::string(3000, '-'), false},
-        {c.line, true},  // no line end at all
-        {c.line + "\r\n", true},
-        {" \t" + c.line + " \t\r\n", true},
-        {"#x\n\n" + c.line + "\n\n#y", true},
-        {"#" + std::string(3000, '-') + "\n" + c.line + "\n", true},  // a comment may be of any length
+        {line, true},  // no line end at all
+        {line + "\r\n", true},
+        {" \t" + line + " \t\r\n", true},
+        {"#x\n\n" + line + "\n\n#y", true},
+        {"#" + std::string(3000, '-') + "\n" + line + "\n", true},  // a comment may be of any length
         {full + "\n", true},
         {full + "\r\n", true},  // not counting its end
     };
@@ -118,35 +104,34 @@ TEST_P(Loader_Test, LoadsWhatIsThereHoweverItsLinesEnd) {
         sim::machine().set_fa("T3", 0);
         write(primary_file, bytes);
         EXPECT_TRUE(load());
-        EXPECT_EQ(state(), loads ? c.loaded : "");
+        EXPECT_EQ(state(), loads ? loaded : "");
         EXPECT_EQ(printed(), loads ? said() : Texts{});
         EXPECT_TRUE(sim::open_files().empty());
     }
 }
 
 TEST_P(Loader_Test, EndsAtALineThatIsTooLongOrUnknown) {
-    const std::string good = "# head\n" + c.line + "\n";
-    for (const std::size_t length :
-         {c.longest + 1, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}}) {
+    const std::string good = "# head\n" + line + "\n";
+    for (const std::size_t length : {longest + 1, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}}) {
         SCOPED_TRACE(length);
         forget_tables();
         write(primary_file,
-              good + c.other_line + std::string(length - c.other_line.size(), ' ') + "\n" + c.other_line);
+              good + other_line + std::string(length - other_line.size(), ' ') + "\n" + other_line);
         EXPECT_FALSE(load());
-        EXPECT_EQ(state(), c.loaded);
-        EXPECT_EQ(printed(), said({c.too_long}));
+        EXPECT_EQ(state(), loaded);
+        EXPECT_EQ(printed(), said({about(row[6], 3)}));
         EXPECT_TRUE(sim::open_files().empty());
     }
-    if (c.refused.empty()) return;
+    if (refused.empty()) return;
     forget_tables();
-    write(primary_file, good + "#\n" + c.refused + "\n" + c.other_line + "\n");
+    write(primary_file, good + "#\n" + refused + "\n" + other_line + "\n");
     EXPECT_FALSE(load());
-    EXPECT_EQ(state(), c.loaded);
-    EXPECT_EQ(printed(), Texts{c.refused_text});
-    EXPECT_EQ(sim::open_files(), Texts{"Z:\\FA\\" + c.file}) << "the file stays open";
+    EXPECT_EQ(state(), loaded);
+    EXPECT_EQ(printed(), Texts{about(row[8], 4)});
+    EXPECT_EQ(sim::open_files(), Texts{"Z:\\FA\\" + file}) << "the file stays open";
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Loader_Test, testing::ValuesIn(loader_cases()),
-                         [](const auto& test) { return test.param.file.substr(0, 4); });
+INSTANTIATE_TEST_SUITE_P(Files, Loader_Test, testing::Range(std::size_t{0}, std::size(operations)),
+                         [](const auto& test) { return fake::rows(loaders, 9)[test.param][0].substr(0, 4); });
 
 }  // namespace fa_test

@@ -89,39 +89,34 @@ TEST_F(Saved_Constants_Test, RestoresTheFirstGoodFile) {
 TEST_F(Saved_Constants_Test, LooksInFourPlaces) {
     std::string logged;
     sim::set_system_log_sink([&](Talwen::LOG_TYPE type, std::string_view text) {
-        logged += std::to_string(type) + ' ' + std::string(text) + '\n';
+        logged += std::to_string(type) + ' ' + std::string(text) + ';';
     });
-    const std::string elsewhere = "J:\\Talwen\\Config\\FA\\ECID_SAVE";
-    const std::string no_first =
-        "r [" + elsewhere + ".inf]文件打开失败.转[" + elsewhere + ".inf2].[代码行:FILE_READ_ECID_SAVE:#]/";
-    const std::string no_second = "r [" + elsewhere + "2.inf]文件打开失败.[代码行:FILE_READ_ECID_SAVE:#]/";
-    const std::string log_first = "0 Z:\\FA\\ECID_SAVE.inf 文件不存在，转向" + elsewhere + ".inf\n";
-    const std::string log_both =
-        log_first + "0 Z:\\FA\\ECID_SAVE2.inf 文件不存在，转向" + elsewhere + "2.inf\n";
-    const std::string restored = "b [0002:0003][D] Door - 1/";
-    const struct {
-        const char* present;
-        bool simulation;
-        bool result;
-        std::string said;
-        std::string logged;
-    } table[] = {
-        {backup, false, true, no_first + restored, log_first},
-        {"J/Talwen/Config/FA/ECID_SAVE.inf", false, true, restored, log_both},
-        {"J/Talwen/Config/FA/ECID_SAVE2.inf", false, true, no_first + restored, log_both},
-        {"nowhere", false, false, no_first + no_second, log_both},
-        {"nowhere", true, true, no_first + no_second, log_both},
+    // The file that is there, simulation or real, the result, what is said, the log; J stands for the folder
+    // elsewhere.
+    std::string table = R"(
+Z/FA/ECID_SAVE2.inf | real | good | {1}{restored} | {log}
+{J}/ECID_SAVE.inf | real | good | {restored} | {logs}
+{J}/ECID_SAVE2.inf | real | good | {1}{restored} | {logs}
+nowhere | real | bad | {1}{2} | {logs}
+nowhere | simulation | good | {1}{2} | {logs}
+)";
+    const std::string path = "J:\\Talwen\\Config\\FA\\ECID_SAVE", at = "[代码行:FILE_READ_ECID_SAVE:#]/";
+    const auto log = [&](const std::string& name) {
+        return "0 Z:\\FA\\ECID_SAVE" + name + " 文件不存在，转向" + path + name + ";";
     };
-    for (const auto& row : table) {
-        SCOPED_TRACE(row.present);
+    table = with(with(table, "logs", "{log}" + log("2.inf")), "log", log(".inf"));
+    table = with(table, "1", "r [" + path + ".inf]文件打开失败.转[" + path + ".inf2]." + at);
+    table = with(with(table, "2", "r [" + path + "2.inf]文件打开失败." + at), "J", "J/Talwen/Config/FA");
+    for (const Texts& row : fake::rows(with(table, "restored", "b [0002:0003][D] Door - 1/"), 5)) {
+        SCOPED_TRACE(row[0]);
         for (const char* drive : {"Z", "J"}) std::filesystem::remove_all(folder.path() / drive);
-        write(row.present, "$D Door 1\n");
-        sim::machine().load_text("[tool]\nsimulation = " + std::string(row.simulation ? "true" : "false") +
+        write(row[0], "$D Door 1\n");
+        sim::machine().load_text("[tool]\nsimulation = " + std::string(row[1] == "real" ? "false" : "true") +
                                  "\n[[digital]]\nname = \"Door\"\n");
         logged.clear();
-        EXPECT_EQ(load(), row.result);
-        EXPECT_EQ(said(), row.said);
-        EXPECT_EQ(logged, row.logged);
+        EXPECT_EQ(load(), row[2] == "good");
+        EXPECT_EQ(said(), row[3]);
+        EXPECT_EQ(logged, row[4]);
     }
     sim::set_system_log_sink(nullptr);
 }
@@ -138,20 +133,19 @@ TEST_F(Saved_Constants_Test, AFileThatCannotBeReadGivesWayToTheBackup) {
 }
 
 TEST_F(Saved_Constants_Test, ThrowsForAGapInTheNumbersAndForAValueThatIsNoNumber) {
-    const char* const table[][3] = {
-        {"1&0&0&&&&|2&0&1&&&&|3&0&2&&&&", "$D Door 1", "invalid map<K, T> key"},
-        {"0&0&0&&&&|2&0&1&&&&", "$A Temp 1", "invalid map<K, T> key"},
-        {"0&0&0&&&&|2&0&1&&&&", "$D Door 1", ""},  // found before the gap
-        {"0&0&0&&&&|2&0&1&&&&", "$B Temp 1", ""},  // not looked for
-        {"0&-1&0&&&&", "$D", ""},                  // not bound
-        {"0&0&0&&&&", "$D Door x", "stoi"},
-        {"0&0&0&&&&", "$D Door 2147483648", "stoi"},
-        {"0&0&1&&&&", "$A Temp", "stod"},
-        {"0&0&1&&&&", "$A Nowhere x", ""},
-    };
-    for (const auto& [records, line, expected] : table) {
-        constants(records);
-        write(file, line);
+    // Constants, the line, what is thrown: found before the gap, not looked for, not bound.
+    for (const Texts& row : fake::rows(R"(
+1&0&0&&&&!2&0&1&&&&!3&0&2&&&& | $D Door 1 | invalid map<K, T> key
+0&0&0&&&&!2&0&1&&&& | $A Temp 1 | invalid map<K, T> key
+0&0&0&&&&!2&0&1&&&& | $D Door 1 / $B Temp 1 |
+0&-1&0&&&& | $D |
+0&0&0&&&& | $D Door x / $D Door 2147483648 | stoi
+0&0&1&&&& | $A Temp | stod
+0&0&1&&&& | $A Nowhere x |
+)",
+                                       3)) {
+        constants(std::regex_replace(row[0], std::regex("!"), "|"));
+        write(file, row[1]);
         write(backup, "");
         std::string what;
         try {
@@ -159,7 +153,7 @@ TEST_F(Saved_Constants_Test, ThrowsForAGapInTheNumbersAndForAValueThatIsNoNumber
         } catch (const std::logic_error& error) {  // out_of_range and invalid_argument
             what = error.what();
         }
-        EXPECT_EQ(what, expected) << records << line;
+        EXPECT_EQ(what, row[2]) << row[0] << row[1];
         EXPECT_TRUE(sim::open_files().empty());
     }
 }

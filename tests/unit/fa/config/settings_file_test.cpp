@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 
 #include "config_fixture.h"
@@ -41,13 +42,7 @@ LOCAL_IP 10.0.0.1 | fa:Local_IP=10.0.0.1 | old | y 获取 LOCAL_IP:10.0.0.1
 LOCAL_PORT 5001 | fa:Local_Port=5001 | old | y 获取 LOCAL_PORT:5001
 REMOTE_IP h{bytes} | fa:Remote_IP=h{bytes} | old | y 获取 REMOTE_IP:h{bytes}
 REMOTE_PORT 5002 | fa:Remote_Port=5002 | old | y 获取 REMOTE_PORT:5002
-T0 60; T0_PRM 60 | fa:T0=60 T0_Prm=60
-T3 45; T3_PRM 45s | fa:T3=45 T3_Prm=45
-T5 10; T5_PRM 10 | fa:T5=10 T5_Prm=10
-T6 5; T6_PRM 5 | fa:T6=5 T6_Prm=5
-T7 11; T7_PRM 11 | fa:T7=11 T7_Prm=11
-T8 6; T8_PRM 6 | fa:T8=6 T8_Prm=6
-T3 x; T3 | fa:T3=0 T3_Prm=0
+{times}T3 x; T3 | fa:T3=0 T3_Prm=0
 T3 99999999999 | fa:T3=2147483647 T3_Prm=2147483647
 T3 -99999999999999999999 | fa:T3=-2147483648 T3_Prm=-2147483648
 DEVICE_ID 32767 | fa:Device_ID=32767 Device_ID=32767
@@ -57,7 +52,7 @@ COMM_METHOD SECS1; COMM_METHOD 1; COMM_METHOD | Comm_Method=0
 CONN_MODE PASSIVE; CONN_MODE 0 | fa:ConnMD=0 Comm_Try=0
 CONN_MODE ACTIVE; CONN_MODE 1; CONN_MODE 2; CONN_MODE PASSIVES | fa:ConnMD=1 Comm_Try=1
 CTRL_MODE OFFLINE; CTRL_MODE 0; COMM_CTRL OFFLINE | fa:CtrlMD=0 Init_ControlState=0
-CTRL_MODE LOCAL; CTRL_MODE 1; CTRL_MODE 7 | fa:CtrlMD=1 Init_ControlState=1
+CTRL_MODE LOCAL; CTRL_MODE 1; CTRL_MODE 3 | fa:CtrlMD=1 Init_ControlState=1
 CTRL_MODE REMOTE; CTRL_MODE 2; COMM_CTRL REMOTE | fa:CtrlMD=2 Init_ControlState=2
 LINK_TEST DISABLE; LINK_TEST 0 | fa:LinkTest=0 LinkTest_Enable=0
 LINK_TEST ENABLE; LINK_TEST 1; LINK_TEST 2 | fa:LinkTest=1 LinkTest_Enable=1
@@ -72,7 +67,11 @@ COMM_TRY 2 | fa:ConnMD=1 Comm_Try=1 fa:CtrlMD=2 Init_ControlState=2
 }  // namespace
 
 TEST_F(Settings_File_Test, SetsWhatEachKeySaysAndNothingElse) {
-    for (const Texts& row : fake::rows(with(keys, "bytes", "\xFF\x80"), 4)) {
+    std::string times;
+    for (const char n : std::string("035678"))
+        times += std::regex_replace("T# 4#; T#_PRM 4#s | fa:T#=4# T#_Prm=4#\n", std::regex("#"),
+                                    std::string(1, n));
+    for (const Texts& row : fake::rows(with(with(keys, "times", times), "bytes", "\xFF\x80"), 4)) {
         std::istringstream lines(row[0]);
         for (std::string line; std::getline(lines >> std::ws, line, ';');)
             for (const bool flag : {false, true}) {
@@ -106,65 +105,71 @@ TEST_F(Settings_File_Test, RefusesKeysThatAreNearly) {
     }
 }
 
+// Every number is its key's place in the file; Comm_Enable is written from here, read into Init_CommState.
+const char* const older = R"(
+LOCAL_IP LOCAL_PORT REMOTE_IP REMOTE_PORT T0 T3 T5 T6 T7 T8 DEVICE_ID
+CONN_MODE=ACTIVE COMM_CTRL=REMOTE LINK_TEST=ENABLE COMM_ENABLE=ENABLE)";
+const char* const newer = R"(
+COMM_IP COMM_PORT T0_PRM T3_PRM T5_PRM T6_PRM T7_PRM T8_PRM DEVICE_ID
+COMM_TRY=ACTIVE COMM_CTRL=OFFLINE LINK_TEST=ENABLE COMM_ENABLE=ENABLE COMM_METHOD=HSMS)";
+
 TEST_F(Settings_File_Test, WritesBothLayoutsAndReadsThemBack) {
-    // The value "=" is the key's place in its file; Comm_Enable is written from here, read into
-    // Init_CommState.
-    const std::pair<const char*, const char*> layouts[] = {
-        {"LOCAL_IP LOCAL_PORT REMOTE_IP REMOTE_PORT T0 T3 T5 T6 T7 T8 DEVICE_ID",
-         "CONN_MODE     ACTIVE\nCOMM_CTRL     REMOTE\nLINK_TEST     ENABLE\nCOMM_ENABLE   ENABLE\n"},
-        {"COMM_IP COMM_PORT T0_PRM T3_PRM T5_PRM T6_PRM T7_PRM T8_PRM DEVICE_ID",
-         "COMM_TRY      ACTIVE\nCOMM_CTRL     OFFLINE\nLINK_TEST     ENABLE\nCOMM_ENABLE   ENABLE\n"
-         "COMM_METHOD   HSMS\n"}};
-    for (const auto& [keys_of_numbers, rest] : layouts) {
-        const bool newer = keys_of_numbers[0] == 'C';
+    for (const char* layout : {older, newer}) {
         std::string file;
-        std::istringstream words(keys_of_numbers);
+        std::istringstream words(layout);
         int value = 100;
-        for (std::string key; words >> key;)
-            file += key + std::string(14 - key.size(), ' ') + std::to_string(value++) + "\n";
-        file += rest;
+        for (std::string key; words >> key; ++value) {
+            const std::size_t equals = std::min(key.find('='), key.size());
+            const std::string text = equals < key.size() ? key.substr(equals + 1) : std::to_string(value);
+            file += key.substr(0, equals) + std::string(14 - equals, ' ') + text + "\n";
+        }
         set_all_to("33");
         ASSERT_TRUE(load(file));
-        EXPECT_EQ(Talwen::Comm_New_Version, newer);
+        EXPECT_EQ(Talwen::Comm_New_Version, layout == newer);
         set_states("Comm_Enable=1");
         const Settings loaded = settings();
-        if (newer)
-            write("Z/FA/FA_SAVE.inf", std::string(5000, 'x'));
-        else
-            std::filesystem::remove_all(folder.path() / "Z");
+        std::filesystem::remove_all(folder.path() / "Z");
+        if (layout == newer) write("Z/FA/FA_SAVE.inf", std::string(5000, 'x'));
         printed();
         EXPECT_TRUE(module->FILE_SAVE_SYSTEM_SETUP());
         EXPECT_EQ(read("Z/FA/FA_SAVE.inf"), file);
-        EXPECT_EQ(printed(), Texts{newer ? "g Local Port:33 " : "g Local Port:101 "});
-        EXPECT_TRUE(sim::open_files().empty());
+        EXPECT_EQ(printed(), Texts{layout == newer ? "g Local Port:33 " : "g Local Port:101 "});
         set_all_to("33");
         set_states("Comm_Enable=1");
-        Talwen::Comm_New_Version = !newer;
+        Talwen::Comm_New_Version = layout == older;
         EXPECT_TRUE(module->FILE_SYSTEM_SETUP());
         EXPECT_EQ(settings(), loaded);
-        EXPECT_EQ(Talwen::Comm_New_Version, newer);
     }
 }
 
 TEST_F(Settings_File_Test, WritesAWordForEveryValue) {
-    for (const Texts& row : fake::rows(R"(
-0 | PASSIVE | OFFLINE | DISABLE
-1 | ACTIVE | LOCAL | ENABLE
-2 | PASSIVE | REMOTE | DISABLE
--1 | PASSIVE | LOCAL | DISABLE
-)",
+    for (const Texts& row : fake::rows("0 | PASSIVE | OFFLINE | DISABLE\n1 | ACTIVE | LOCAL | ENABLE\n"
+                                       "2 | PASSIVE | REMOTE | DISABLE\n-1 / 3 | PASSIVE | LOCAL | DISABLE",
                                        4))
-        for (const bool newer : {false, true}) {
+        for (const bool is_newer : {false, true}) {
             set_all_to(row[0]);
-            Talwen::Comm_New_Version = newer;
+            Talwen::Comm_New_Version = is_newer;
             ASSERT_TRUE(module->FILE_SAVE_SYSTEM_SETUP());
-            const std::string bytes = read("Z/FA/FA_SAVE.inf");
-            EXPECT_TRUE(bytes.ends_with((newer ? "\nCOMM_TRY      " : "\nCONN_MODE     ") + row[1] +
-                                        "\nCOMM_CTRL     " + row[2] + "\nLINK_TEST     " + row[3] +
-                                        "\nCOMM_ENABLE   " + row[3] +
-                                        (newer ? "\nCOMM_METHOD   HSMS\n" : "\n")))
-                << bytes;
+            const std::string end = std::string(is_newer ? "COMM_TRY " : "CONN_MODE ") + row[1] +
+                                    " COMM_CTRL " + row[2] + " LINK_TEST " + row[3] + " COMM_ENABLE " +
+                                    row[3] + " ";
+            const std::string bytes = std::regex_replace(read("Z/FA/FA_SAVE.inf"), std::regex("[ \n]+"), " ");
+            EXPECT_TRUE(bytes.ends_with(is_newer ? end + "COMM_METHOD HSMS " : end)) << bytes;
         }
+}
+
+TEST_F(Settings_File_Test, AnExceptionOnTheWayLeavesAWholeFile) {
+    Talwen::QFA_Set_Spool_Enable(5, 1, true);
+    for (const auto& [file, save] :
+         {std::pair{"Z/FA/FA_SAVE.inf", &Talwen::BC_FA::FILE_SAVE_SYSTEM_SETUP},
+          std::pair{"Z/FA/SPOOLING.inf", &Talwen::BC_FA::FILE_SAVE_ALL_SPOOLING}}) {
+        ASSERT_TRUE((module.get()->*save)());
+        const std::string whole = read(file);
+        sim::set_console_sink([](const sim::ConsoleLine&) { throw std::runtime_error("console"); });
+        EXPECT_THROW((module.get()->*save)(), std::runtime_error);
+        sim::set_console_sink(nullptr);
+        EXPECT_EQ(read(file), whole);
+    }
 }
 
 TEST_F(Settings_File_Test, SaysWhyItCouldNotWrite) {

@@ -15,7 +15,8 @@ using Talwen::SVID_List;
 template <class Table>
 std::string records(const Table& table) {
     std::ostringstream all;
-    for (const auto& [id, r] : table) {
+    for (const auto& [id, record] : *table.read()) {
+        const Talwen::VARIABLE_STRU& r = *record;
         EXPECT_EQ(id, r.id);
         all << r.id << ' ' << r.point << ' ' << static_cast<int>(r.io_type) << ' ' << r.max << ' ' << r.min
             << ' ' << r.dev << ' ' << r.isbuilt << '|' << r.sv_name << '|' << r.unit << '|' << int{r.format}
@@ -71,19 +72,17 @@ TEST_F(Variable_Files_Test, APointWithoutLimitsKeepsThoseOfTheRowBefore) {
 
 TEST_F(Variable_Files_Test, KnowsTenTypes) {
     std::string formats;
-    for (const std::string word : {"L", "U1", "U2", "U4", "I1", "I2", "I4", "F4", "F8", "A"}) {
+    for (const std::string word : {"L", "U1", "U2", "U4", "I1", "I2", "I4", "F4", "F8", "A", "U8", "I8", "B",
+                                   "Boolean", "u1", "U", "U44", "", "UUUUUUUUUUUUUUUUUUUUUUUU"}) {
         write("Z/FA/ECID.cfg", "1 Door " + word + " 1 V d\n");
-        EXPECT_TRUE(module->FILE_GET_ALL_ECID()) << word;
-        formats += std::to_string(ECID_List.at(1).format) + " ";
+        const bool known = module->FILE_GET_ALL_ECID();
+        formats += known ? std::to_string(ECID_List.read()->at(1).format) + " " : "-";
+        const std::string refused =
+            "r FA/ECID.cfg  Name:Door  - Type:" + (word.empty() ? "1" : word.substr(0, 15)) +
+            " Unknown [Line:1]";
+        EXPECT_EQ(printed(), known ? Texts{} : Texts{refused});
     }
-    EXPECT_EQ(formats, "0 164 168 176 100 104 112 144 128 64 ");
-    for (const std::string word :
-         {"U8", "I8", "B", "Boolean", "u1", "U", "U44", "", "UUUUUUUUUUUUUUUUUUUUUUUU"}) {
-        write("Z/FA/ECID.cfg", "1 Door " + word + "\n");
-        EXPECT_FALSE(module->FILE_GET_ALL_ECID()) << word;
-        EXPECT_EQ(printed(),
-                  Texts{"r FA/ECID.cfg  Name:Door  - Type:" + word.substr(0, 15) + " Unknown [Line:1]"});
-    }
+    EXPECT_EQ(formats, "0 164 168 176 100 104 112 144 128 64 ---------");
 }
 
 TEST_F(Variable_Files_Test, ClearsOnlyTheConstants) {
@@ -122,33 +121,26 @@ TEST_F(Variable_Files_Test, EveryTableIsWrittenInItsOwnFormAndReadsBackButTakesA
     record.description = "Wall \xB0 of PM1";
     for (const int id : {12, -3}) {
         record.id = id;
-        for (Talwen::VARIABLE_STRU* r :
-             std::initializer_list<Talwen::VARIABLE_STRU*>{&SVID_List[id], &ECID_List[id], &RVID_List[id]})
-            *r = record;
+        SVID_List.put({{record}});
+        ECID_List.put({{record}});
+        RVID_List.put({{record}});
     }
     EXPECT_TRUE(module->FILE_SAVE_ALL_SVID() && module->FILE_SAVE_ALL_ECID() && module->FILE_SAVE_ALL_RVID());
     EXPECT_EQ(printed(), Texts{});
 
-    const auto padded = [](std::string text, std::size_t width) {
-        return text + std::string(width - text.size(), ' ');
-    };
     const std::string dashes = '#' + std::string(113, '-') + '\n';
-    const std::string in_quotes = padded("Wall \xB0 of PM1", 128);
-    std::string with_unit;  // widths count bytes: the unit has three, so seven blanks follow
-    std::string rows;
-    for (const char* id : {"-3         ", "12         "}) {
-        const std::string start = id + padded("Temp", 33) + "F4         ";
-        with_unit += start + "℃        -1         " + padded("Temperature", 33) +
-                     padded("\"Wall \xB0 of PM1\"", 128) + '\n';
-        rows += start + "-1         " + padded("Temperature", 33) + '"' + in_quotes + "\"\n";
-    }
-    const std::string titles = padded("IONAME", 33) + "TYPE       ISBUILT    " + padded("VNAME", 33) +
-                               padded("DESCRIPTION", 128) + '\n';
-    EXPECT_EQ(read("Z/FA/SVID.cfg"), dashes + "#SVID       " + titles + dashes + with_unit);
-    EXPECT_EQ(read("Z/FA/ECID.cfg"), "#id         " + padded("sv_name", 33) +
-                                         "type       unit       isbuilt    " + padded("ecs_name", 33) +
-                                         padded("description", 128) + '\n' + with_unit);
-    EXPECT_EQ(read("Z/FA/RVID.cfg"), dashes + "#RVID       " + titles + dashes + rows);
+    // Widths count bytes.
+    const std::string start = ":11 Temp:33 F4:11", end = "-1:11 Temperature:33";
+    const auto both = [](const std::string& row) { return columns("-3" + row + " ~ 12" + row); };
+    const std::string with_unit = both(start + " ℃:11 " + end + " \"Wall+\xB0+of+PM1\":128");
+    const std::string titles = ":11 IONAME:33 TYPE:11 ISBUILT:11 VNAME:33 DESCRIPTION:128";
+    EXPECT_EQ(read("Z/FA/SVID.cfg"), dashes + "#" + columns("SVID" + titles) + dashes + with_unit);
+    EXPECT_EQ(
+        read("Z/FA/ECID.cfg"),
+        "#" + columns("id:11 sv_name:33 type:11 unit:11 isbuilt:11 ecs_name:33 description:128") + with_unit);
+    EXPECT_EQ(read("Z/FA/RVID.cfg"), dashes + "#" + columns("RVID" + titles) + dashes +
+                                         both(start + ' ' + end + " \":1 Wall+\xB0+of+PM1:128 \":1"));
+    const std::string in_quotes = "Wall \xB0 of PM1" + std::string(115, ' ');
 
     // The written width stays inside the quotes; the variable name is not kept.
     forget_tables();
@@ -178,52 +170,54 @@ class Variable_Tables_Test : public Config_Test {
 
 }  // namespace
 
+// Text to add, then all records; "!" is the text's "|" there. A later record replaces one of its id; an
+// unknown kind of point keeps the name before it, within a text; an empty record has id 0; a record has 299
+// bytes, and what comes after them is lost.
+const char* const record_texts = R"(
+5&1&1&100&-0.5&2&Gas flow!6&0&2&&&&!7&1&0&3&-1&0&a&b
+  | 5 1 1 100 -0.5 2 0!Flow!-!0!!!Gas flow; 6 0 2 0 0 0 0!Lot!-!0!!!; 7 1 0 3 -1 0 0!Valve!-!0!!!a&b;
+5&1&1&100&0&2&one!5&0&0&1&0&0&two | 5 0 0 1 0 0 0!Door!-!0!!!two;
+1&0&1&0&0&0&a!2&0&9&0&0&0&b | 1 0 1 0 0 0 0!Temp!-!0!!!a; 2 0 9 0 0 0 0!Temp!-!0!!!b;
+3&0&3&0&0&0&c | 3 0 3 0 0 0 0!!-!0!!!c;
+9 | 9 0 0 0 0 0 0!Door!-!0!!!;
+8&0&0&1e999&-1e999&99999999999&{bytes} | 8 0 0 inf -inf 2147483647 0!Door!-!0!!!{bytes};
+7&-1&0&1&0&0&p!6&999999&2&1&0&0&q | 6 999999 2 1 0 0 0!!-!0!!!q; 7 -1 0 1 0 0 0!!-!0!!!p;
+!1&0&0&1&0&0&a! | 0 0 0 0 0 0 0!Door!-!0!!!; 1 0 0 1 0 0 0!Door!-!0!!!a;
+1&0&0&1&0&0&{d199}dd!2&0&0&1&0&0&next | 1 0 0 1 0 0 0!Door!-!0!!!{d199}; 2 0 0 1 0 0 0!Door!-!0!!!next;
+3&0&0&{0280}1&0&0&lost!4 | 3 0 0 1 0 0 0!Door!-!0!!!lost; 4 0 0 0 0 0 0!Door!-!0!!!;
+3&0&0&{0280}0000001&0&0&lost!4 | 3 0 0 1 0 0 0!Door!-!0!!!l; 4 0 0 0 0 0 0!Door!-!0!!!;
+)";
+
 TEST_F(Variable_Tables_Test, RecordsAreTakenFromTexts) {
-    // Text to add, then all records. A later record replaces one of its id; an unknown kind of point keeps
-    // the name before it, within a text; an empty record has id 0.
-    const Texts table[] = {
-        {"5&1&1&100&-0.5&2&Gas flow|6&0&2&&&&|7&1&0&3&-1&0&a&b",
-         "5 1 1 100 -0.5 2 0|Flow|-|0|||Gas flow; 6 0 2 0 0 0 0|Lot|-|0|||; 7 1 0 3 -1 0 "
-         "0|Valve|-|0|||a&b; "},
-        {"5&1&1&100&0&2&one|5&0&0&1&0&0&two", "5 0 0 1 0 0 0|Door|-|0|||two; "},
-        {"1&0&1&0&0&0&a|2&0&9&0&0&0&b", "1 0 1 0 0 0 0|Temp|-|0|||a; 2 0 9 0 0 0 0|Temp|-|0|||b; "},
-        {"3&0&3&0&0&0&c", "3 0 3 0 0 0 0||-|0|||c; "},
-        {"", ""},
-        {"9", "9 0 0 0 0 0 0|Door|-|0|||; "},
-        {"8&0&0&1e999&-1e999&99999999999&\xFF\xFE", "8 0 0 inf -inf 2147483647 0|Door|-|0|||\xFF\xFE; "},
-        {"7&-1&0&1&0&0&p|6&999999&2&1&0&0&q", "6 999999 2 1 0 0 0||-|0|||q; 7 -1 0 1 0 0 0||-|0|||p; "},
-        {"|1&0&0&1&0&0&a|", "0 0 0 0 0 0 0|Door|-|0|||; 1 0 0 1 0 0 0|Door|-|0|||a; "},
-        {"1&0&0&1&0&0&" + std::string(1000, 'd') + "|2&0&0&1&0&0&next",
-         "1 0 0 1 0 0 0|Door|-|0|||" + std::string(199, 'd') + "; 2 0 0 1 0 0 0|Door|-|0|||next; "},
-        // A record has 299 bytes; what stands behind them is lost.
-        {"3&0&0&" + std::string(280, '0') + "1&0&0&lost|4",
-         "3 0 0 1 0 0 0|Door|-|0|||lost; 4 0 0 0 0 0 0|Door|-|0|||; "},
-        {"3&0&0&" + std::string(286, '0') + "1&0&0&lost|4",
-         "3 0 0 1 0 0 0|Door|-|0|||l; 4 0 0 0 0 0 0|Door|-|0|||; "},
-    };
-    for (const Texts& row : table) {
+    std::string table = with(with(record_texts, "bytes", "\xFF\xFE"), "d199", std::string(199, 'd'));
+    for (Texts row : fake::rows(with(table, "0280", std::string(280, '0')), 2)) {
+        for (std::string& text : row) text = std::regex_replace(text, std::regex("!"), "|");
         SVID_List.clear();
         add(row[0]);
-        EXPECT_EQ(records(SVID_List), row[1]) << row[0];
+        EXPECT_EQ(records(SVID_List), row[1] + " ") << row[0];
     }
+    SVID_List.clear();
+    add("");
+    EXPECT_EQ(SVID_List.size(), 0U);
 }
 
 TEST_F(Variable_Tables_Test, HandlesBracketsInItsOwnWay) {
-    const char* const table[][2] = {{"Pressure", "Pressure"},
-                                    {"[Torr]Pressure", "Pressure"},
-                                    {"Pressure[Torr]", "Torr]"},
-                                    {"[a]b[c]", "c]"},
-                                    {"[Torr]", ""},
-                                    {"[Torr", "[Torr"},
-                                    {"Torr]", "Torr]"},
-                                    {"a[b]c", "a[b]c"},
-                                    {"a[b[c]", "b"},
-                                    {"[]", ""},
-                                    {"]", "]"},
-                                    {" [x] ", " [x] "}};
-    for (const auto& [description, kept] : table) {
+    using Case = std::pair<const char*, const char*>;
+    for (const auto& [description, kept] : {Case{"Pressure", "Pressure"},
+                                            {"[Torr]Pressure", "Pressure"},
+                                            {"Pressure[Torr]", "Torr]"},
+                                            {"[a]b[c]", "c]"},
+                                            {"[Torr]", ""},
+                                            {"[Torr", "[Torr"},
+                                            {"Torr]", "Torr]"},
+                                            {"a[b]c", "a[b]c"},
+                                            {"a[b[c]", "b"},
+                                            {"[]", ""},
+                                            {"]", "]"},
+                                            {" [x] ", " [x] "}}) {
         add(std::string("1&0&0&1&0&0&") + description);
-        EXPECT_EQ(SVID_List.at(1).description + SVID_List.at(1).unit, std::string(kept) + "-") << description;
+        const Talwen::SVID_STRU& record = SVID_List.read()->at(1);
+        EXPECT_EQ(record.description + record.unit, std::string(kept) + "-") << description;
     }
 }
 
@@ -246,6 +240,21 @@ TEST_F(Variable_Tables_Test, KeepsTheTablesApart) {
     EXPECT_EQ(sizes(), "0,0,1,0");
     EXPECT_TRUE(module->QFA_Remove_All_RVID_List());
     EXPECT_EQ(sizes(), "0,0,0,0");
+}
+
+TEST_F(Variable_Tables_Test, AReaderKeepsTheTableThatItHasBegunWith) {
+    add("5&0&0&1&0&0&old|70000&0&0&1&0&0&far|-1&0&0&1&0&0&below");
+    const auto begun = SVID_List.read();
+    Talwen::SVID_STRU* given = nullptr;
+    ASSERT_TRUE(module->QFA_Get_SVID_Stru(5, &given));
+    add("5&0&0&1&0&0&new|6&0&0&1&0&0&more");
+    EXPECT_EQ(fake::joined(begun->ids()), "-1,5,70000");
+    EXPECT_EQ(begun->at(5).description + begun->at(70000).description + given->description, "oldfarold");
+    EXPECT_EQ(fake::joined(SVID_List.read()->ids()), "-1,5,6,70000");
+    EXPECT_EQ(SVID_List.read()->at(5).description + SVID_List.read()->at(-1).description, "newbelow");
+    EXPECT_EQ(SVID_List.read()->find(65536), nullptr);
+    module->QFA_Remove_All_SVID_List();
+    EXPECT_EQ(given->description, "old");
 }
 
 TEST_F(Variable_Tables_Test, FindsTheSmallestReportVariableOfAName) {

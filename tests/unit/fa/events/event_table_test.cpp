@@ -166,7 +166,7 @@ SEMI_TRANSFER 301|1|2|3 => 61301
 
 TEST_F(EventTable, FieldsReachTheirVariables) {
     define(ECID_List, "40 0 0 0 0 0 AccessModeStatus2");
-    ECID_List[40].type = "U1";
+    ECID_List.read()->at(40).type = "U1";
     sim::Machine& machine = sim::machine();
     machine.set_mem("AccessModeStatus2", 9);
     machine.set_ctc("RUN_CONTROL", -1, -1, 7);

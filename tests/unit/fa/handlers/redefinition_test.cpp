@@ -18,10 +18,8 @@ class Redefinition : public fake::ModuleFixture {
   protected:
     void SetUp() override {
         ModuleFixture::SetUp();
-        std::string toml = fake::alarms("0 2 alarm");
-        for (const std::string value : {"1", "2", "3", "4"})
-            toml += "[[digital]]\nname = \"D" + value + "\"\nvalue = " + value + "\n";
-        start_over(toml);
+        start_over(fake::alarms("0 2 alarm") +
+                   fake::points("digital D1 1, digital D2 2, digital D3 3, digital D4 4"));
         set_states(fake::on_line);
         QFA_Message_Queue_Init();
         define(RVID_List, "1 0 0 176, 2 0 1 176, 3 0 2 176, 4 0 3 176");
@@ -100,6 +98,8 @@ TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {
     int refused = 0;
     for (int round = 0; round < rounds; ++round) {
         fake::driver().reset();
+        std::string variable = std::to_string(1000 + round) + "&0&0&1&0&0&v";
+        module->QFA_Add_RVID_List(variable.data());
         for (const std::string& message : messages[round % 2]) {
             if (message.starts_with("S2F43") && round % 20 > 1) continue;  // each writes its file
             fake::driver().host_sends(message);

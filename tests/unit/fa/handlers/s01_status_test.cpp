@@ -6,29 +6,10 @@ namespace {
 using namespace Talwen;
 
 /// Digital points 0 and 1, analog 0 to 2 (more than digital), string 0.
-const char* const points = R"(
-[[digital]]
-name = "Door"
-value = 1
-unit = "d0"
-[[digital]]
-name = "Valve"
-value = -5
-unit = "d1"
-[[analog]]
-name = "Pressure"
-value = 0.75
-unit = "Torr"
-[[analog]]
-name = "Flow"
-value = 12.5
-[[analog]]
-name = "Power"
-value = 300.0
-[[string]]
-name = "Lot"
-value = "L-1"
-)";
+const std::string points = fake::points(
+    "digital Door 1 d0, digital Valve -5 d1, analog Pressure 0.75 Torr, analog Flow 12.5, analog Power "
+    "300.0, "
+    "string Lot 'L-1'");
 
 class S01Status : public fake::ModuleFixture {
   protected:
@@ -38,22 +19,22 @@ class S01Status : public fake::ModuleFixture {
         set_states(fake::on_line);
         define(SVID_List, R"(
             1 0 0 164,  2 0 1 104,  3 0 1 144, 4 0 2 176, 5 1 0 144, 6 1 1 176,
-            7 1 2 128, 8 1 -1 128, 9 2 0 64, 10 2 5 64, 11 3 0 64)");
+            7 1 2 128, 8 1 -1 128, 9 2 0 64, 10 2 1 64, 11 3 0 64)");
     }
 };
 
 TEST_F(S01Status, SelectedStatusGivesEachKindItsValueOrTheDash) {
     try_all(R"(
-S1F3 W <L <U4 1> <I1 2> <U8 3> <A "5x"> <I8 6> <U2 7> <U1 9> <U4 9>>.
+S1F3 W <L <U8 4294967297> <I1 2> <U8 3> <A "5x"> <I8 6> <U2 7> <U1 9> <U4 9>>.
     | S1F4 <L <U1 1> <I2 -5> <I4 -5> <F4 0.75> <F8 12.5> <F8 300> <A "L-1"> <A "L-1">>.
 S1F3 W <L <I2 4> <I4 8> <U4 10> <U4 11> <U4 99> <A "none">>.
     | S1F4 <L <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">>.
     | <SVID> [DIO Point:2]超限错误 , 范围[0,1].@<SVID> [AIO Point:-1]超限错误 , 范围[0,2].@<SVID> [SIO
-    Point:5]超限错误 , 范围[0,0].@<SVID>:11 , IOType:3 未识别.@<SVID>:99 , 未识别.@<SVID>:0 , 未识别.@
+    Point:1]超限错误 , 范围[0,0].@<SVID>:11 , IOType:3 未识别.@<SVID>:99 , 未识别.@<SVID>:0 , 未识别.@
 S1F3 W <L>. | S1F4 <L <U1 1> <I2 -5> <I4 -5> <A "-"> <F4 0.75> <F8 12.5> <F8 300> <A "-"> <A "L-1"> <A "-">
     <A "-">>.
     | <SVID> [DIO Point:2]超限错误 , 范围[0,1].@<SVID> [AIO Point:-1]超限错误 , 范围[0,2].@<SVID> [SIO
-    Point:5]超限错误 , 范围[0,0].@<SVID>:11 , IOType:3 未识别.@
+    Point:1]超限错误 , 范围[0,0].@<SVID>:11 , IOType:3 未识别.@
 S1F3 W <L <U4 1> <F4 2>>. | none | <SVID> 格式错误 , 必须是 I()/U()/A.@
 S1F3 W <L <BOOLEAN T>>. | none | <SVID> 格式错误 , 必须是 I()/U()/A.@
 S1F3 W <L <L>>. | none | <SVID> 格式错误 , 必须是 I()/U()/A.@
@@ -67,9 +48,9 @@ TEST_F(S01Status, NamelistTestsAnalogAndStringPointsAgainstTheDigitalCount) {
 S1F11 W <L <U4 1> <U4 5> <U4 6> <U4 7> <U4 9> <U4 10> <U4 11> <U4 99>>.
     | S1F12 <L <L <U4 1> <A "Door"> <A "d0">> <L <U4 5> <A "Pressure"> <A "d0">> <L <U4 6> <A "Flow">
     <A "d1">>
-    <L <U4 7> <A "-"> <A "-">> <L <U4 9> <A "Lot"> <A "-">> <L <U4 10> <A "-"> <A "-">> <L <U4 11> <A "-">
+    <L <U4 7> <A "-"> <A "-">> <L <U4 9> <A "Lot"> <A "-">> <L <U4 10> <A ""> <A "-">> <L <U4 11> <A "-">
     <A "-">> <L <U4 99> <A "-"> <A "-">>>.
-    | <SVID> [AIO:2]超限错误 , 范围[0,2]. @<SVID> [SIO:5]超限错误 , 范围[0,0]. @<SVID>:11  , IO Type 3
+    | <SVID> [AIO:2]超限错误 , 范围[0,2]. @<SVID>:11  , IO Type 3
     未识别. @<SVID>:99 未识别.@
 S1F11 W <L <F8 1>>. | none | <SVID> 格式错误, 必须是 I()/U()/A.@
 )");

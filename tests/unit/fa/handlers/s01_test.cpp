@@ -67,6 +67,7 @@ TEST_F(S01, EveryRowOfTheControlStateTables) {
             "fa:CtrlMD=77 Comm_Enable=1 fa:Enable=1 " +
             row[2]);
         sml_call(row[0]);
+        EXPECT_LT(gem("Init_ControlState"), 3) << "what it does not know is corrected";
         const std::string model = "<L <A \"CT-200\"> <A \"1.0.0\">>";
         std::string reply = row[3];
         if (reply == "who") {

@@ -116,6 +116,7 @@ fa:CtrlMD=1 | Nonsense | | 8
 fa:CtrlMD=2 | Nonsense | | 1
 fa:CtrlMD=2 | start | {port1} | 1
 fa:CtrlMD=1 | Nonsense | PORT <U1 1> | 3 PORT:1 | | !PORT
+fa:CtrlMD=1 | START | PORTID <U8 4294967297> / PORTID <U1> | 3 PORTID:2 | | !PORTID
 fa:CtrlMD=2 | Local | | 0 | QFA_Set_CtrlMD 1
 fa:CtrlMD=0 | Go_Local | | 0 | QFA_Set_CtrlMD 1
 fa:CtrlMD=1 | Local | | 5
@@ -156,9 +157,8 @@ TEST_F(S02Commands, ParametersAreReadByTheirFormats) {
  | START | PORTID <F4 1> | 3 PORTID:3 | | <:PORTID> Value 格式错误 , 必须是 I()/U()/ASCII.
  | START | RECIPE <L>; AccessMode <U2 1>; portid <U1 1> | 3 RECIPE:3 AccessMode:3 portid:1 | | <:RECIPE> Value
   格式错误 , 必须是 A./<:AccessMode> Value 格式错误 , 必须是 U1./!portid
- | START | WaferCount <L>; SlotMap <F8 1>; LotInfo <A ""> | 3 WaferCount:3 SlotMap:3 LotInfo:3 |
-  | START/WaferCount Value 格式错误 , 必须是 I()/U()/A./START/SlotMap Value 格式错误 , 必须是
-  I()/U()/A./<:LotInfo> Value 格式错误 , 必须是 L.
+ | START | WaferCount <L>; SlotMap <A "110">; LotInfo <A ""> | 3 WaferCount:3 SlotMap:3 LotInfo:3 |
+  | START/WaferCount Value 格式错误 , 必须是 I()/U()/A./<:SlotMap> Value 格式错误 , Must U()/I()./<:LotInfo> Value 格式错误 , 必须是 L.
  | START | StartSlot <A "1">; REDSTATE <B 1> | 3 StartSlot:3 REDSTATE:3 | | <:StartSlot> Value 格式错误 , Must
   U()/I()./<:REDSTATE> Value 格式错误 , Must U()/I()/A.
  | START | WaferCount <A "2x">; EndSlot <I2>; SlotMap <U1 0 2> | 3 WaferCount:2 EndSlot:2 SlotMap:2 |
@@ -248,23 +248,23 @@ ctc:CMx_CarrierID= | ProceedWithCarrierID | {carrier} | 4
 
 TEST_F(S02Commands, ProceedWithSlotMapHoldsTheHostsMapAgainstTheWafers) {
     std::string table = R"(
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "110"> | 4 | {done} | +
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 0> | 4 | {done} | +
  | {map} <A "2">; LotInfo <L {1} {2} {0}>; SlotMap <U1 1 1 0> | 4 | {done} | +
- | {map} <U1 3>; LotInfo <L {1} {2}>; SlotMap <A "110"> | 3 WaferCount:2 |
+ | {map} <U1 3>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 0> | 3 WaferCount:2 |
   | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "100"> | 3 SlotMap:2 |
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 0 0> | 3 SlotMap:2 |
     | <> Error , 设置Wafer数量:1 , 实际Wafer数量:2.
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "111"> | 3 SlotMap:2 |
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 1> | 3 SlotMap:2 |
   | ProceedWithSlotMap/SlotMap Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
- | {map} <U1 2>; LotInfo <L {1} {2} <L <A ""> <A "W3">>>; SlotMap <A "110"> | 3 LotInfo:2 |
+ | {map} <U1 2>; LotInfo <L {1} {2} <L <A ""> <A "W3">>>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
   | ProceedWithSlotMap/LotInfo Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
- | {map} <U1 2>; LotInfo <L {1} <L <A "L2"> <A "">>>; SlotMap <A "110"> | 3 LotInfo:2 |
+ | {map} <U1 2>; LotInfo <L {1} <L <A "L2"> <A "">>>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
   | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
- | {map} <U1 2>; LotInfo <L {1}>; SlotMap <A "110"> | 3 LotInfo:2 |
+ | {map} <U1 2>; LotInfo <L {1}>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
     | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
- | {map} <U1 2>; LotInfo <L {0} {0} {0} {0}>; SlotMap <A "110"> | 3 LotInfo:2 |
+ | {map} <U1 2>; LotInfo <L {0} {0} {0} {0}>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
     | <:LotInfo> ListSize 超限 , 必须是 < 4.
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <A "1100"> | 3 SlotMap:2 | | !SlotMap
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <I2 1 1 0 0> | 3 SlotMap:2 | | !SlotMap
 )";
     table = fake::with(table, "map", "ProceedWithSlotMap | PORTID <A \"CM1\">; WaferCount");
     table = fake::with(fake::with(table, "0", "<L <A \"\"> <A \"\">>"), "1", "<L <A \"L1\"> <A \"W1\">>");
@@ -278,6 +278,7 @@ TEST_F(S02Commands, StartProcessChecksJobRecipeAndSlots) {
     std::string table = R"(
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 4 | {done} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2>; WaferDes <A "d">; WaferCount <U1 2> | 4 | {done} | +
+ | {start} <A "J1">; RECIPE <A "ETCH">; {1} 2>; {2} 2>; WaferCount <U1 1> | 4 | {second} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 3>; WaferCount <U1 3> | 3 WaferCount:2 |
   | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
  | {start} <A "J,1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 3 JOBID:2 | | !JOBID
@@ -297,6 +298,7 @@ ctc:MAIN_CONTROL=1 | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 2 | |
     table = fake::with(table, "start", "StartProcess | {carrier}; JOBID");
     table = fake::with(fake::with(table, "1", "StartSlot <U1"), "2", "EndSlot <U1");
     table = fake::with(table, "slots", "远程指令<> 起始片槽号与结束片槽号获取异常，指令拒绝执行!");
+    table = fake::with(table, "second", "run StartProcess1(F) J1,ETCH,2,2; QString_Write_Mem 2 ETCH");
     try_commands(fake::with(table, "done", "run StartProcess1(F) J1,ETCH,1,2; QString_Write_Mem 2 ETCH"));
 }
 

@@ -1,5 +1,7 @@
 // Stream 6: what each builder and each request makes of a variable, unknown numbers, texts of the log,
 // acknowledges.
+#include <malloc.h>
+
 #include "support/module_fixture.h"
 
 namespace {
@@ -9,21 +11,16 @@ using fake::Texts;
 using fake::with;
 
 /// Four digital points, two analog (fewer than digital), six string (more); P6 is the first of those.
-const char* const points = R"(
-digital 7, digital -2, digital 0, digital 0, analog 0.75, analog -12.5, string 'L-1', string '', string '',
-string '', string 'hidden', string '')";
+const std::string points = fake::points(
+    "digital P0 7, digital P1 -2, digital P2 0, digital P3 0, analog P4 0.75, analog P5 -12.5, string P6 "
+    "'L-1', "
+    "string P7 '', string P8 '', string P9 '', string P10 'hidden', string P11 ''");
 
 class S06 : public fake::ModuleFixture {
   protected:
     void SetUp() override {
         ModuleFixture::SetUp();
-        std::string toml;
-        std::istringstream all(points);
-        int number = 0;
-        std::string kind;
-        for (std::string value; all >> kind && std::getline(all, value, ',');)
-            toml += "[[" + kind + "]]\nvalue = " + value + "\nname = 'P" + std::to_string(number++) + "'\n";
-        start_over(toml);
+        start_over(points);
         set_states(fake::on_line);
     }
 
@@ -131,7 +128,7 @@ U2:65535,U4:4294967295 | | <U2 65535> <U4 4294967295> | U2;U4;
 U8:18446744073709551615,F8:0.125 | | <U8 18446744073709551615> <F8 0.125> | U8;F8;
 I1:-128,I8:-9223372036854775808 | | <I1 -128> <I8 -9223372036854775808> | I1;I8;
 U8:-1,I8:-1 | | <U8 18446744073709551615> <I8 -1> | U8;I8;
-I4:99999999999999999999 | <I4 0> | <I4 0> |
+I4:99999999999999999999,U1:-99999999999 | <I4 2147483647> <U1 0> | <I4 2147483647> <U1 0> |
 {word} | | <A ""> | {word};
 X:{word}{word}{word} | | <A "{word}{word}{word}"> | X;
 )";
@@ -199,14 +196,14 @@ send_S06F13  | -1         |             | CEID:-1 未识别.
 send_S06F13  | 12         |             | CEID 12 上报禁用.
 reply_S06F15 | <B 12> / <L <U4 1>> | none | 消息头格式错误 , 必须是 I()/U()/A.
 reply_S06F15 |            | none        | 消息头格式错误 , 必须是 I()/U()/A.
-reply_S06F15 | <U4 0> / <U4 65536> | none | <CEID> 数值超限 , 必须是 [1,65535].
+reply_S06F15 | <U4 0> / <U4 65536> / <U8 4294967308> / <A "4294967308"> | none | <CEID> 数值超限 , 必须是 [1,65535].
 reply_S06F15 | <U8 65535> | S6F16 <L <U4 0> <U4 65535> <L>>. | <CEID:65535>未识别.
 reply_S06F15 | <I8 12> / <A "12"> | S6F16 <L <U4 77> <U4 12> <L <L <U4 3> <L>>>>. |
 reply_S06F17 | <F4 1>     | none        | 消息头格式错误 , 必须是 I()/U()/A.
 reply_S06F17 | <I4 -1>    | none        | <CEID>数值超限错误 , 必须是 [1,65535].
 reply_S06F17 | <I1 1>     | S6F18 <L <U4 0> <U4 1> <L>>. | <CEID:1> 未识别.
 reply_S06F19 | <BOOLEAN T>| none        | 消息头格式错误 , 必须是 I()/U()/A.
-reply_S06F19 | <U4 70000> | none        | <RPTID>数值超限错误 , 必须是 [1,65535].
+reply_S06F19 | <U4 70000> / <I8 4294967299> | none        | <RPTID>数值超限错误 , 必须是 [1,65535].
 reply_S06F19 | <U1 8>     | S6F20 <L>.  | <RPTID:8> 未识别.
 reply_S06F21 | <B 1>      | none        | 消息头格式错误 , 必须是 I()/U()/A.
 reply_S06F21 | <U4 0>     | none        | <RPTID>数值超限 , 必须是 [1,65535].
@@ -234,6 +231,39 @@ TEST_F(S06, AnAnswerIsLoggedUnderTheReceivedId) {
     fake::driver().host_sends("S6F23 W <U1 0>.", 4711);
     const std::string entry = fake::driver().all_log().back();
     EXPECT_TRUE(entry.starts_with("Send ") && entry.find("4711") != std::string::npos) << entry;
+}
+
+// The last of a thousand items is logged, and the log throws.
+TEST_F(S06, AnExceptionInTheMiddleOfAnAnswerFreesWhatIsBuilt) {
+    define(ECID_List, "5 0 0 176");
+    define_variable("5", "0 0 176");
+    define_variable("6", "2 0 0");
+    sim::machine().set_io("P6", "X:1");
+    std::vector<int> variables(1000, 5);
+    variables.push_back(6);
+    define_event(true, variables);
+    RPTID_List.append({1, 4, "", {std::vector<int>(1000, 5)}});
+    RPTID_List.append({1, 8, "", {99}});
+    CEID_List.append({1, 13, true, "", "", {4, 8}});
+    std::string thousand;
+    for (int i = 0; i < 1000; ++i) thousand += "<U1 5> ";
+    const auto try_all_once = [&] {
+        for (const std::string message : {"S1F3", "S1F11", "S2F13", "S2F29"}) {
+            fake::driver().let_log_throw();
+            EXPECT_EQ(fake::driver().host_sends(message + " W <L " + thousand + "<U1 9>>."),
+                      fake::format_error);
+        }
+        for (const std::string request : {"S6F15", "S6F17"})
+            EXPECT_EQ(fake::driver().host_sends(request + " W <U1 13>."), fake::format_error);
+        std::string ceid = "12";
+        EXPECT_FALSE(QFA_Message_PushBack(6, 11, &ceid, nullptr, nullptr, nullptr, nullptr));
+        fake::driver().reset();
+        console.clear();
+    };
+    try_all_once();
+    const std::size_t before = ::mallinfo2().uordblks;
+    for (int i = 0; i < 10; ++i) try_all_once();
+    EXPECT_LT(::mallinfo2().uordblks, before + 500'000);  // one of each holds more than that
 }
 
 TEST_F(S06, HostAcknowledges) {
