@@ -7,12 +7,12 @@ packages=(
     libasio-dev libspdlog-dev libfmt-dev libcli11-dev libtomlplusplus-dev
     libgtest-dev libbenchmark-dev
 )
-if [ "${1:-}" = "--lint" ]; then
-    packages+=(clang clang-format clang-tidy libclang-rt-14-dev)
-elif [ $# -gt 0 ]; then
-    echo "usage: $0 [--lint]" >&2
-    exit 2
-fi
+case "${1:-}" in
+    "") ;;
+    --lint) packages+=(clang clang-format clang-tidy libclang-rt-14-dev) ;;
+    --docs) packages=(doxygen) ;;
+    *) echo "usage: $0 [--lint | --docs]" >&2; exit 2 ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do
