@@ -36,9 +36,9 @@ const std::array<File, 10> files{{
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
-    BC_FA& module = fuzz::module();
+    BC_FA& module = fuzz::demo().module;
     const File& file = files[data[0] % files.size()];
-    std::ofstream(fuzz::fa_folder() / file.name, std::ios::binary)
+    std::ofstream(fuzz::demo().fa / file.name, std::ios::binary)
         .write(reinterpret_cast<const char*>(data) + 1, static_cast<std::streamsize>(size - 1));
     file.empty();
     try {

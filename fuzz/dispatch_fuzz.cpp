@@ -8,7 +8,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t head = 4;
     if (size < head) return 0;
-    Talwen::BC_FA& module = fuzz::module();
+    Talwen::BC_FA& module = fuzz::demo().module;
     fuzz::set_states(data[0]);
     const auto stream = static_cast<unsigned char>(data[1] & 0x7FU);
     const bool reply_expected = (data[1] & 0x80U) != 0;

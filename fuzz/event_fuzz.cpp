@@ -5,7 +5,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
-    Talwen::BC_FA& module = fuzz::module();
+    Talwen::BC_FA& module = fuzz::demo().module;
     fuzz::set_states(data[0]);
     const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
     module.QProgram_Event_Code(text.c_str());

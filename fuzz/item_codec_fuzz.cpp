@@ -32,7 +32,7 @@ void check_node(const _SECS_ITEM& node, const hsms::Item& item) {
     require(node.length == item.bytes.size(), "both have the same length");
     if (is_text_or_bytes(node.format)) {
         require(std::memcmp(node.data, item.bytes.data(), node.length) == 0, "the data is whole");
-        require(node.data[node.length] == '\0', "a NUL stands behind the data");
+        require(node.data[node.length] == '\0', "a NUL comes after the data");
         const std::size_t in_value = std::min<std::size_t>(node.length, sizeof node.value - 1);
         require(std::memcmp(node.value, item.bytes.data(), in_value) == 0, "the value area holds its start");
         if (node.format != Talwen::SECS_FORMAT_B)
@@ -42,7 +42,7 @@ void check_node(const _SECS_ITEM& node, const hsms::Item& item) {
     const std::size_t in_value = std::min<std::size_t>(node.length, sizeof node.value);
     require(std::memcmp(node.data, node.value, in_value) == 0, "the value area holds the first elements");
     require(std::all_of(node.value + in_value, node.value + sizeof node.value, [](char c) { return c == 0; }),
-            "the value area is zero behind the data");
+            "the value area is zero after the data");
 }
 
 void check_accepted(const hsms::Item& item, const _SECS_ITEM& tree) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <vector>
 
 #include "fuzz/require.h"
@@ -11,30 +12,25 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool replay(const fs::path& path) {
+void replay(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::fprintf(stderr, "%s: cannot be read\n", path.c_str());
-        return false;
-    }
-    // Of exactly the input's size, so that a sanitizer sees a read behind its end.
+    if (!file) throw std::runtime_error(path.string() + ": cannot be read");
+    // Of exactly the input's size, so that a sanitizer sees a read past its end.
     const std::vector<char> input{std::istreambuf_iterator<char>(file), {}};
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
-    return true;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    int replayed = 0;
+    std::vector<fs::path> inputs;
     for (int i = 1; i < argc; ++i) {
-        if (fs::is_directory(argv[i])) {
-            for (const auto& entry : fs::recursive_directory_iterator(argv[i]))
-                if (entry.is_regular_file() && replay(entry.path())) ++replayed;
-        } else if (replay(argv[i])) {
-            ++replayed;
-        }
+        if (!fs::is_directory(argv[i]))
+            inputs.emplace_back(argv[i]);
+        else
+            for (const auto& entry : fs::directory_iterator(argv[i])) inputs.push_back(entry.path());
     }
-    std::printf("%d inputs\n", replayed);
-    return replayed > 0 ? 0 : 1;
+    for (const fs::path& input : inputs) replay(input);
+    std::printf("%zu inputs\n", inputs.size());
+    return inputs.empty() ? 1 : 0;
 }

@@ -9,9 +9,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         sml::Place last{0, 0};
         for (const sml::Step& step : sml::parse_script(text)) {
-            const bool behind = step.place.line > last.line ||
-                                (step.place.line == last.line && step.place.column > last.column);
-            require(behind, "steps follow each other");
+            const bool after = step.place.line > last.line ||
+                               (step.place.line == last.line && step.place.column > last.column);
+            require(after, "steps follow each other");
             require(step.duration.count() >= 0, "no step takes negative time");
             last = step.place;
         }

@@ -16,14 +16,7 @@
 
 namespace {
 
-using hsms::Actions;
-using hsms::Framer;
-using hsms::Header;
-using hsms::Message;
-using hsms::Milliseconds;
-using hsms::Session;
-using hsms::SessionSettings;
-using hsms::SessionState;
+using namespace hsms;
 
 constexpr std::size_t max_length = 4096;
 
@@ -49,7 +42,7 @@ class Runner {
                 arrive(take(std::size_t{instruction} + 1));
             else
                 run(instruction);
-            check_state();
+            require(selected_ == (session_.state() == SessionState::selected), "the user knows the state");
         }
         check_split();
     }
@@ -106,7 +99,7 @@ class Runner {
     void check_split() {
         std::string laid;
         for (const Message& message : messages_) {
-            const hsms::HeaderBytes head = hsms::encode_header(message.header, message.body.size());
+            const HeaderBytes head = encode_header(message.header, message.body.size());
             laid.append(head.data(), head.size()).append(message.body);
         }
         require(whole_.starts_with(laid), "the messages are the stream");
@@ -150,7 +143,7 @@ class Runner {
         require(header.has_value() == (session_.state() == SessionState::selected),
                 "a selected session sends, and no other");
         if (!header) return;
-        require(header->wbit() == wbit && header->system >= hsms::first_message_id, "the header is right");
+        require(header->wbit() == wbit && header->system >= first_message_id, "the header is right");
         require(!wbit || open_.insert(header->system).second, "no two open primaries have one id");
     }
 
@@ -163,8 +156,8 @@ class Runner {
     bool perform(const Actions& actions) {
         for (const Header& header : actions.send) {
             require(header.ptype == 0, "what the session sends is SECS-II or control");
-            const hsms::HeaderBytes bytes = hsms::encode_header(header, 0);
-            require(hsms::decode_header(bytes.data() + hsms::length_size) == header, "headers go through");
+            const HeaderBytes bytes = encode_header(header, 0);
+            require(decode_header(bytes.data() + length_size) == header, "headers go through");
         }
         for (const std::uint32_t id : actions.reply_timeouts)
             require(open_.erase(id) == 1, "only an open primary runs out, and once");
@@ -177,14 +170,10 @@ class Runner {
         return true;
     }
 
-    void check_state() {
-        require(selected_ == (session_.state() == SessionState::selected), "the user knows the state");
-    }
-
     Session session_;
     Framer framer_{max_length};
     std::string_view program_;
-    hsms::Time now_{};
+    Time now_{};
     std::string whole_;  // of this connection's stream
     std::vector<Message> messages_;
     std::set<std::uint32_t> open_;
