@@ -16,6 +16,7 @@
 #include "fa/config/variable_tables.h"
 #include "fa/module/bc_fa.h"
 #include "fa/module/handler_routes.h"
+#include "fa/secs/dispatch.h"
 #include "fa/secs/message_queue.h"
 #include "fa/secs/module_state.h"
 #include "fa/secs/primaries.h"
@@ -148,6 +149,7 @@ class ModuleFixture : public ::testing::Test {
         driver().reset();
         forget_tables();
         Talwen::Reconnect = false;
+        Talwen::Set_Link_Device_Id(0);
         module = std::make_unique<Talwen::BC_FA>();
     }
 
