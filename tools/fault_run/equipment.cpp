@@ -47,6 +47,7 @@ fs::path copy_of(const fs::path& data, int seed) {
     fs::copy(data, folder, fs::copy_options::recursive);
     change(folder / "machine.toml", {{"moving =", "moving = true"},
                                      {"speed =", "speed = 500.0"},
+                                     {"fetch_after =", "fetch_after = 30.0"},
                                      {"seed =", "seed = " + std::to_string(seed)},
                                      {"alarm_rate =", "alarm_rate = 0.05"}});
     change(folder / "Z" / "FA" / "FA_SAVE.inf", {{"COMM_PORT", "COMM_PORT 0"},

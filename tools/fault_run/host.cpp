@@ -1,5 +1,7 @@
 #include "tools/fault_run/host.h"
 
+#include <utility>
+
 #include "apps/host/link/auto_reply.h"
 #include "hsms/core/item_codec.h"
 #include "sml/reader.h"
@@ -34,7 +36,7 @@ Host::Host(std::uint16_t port) {
     callbacks.on_deselected = [] {};
     callbacks.on_closed = [this] { closed(); };
     callbacks.on_message = [this](const hsms::Header& header, std::string&& body) { take(header, body); };
-    callbacks.on_reply_timeout = [this](std::uint32_t id) { finish(id, Outcome::unanswered); };
+    callbacks.on_reply_timeout = [this](std::uint32_t id) { finish(id, {Outcome::unanswered, {}}); };
     link_ = std::make_unique<hsms::Link>(options_for(port), std::move(callbacks));
     link_->start();
 }
@@ -51,23 +53,31 @@ void Host::selected() {
 
 void Host::closed() {
     const std::lock_guard lock(mutex_);
-    for (const auto& [id, sml] : open_) done_.emplace(id, Outcome::cut);
+    for (const auto& [id, sml] : open_) done_[id] = {Outcome::cut, {}};
     outcomes_[Outcome::cut] += static_cast<int>(open_.size());
     open_.clear();
     changed_.notify_all();
 }
 
 void Host::take(const hsms::Header& header, const std::string& body) {
-    if (header.function() % 2 == 0) return finish(header.system, Outcome::answered);
-    ++primaries_;
-    sml::Message primary{header.stream(), header.function(), header.wbit(), {}};
+    sml::Message message{header.stream(), header.function(), header.wbit(), {}};
     hsms::Item item;
-    if (!body.empty() && hsms::decode_item(body, item)) primary.body = std::move(item);
-    if (const auto number = number_in(primary)) {
-        const std::lock_guard lock(mutex_);
-        numbered_.push_back({*number, connection_});
-    }
-    answer(primary, header.system);
+    if (!body.empty() && hsms::decode_item(body, item)) message.body = std::move(item);
+    if (message.function % 2 == 0) return finish(header.system, {Outcome::answered, message});
+    ++primaries_;
+    record(message);
+    answer(message, header.system);
+}
+
+void Host::record(const sml::Message& primary) {
+    const std::lock_guard lock(mutex_);
+    if (const auto number = number_in(primary)) numbered_.push_back({*number, connection_});
+    if (primary.stream != 6 || primary.function != 1 || !primary.body) return;
+    const std::vector<hsms::Item>& body = primary.body->children;
+    if (body.size() != 4 || body[0].element_count() != 1 || body[1].element_count() != 1) return;
+    const std::int64_t sample = body[1].integer(0);
+    const std::int64_t before = std::exchange(samples_[body[0].integer(0)], sample);
+    if (sample != 1 && sample <= before) ++samples_reordered_;  // 1: the trace was started anew
 }
 
 void Host::answer(const sml::Message& primary, std::uint32_t id) {
@@ -75,18 +85,18 @@ void Host::answer(const sml::Message& primary, std::uint32_t id) {
         link_->reply(reply->stream, reply->function, encoded(*reply), id);
 }
 
-void Host::finish(std::uint32_t id, Outcome outcome) {
+void Host::finish(std::uint32_t id, Asked asked) {
     const std::lock_guard lock(mutex_);
     const auto found = open_.find(id);
     if (found == open_.end()) return;  // late, or its connection is gone
-    if (outcome == Outcome::unanswered) unanswered_.push_back(found->second);
+    if (asked.outcome == Outcome::unanswered) unanswered_.push_back(found->second);
     open_.erase(found);
-    ++outcomes_[outcome];
-    done_.emplace(id, outcome);
+    ++outcomes_[asked.outcome];
+    done_[id] = std::move(asked);
     changed_.notify_all();
 }
 
-std::optional<Outcome> Host::ask(const std::string& text) {
+std::optional<Asked> Host::ask(const std::string& text) {
     const sml::Message message = sml::parse_message(text);
     std::unique_lock lock(mutex_);
     // Under the lock, so that the answer finds the entry.

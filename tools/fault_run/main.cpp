@@ -11,9 +11,10 @@ namespace {
 
 constexpr const char* footer =
     R"(Without --to, an equipment on a copy of the demo machine and a host talk to each other: numbered events,
-queries, redefinitions, commands, alarms. Then the two records are compared. An event may be lost only with a cut
-that took it, none may come twice or out of order, and every primary that was not cut is answered. With --flips
-only a crash, a hang and a good host that is not served any more count.
+queries, redefinitions, commands, alarms, traces, and lots on two load ports. Then the two records are compared. An
+event may be lost only with a cut that took it, none may come twice or out of order, every primary that was not cut is
+answered, and every lot comes to its end. With --flips only a crash, a hang and a good host that is not served any more
+count.
 
 With --to, only the network is run, for an equipment or a host of your own. It prints "= ready PORT"; let the other
 side connect to that port:
@@ -37,30 +38,27 @@ std::optional<faults::Endpoint> endpoint(const std::string& text) {
     return faults::Endpoint{address, port};
 }
 
-void add_endpoints(CLI::App& app, faults::Options& options) {
-    CLI::Option* to = app.add_option_function<std::string>(
-        "--to",
-        [&options](const std::string& text) {
-            options.target = endpoint(text);
-            if (!options.target || options.target->port == 0)
-                throw CLI::ValidationError("--to", "HOST:PORT is needed, not " + text);
-        },
-        "run only the network, to the equipment or host there");
-    to->type_name("HOST:PORT");
-    app.add_option_function<std::string>(
-           "--listen",
-           [&options](const std::string& text) {
-               const auto listen = endpoint(text);
-               if (!listen) throw CLI::ValidationError("--listen", "[ADDRESS:]PORT is needed, not " + text);
-               options.listen = *listen;
-           },
-           "where the other side connects to; a free port of 127.0.0.1 without it")
+/// Checks an endpoint; the port of a target is not 0.
+CLI::Validator endpoint_with_port(int least) {
+    return {[least](const std::string& text) {
+                const auto read = endpoint(text);
+                return read && read->port >= least ? std::string() : "[ADDRESS:]PORT is needed, not " + text;
+            },
+            ""};
+}
+
+void add_endpoints(CLI::App& app, std::string& to, std::string& listen, faults::Options& options) {
+    CLI::Option* target = app.add_option("--to", to, "run only the network, to the equipment or host there");
+    target->type_name("[ADDRESS:]PORT")->check(endpoint_with_port(1));
+    app.add_option("--listen", listen, "where the other side connects to; a free port without it")
         ->type_name("[ADDRESS:]PORT")
-        ->needs(to);
-    app.add_option("--data", options.data, "data folder of the equipment; it is copied")
+        ->check(endpoint_with_port(0))
+        ->needs(target);
+    app.add_option("--data", options.data,
+                   "data folder of the equipment, the demo machine or a variant; it is copied")
         ->type_name("DIR")
         ->capture_default_str()
-        ->excludes(to);
+        ->excludes(target);
 }
 
 void add_faults(CLI::App& app, faults::Options& options) {
@@ -99,11 +97,15 @@ int main(int argc, char** argv) {
     app.add_option("--seconds", seconds, "length of the run")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    add_endpoints(app, options);
+    std::string to;
+    std::string listen = "0";
+    add_endpoints(app, to, listen, options);
     add_faults(app, options);
     try {
         app.parse(argc, argv);
         options.length = std::chrono::seconds(seconds);
+        if (!to.empty()) options.target = endpoint(to);
+        options.listen = *endpoint(listen);
         options.plan.most_freezes = seconds;
         sim::os::catch_stop_signals();
         return report(options.target ? run_network(options) : run_both(options));

@@ -6,6 +6,7 @@
 #include "sim/os.h"
 #include "tools/fault_run/equipment.h"
 #include "tools/fault_run/host.h"
+#include "tools/fault_run/lots.h"
 #include "tools/fault_run/work.h"
 
 namespace faults {
@@ -47,8 +48,8 @@ void add_figures(const Network& network, const Equipment& equipment, const Host&
 /// host.
 void check_service(Host& host, Result& result) {
     const auto start = Clock::now();
-    const auto outcome = host.ask("S1F1 W.");
-    if (outcome != Outcome::answered || Clock::now() - start > 2s)
+    const auto asked = host.ask("S1F1 W.");
+    if (!asked || asked->outcome != Outcome::answered || Clock::now() - start > 2s)
         result.findings.emplace_back("a good host is not served after the flips");
 }
 
@@ -59,14 +60,18 @@ void check_records(const Equipment& equipment, const Host& host, Result& result)
     result.figures.push_back(comparison.summary);
     result.findings.insert(result.findings.end(), comparison.findings.begin(), comparison.findings.end());
     for (const std::string& sml : host.unanswered()) result.findings.push_back("unanswered: " + sml);
+    if (host.samples_reordered() > 0) result.findings.emplace_back("trace samples came out of order");
 }
 
-void check(const Options& options, Equipment& equipment, Host& host, Result& result) {
+void check(const Options& options, Equipment& equipment, Host& host, Lots& lots, Result& result) {
+    const bool flipped = options.plan.most_flips > 0;
     if (!host.wait_selected(10s)) result.findings.emplace_back("the host does not come back");
+    if (!flipped)
+        for (const std::string& wrong : lots.finish(120s)) result.findings.push_back(wrong);
     if (!equipment.sends_all(60s)) result.findings.emplace_back("the send queue does not empty");
     if (!equipment.fault().empty())
         result.findings.push_back("an event was not raised: " + equipment.fault());
-    if (options.plan.most_flips > 0)
+    if (flipped)
         check_service(host, result);
     else
         check_records(equipment, host, result);
@@ -83,6 +88,7 @@ Result run_both(const Options& options) {
     if (!host.wait_selected(10s)) throw std::runtime_error("the host was not selected at the start");
     host.ask("S1F13 W <L>.");
     host.ask("S2F43 W <L <L <U1 6> <L <U1 11>>> <L <U1 5> <L <U1 1>>>>.");
+    Lots lots(host);
     {
         const Work work(equipment, host, options.plan.seed);
         strike(network, options);
@@ -90,7 +96,7 @@ Result run_both(const Options& options) {
         if (options.plan.most_flips > 0) network.cut(true);  // what a flipped length byte still waits for
     }
     Result result;
-    check(options, equipment, host, result);
+    check(options, equipment, host, lots, result);
     add_figures(network, equipment, host, result);
     return result;
 }

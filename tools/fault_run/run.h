@@ -14,7 +14,7 @@ namespace faults {
 struct Options {
     std::filesystem::path data = "demo/machine";  ///< of the equipment
     std::optional<Endpoint> target;               ///< only the network, to this equipment or host
-    Endpoint listen{"127.0.0.1", 0};              ///< the network, with a target
+    Endpoint listen{"127.0.0.1", 0};              ///< of the network, when there is a target
     std::chrono::seconds length{20};
     int cuts = 8;
     Plan plan;  ///< with most_flips above 0 only crash and hang count

@@ -42,7 +42,7 @@ constexpr std::array commands{
     "S2F41 W <L <A \"RESUME\"> <L <L <A \"PORTID\"> <U1 1>>>>.",
     "S2F41 W <L <A \"SignalTower\"> <L <L <A \"REDSTATE\"> <U1 1>> <L <A \"GREENSTATE\"> <U1 0>> "
     "<L <A \"YELLOWSTATE\"> <U1 0>> <L <A \"BLUESTATE\"> <U1 0>>>>.",
-    "S2F41 W <L <A \"ReadCarrierID\"> <L <L <A \"PORTID\"> <U1 2>>>>.",
+    "S2F41 W <L <A \"ReadCarrierID\"> <L <L <A \"PORTID\"> <U1 1>>>>.",
 };
 
 void change_state(int turn) {
