@@ -50,7 +50,9 @@ std::string data(int stream, int function, std::uint32_t system, const std::stri
                  body);
 }
 
-Host::Host(std::uint16_t port) : answers(automatic), socket_(io_) {
+Host::Host(std::uint16_t port, const std::string& from) : answers(automatic), socket_(io_) {
+    socket_.open(asio::ip::tcp::v4());
+    socket_.bind({asio::ip::make_address(from), 0});
     socket_.connect({asio::ip::address_v4::loopback(), port});
     socket_.set_option(asio::ip::tcp::no_delay(true));
 }

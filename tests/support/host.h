@@ -29,8 +29,9 @@ class Host {
   public:
     using Messages = std::vector<sml::Message>;
 
-    /// Connects to 127.0.0.1; throws std::system_error.
-    explicit Host(std::uint16_t port);
+    /// Connects to 127.0.0.1; throws std::system_error. `from` is an address of 127/8; to the peer that is
+    /// another machine.
+    explicit Host(std::uint16_t port, const std::string& from = "127.0.0.1");
     /// Takes the next connection.
     explicit Host(asio::ip::tcp::acceptor& acceptor);
 

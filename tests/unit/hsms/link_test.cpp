@@ -176,7 +176,7 @@ TEST_F(Links, SendWhatWasSaidBeforeStoppingAndTakeTheSameFreePortAgain) {
         ASSERT_TRUE(link->reply(1, 2, body, 7));
         peer.send(s1f1);  // unread input must not make the peer lose the reply
         std::thread stopper([&] { link->stop(); });
-        const std::string received = peer.receive_raw(1'000'000);
+        const std::string received = peer.receive_bytes(1'000'000);
         peer.close();
         stopper.join();
         EXPECT_EQ(received.size(), 14 + body.size() + 14);
@@ -348,7 +348,7 @@ TEST_F(Links, CarryLargeMessagesBothWaysAtOnce) {
     };
     SelectedPeer peer(start());
     std::thread sender([&] { EXPECT_NE(link->send(7, 3, false, body), 0U); });
-    auto received = std::async(std::launch::async, [&] { return peer.receive_raw(14 + body.size()); });
+    auto received = std::async(std::launch::async, [&] { return peer.receive_bytes(14 + body.size()); });
     const HeaderBytes head = encode_header(data_header(0, 7, 3, false, 9), body.size());
     peer.send_raw(std::string(head.data(), head.size()) + body);
     sender.join();

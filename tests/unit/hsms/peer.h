@@ -1,44 +1,28 @@
-// The other end of a link in tests: a plain socket on loopback that speaks in hand-written bytes, and a
-// recorder of callbacks that can be awaited.
+// The other end of a link in tests, in hand-written bytes, and a recorder of callbacks that can be awaited.
 #pragma once
 
-#include <asio/connect.hpp>
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/read.hpp>
-#include <asio/write.hpp>
 #include <condition_variable>
 #include <mutex>
 #include <sys/resource.h>
+#include <system_error>
 #include <vector>
 
 #include "hsms/link/link.h"
 #include "tests/support/bytes.h"
+#include "tests/support/host.h"
 
 namespace hsms {
 
-/// A blocking TCP client.
-class Peer {
+/// Speaks in bytes in hexadecimal.
+class Peer : public support::Host {
   public:
-    /// `from` is an address of 127/8; to its peer that is another machine.
-    explicit Peer(std::uint16_t port, const std::string& from = "127.0.0.1") : socket_(io_) {
-        socket_.open(asio::ip::tcp::v4());
-        socket_.bind({asio::ip::make_address(from), 0});
-        socket_.connect({asio::ip::address_v4::loopback(), port});
-    }
-    explicit Peer(asio::ip::tcp::acceptor& acceptor) : socket_(io_) { acceptor.accept(socket_); }
+    using Host::Host;
 
     void send(const std::string& text) { send_raw(bytes(text)); }
-    void send_raw(const std::string& data) { asio::write(socket_, asio::buffer(data)); }
-
-    /// The next `size` bytes; what came before the end when the connection ended.
-    std::string receive_raw(std::size_t size) {
-        std::string data(size, '\0');
-        asio::error_code error;
-        data.resize(asio::read(socket_, asio::buffer(data), error));
-        return data;
+    void send_raw(const std::string& data) {
+        if (!Host::send(data)) throw std::system_error(std::make_error_code(std::errc::broken_pipe));
     }
-    std::string receive(std::size_t size) { return to_hex(receive_raw(size)); }
+    std::string receive(std::size_t size) { return to_hex(receive_bytes(size)); }
     /// Everything until the connection ends, at most a megabyte.
     std::string receive_to_end() { return receive(1'000'000); }
     /// Sends, and takes an answer without a body.
@@ -46,12 +30,6 @@ class Peer {
         send(text);
         return receive(14);
     }
-    void select() { ask("00 00 00 0A FF FF 00 00 00 01 00 00 00 01"); }
-    void close() { socket_.close(); }
-
-  private:
-    asio::io_context io_;
-    asio::ip::tcp::socket socket_;
 };
 
 /// While it lives the process has no more of a resource than this.
