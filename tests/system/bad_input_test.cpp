@@ -19,7 +19,7 @@ using support::Host;
 struct Fault {
     std::string bytes;
     bool unselected = false;  ///< sent before Select.req
-    bool cut_after = false;   ///< the host closes right behind it
+    bool cut_after = false;   ///< the host closes right after it
     bool reset = false;       ///< with RST
 };
 

@@ -96,7 +96,7 @@ TEST(HostOverTcp, DemoConversation) {
     EXPECT_EQ(equipment.quit(), 0);
 }
 
-// The session stands, the equipment establishes communication by itself, and it answers.
+// The link is selected, the equipment establishes communication by itself, and it answers.
 TEST(HostOverTcp, FreshProcessesSelectedTheInstantTheirPortAnswers) {
     const int processes = std::getenv("FA_SOAK") != nullptr ? 1000 : 24;
     std::atomic<int> next{0};
@@ -189,7 +189,7 @@ TEST(HostWork, DefinesLinksEnablesAndReadsTheEventInWords) {
     EXPECT_TRUE(holds(first.output, "** event 30301: report 901 (PortID=2 SlotID=4 1002=")) << first.output;
     EXPECT_TRUE(holds(first.output, "LRACK 3, an event is linked already"));
 
-    // The second time its own definitions go first, and nothing stands in the way; the first refusal ends it.
+    // The second time its own definitions go first, and nothing is in the way; the first refusal ends it.
     const support::Finished again = support::run_host(equipment, "define " + file);
     EXPECT_EQ(again.status, 0) << again.output;
     EXPECT_FALSE(holds(again.output, "RACK 3"));

@@ -1,4 +1,4 @@
-// Lots from the carrier's arrival to its departure, by remote commands alone: what the host is told of every
+// Lots from the carrier's arrival to its departure, by remote commands alone: what the host gets to know of every
 // wafer, the same seed twice, and the demo's script.
 #include <algorithm>
 #include <cstdlib>
@@ -36,7 +36,7 @@ std::string command(const std::string& name, const std::vector<std::string>& par
     return text + ">>.";
 }
 
-/// What the host was told while one lot ran.
+/// What the host got to know while one lot ran.
 struct Record {
     std::vector<Event> events;
     std::vector<lots::Alarm> alarms;

@@ -8,8 +8,10 @@
 #include <regex>
 #include <sstream>
 
+#include "sml/reader.h"
 #include "support/equipment_process.h"
 #include "support/host.h"
+#include "tools/fault_run/event_record.h"
 
 namespace {
 
@@ -94,16 +96,12 @@ TEST(EventReports, LeaveNoMemoryBehind) {
     EXPECT_EQ(early->growth(2048, 1), "") << "of three thousand and more reports of about 1 kB";
 }
 
-/// A command and the event that it raises.
-struct Command {
-    std::string text;
-    int ceid;
-};
+using Commands = std::vector<std::pair<std::string, int>>;
 
 /// The demo machine's CEID.cfg has each event's command, "PORT_STATE 1|PORT, PORT_TRANSFER 1|PORT": the first
 /// of them, with values for its words.
-std::vector<Command> described_commands() {
-    std::vector<Command> commands;
+Commands described_commands() {
+    Commands commands;
     std::ifstream file(FA_DEMO_MACHINE "/Z/FA/CEID.cfg");
     for (std::string line; std::getline(file, line);) {
         std::istringstream fields(line);
@@ -141,26 +139,48 @@ TEST(EventReports, AFloodOfCommands) {
          .machine = {{"react = true", "react = false"}, {"moving = true", "moving = false"}}});
     CommunicatingHost host(equipment.port());
     ASSERT_EQ(equipment.await("gem Online_Status", "= 1"), "= 1");
-    const std::vector<Command> commands = described_commands();
+    const Commands commands = described_commands();
     std::mt19937 random(20);
     std::size_t turn = 0;
     std::optional<support::Footprint> early;
     for (int round = 0; round < (soak ? 500 : 50); ++round) {
         const std::size_t first = turn;
         for (int i = 0; i < 100; ++i) {
-            const std::string& text = commands.at(turn++ % commands.size()).text;
+            const std::string& text = commands.at(turn++ % commands.size()).first;
             ASSERT_EQ(equipment.command("event " + malformed(text, random)), "= ok");
             ASSERT_EQ(equipment.command("event " + text), "= ok") << text;
         }
         for (std::size_t i = first; i < turn; ++i) {
-            const Command& expected = commands.at(i % commands.size());
-            ASSERT_EQ(ceid_of(host.next(6, 11).message), expected.ceid) << expected.text << " or before it";
+            const auto& [text, ceid] = commands.at(i % commands.size());
+            ASSERT_EQ(ceid_of(host.next(6, 11).message), ceid) << text << " or before it";
         }
         if (round == 10) early = equipment.footprint();
     }
     EXPECT_EQ(equipment.command("event ALARM_REPORT 1|4|0|the last"), "= ok");
     EXPECT_EQ(ceid_of(host.next(6, 11).message), 54101) << "nothing came between";
     EXPECT_EQ(early->growth(1024), "");
+    EXPECT_EQ(equipment.quit(), 0);
+}
+
+/// Its reports flow without a wait for T7, and what it never answers holds up the next for T7 alone.
+TEST(EventReports, AHostOfAnotherMake) {
+    EquipmentProcess equipment({.settings = {{"T3_PRM", "1"}, {"T7_PRM", "5"}}, .machine = {}});
+    CommunicatingHost host(equipment.port());
+    EXPECT_EQ(equipment.await("gem Online_Status", "= 1"), "= 1");
+    EXPECT_EQ(host.ask("S2F33 W <L <U4 1> <L <L <U4 60001> <L <U4 9012>>>>>."), "S2F34 <B 0x00>.");
+    EXPECT_EQ(host.ask("S2F35 W <L <U4 2> <L <L <U4 800> <L <U4 60001>>>>>."), "S2F36 <B 0x00>.");
+    host.answers = [automatic = host.answers](const sml::Message& primary) -> support::Host::Messages {
+        if (primary.stream != 6) return automatic(primary);
+        if (primary.function != 11) return {};
+        return {sml::parse_message("S9F7 <B 0 0 0x86 11 0 0 0 0 0 0>."), sml::parse_message("S6F0.")};
+    };
+    EXPECT_EQ(equipment.command("repeat 100 event ALARM_REPORT 1|{n}|0|x"), "= ok 100");
+    for (int i = 0; i < 100; ++i) host.next(6, 11, 4s);
+    EXPECT_EQ(host.ask("S2F23 W <L <U4 3> <A \"000001\"> <U4 1> <U4 1> <L <U4 1002>>>."), "S2F24 <B 0x00>.");
+    host.next(6, 1);
+    EXPECT_EQ(host.ask("S1F1 W."), "S1F2 <L <A \"CT-200\"> <A \"1.0.0\">>.");
+    EXPECT_EQ(equipment.command("event ALARM_REPORT 1|101|0|x"), "= ok");
+    host.next(6, 11);
     EXPECT_EQ(equipment.quit(), 0);
 }
 
@@ -187,6 +207,29 @@ TEST(Trace, SamplesComeAtTheirTime) {
         EXPECT_TRUE(!soak || after <= sample * 1s + 600ms) << sample;
     }
     EXPECT_THROW(host.next(6, 1, 1500ms), std::runtime_error) << "no sample comes after the last";
+}
+
+TEST(EventRecord, FindsWhatIsLostTwiceOrReordered) {
+    const struct {
+        std::vector<faults::Received> received;  // numbers after the first
+        const char* finding;                     // the first of them
+        std::set<int> refused = {};
+    } rows[] = {
+        {{{0, 1}, {1, 1}, {2, 1}, {3, 1}}, ""},
+        {{{0, 1}, {2, 2}, {3, 2}}, ""},  // a cut took one
+        {{{0, 1}, {2, 1}, {3, 1}}, "1 events lost before event 1000002, with 0 cuts between"},
+        {{{0, 1}, {3, 2}}, "2 events lost before event 1000003, with 1 cuts between"},
+        {{{0, 1}, {3, 2}}, "", {faults::first_number + 1}},
+        {{{0, 1}, {1, 1}, {1, 2}, {2, 2}, {3, 2}}, "event 1000001 came twice"},
+        {{{0, 1}, {2, 2}, {1, 2}, {3, 2}}, "event 1000001 came after event 1000002"},
+        {{{0, 1}, {1, 1}, {2, 1}}, "the last is event 1000003, but event 1000002 came last"},
+        {{}, "the last is event 1000003, but event 999999 came last"},
+    };
+    for (auto [received, finding, refused] : rows) {
+        for (faults::Received& event : received) event.number += faults::first_number;
+        const auto found = faults::compare(received, faults::first_number + 3, refused).findings;
+        EXPECT_EQ(found.empty() ? "" : found.front(), finding);
+    }
 }
 
 }  // namespace
