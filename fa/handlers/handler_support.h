@@ -21,6 +21,14 @@ inline constexpr unsigned char Accepted = 0;
 /// Text of an A item (or bytes of a B item), whole and with a NUL behind it; good while the item is.
 const char* Item_Text(const _SECS_ITEM& item);
 
+inline bool Is_List_Of(const _SECS_ITEM& item, int count) {
+    return item.format == SECS_FORMAT_L && item.count == count;
+}
+
+inline bool Between(int value, int low, int high) {
+    return value >= low && value <= high;
+}
+
 /// Sends the secondary `stream`, `function` for primary `msgid` and logs it; returns the driver's result.
 unsigned long Reply_And_Log(void* handle, unsigned char stream, unsigned char function, Item_Owner root,
                             unsigned long msgid);

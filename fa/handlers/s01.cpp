@@ -49,7 +49,7 @@ unsigned long BC_FA::reply_S01F13(void* handle, _SECS_ITEM* /*item*/, unsigned l
 }
 
 unsigned long BC_FA::recv_S01F14(void* /*handle*/, _SECS_ITEM* item, unsigned long /*msgid*/) {
-    if (item->format != SECS_FORMAT_L || item->count != 2) {
+    if (!Is_List_Of(*item, 2)) {
         OnlineLog("消息头 格式错误 , 必须是 L2.[代码行:%s:%d]", FA_CODE_LINE("recv_S01F14"));
         return Format_Error;
     }

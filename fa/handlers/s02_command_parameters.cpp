@@ -82,7 +82,7 @@ Reading read_lot_info(const _SECS_ITEM& item, Remote_Parameter parameter, Remote
     request.lot_info.clear();
     for (int i = 0; i < item.count; ++i) {
         const _SECS_ITEM& entry = *item.children[i];
-        if (entry.format != SECS_FORMAT_L || entry.count != 2) {
+        if (!Is_List_Of(entry, 2)) {
             OnlineLog("L[1][%d] 格式错误! 必须是 L2. [代码行:%s:%d]", i, FA_CODE_LINE("reply_S02F41"));
             return Reading::logged;
         }
@@ -190,7 +190,7 @@ void Remote_Request::refuse_value(Remote_Parameter parameter) {
 bool Read_Remote_Parameters(const _SECS_ITEM& list, Remote_Request& request) {
     for (int i = 0; i < list.count; ++i) {
         const _SECS_ITEM& pair = *list.children[i];
-        if (pair.format != SECS_FORMAT_L || pair.count != 2 || pair.children[0]->format != SECS_FORMAT_A) {
+        if (!Is_List_Of(pair, 2) || pair.children[0]->format != SECS_FORMAT_A) {
             OnlineLog("L[1][%d] 格式错误 , 必须是 L2. [代码行:%s:%d]", i, FA_CODE_LINE("reply_S02F41"));
             return false;
         }

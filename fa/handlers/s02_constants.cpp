@@ -114,7 +114,7 @@ bool read_ecv(IO_TYPE type, const _SECS_ITEM& ecv, New_Constant& constant) {
 
 Verdict check_pair(BC_FA& fa, const Constants& constants, const _SECS_ITEM& pair, int position,
                    New_Constant& constant) {
-    if (pair.format != SECS_FORMAT_L || pair.count != 2) {
+    if (!Is_List_Of(pair, 2)) {
         OnlineLog("p_item1[%d] 格式错误 , 必须是 L2.[代码行:%s:%d]", position, FA_CODE_LINE("reply_S02F15"));
         return std::nullopt;
     }

@@ -44,7 +44,7 @@ struct Refusal {
 using Spool_Flags = std::array<std::array<bool, Spool_Functions>, Spool_Streams>;
 
 bool read_stream(const _SECS_ITEM& entry, int i, Stream_Request& request) {
-    if (entry.format != SECS_FORMAT_L || entry.count != 2) {
+    if (!Is_List_Of(entry, 2)) {
         OnlineLog("%s , L[%d] 格式错误 , 必须是 L2.", handler, i);
         return false;
     }

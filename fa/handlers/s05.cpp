@@ -95,7 +95,7 @@ unsigned long BC_FA::recv_S05F02(void* /*handle*/, _SECS_ITEM* item, unsigned lo
 }
 
 unsigned long BC_FA::reply_S05F03(void* handle, _SECS_ITEM* item, unsigned long msgid) {
-    if (item->format != SECS_FORMAT_L || item->count != 2) {
+    if (!Is_List_Of(*item, 2)) {
         OnlineLog("消息头格式错误 , 必须是 L2. [代码行:%s:%d]", FA_CODE_LINE("reply_S05F03"));
         return Format_Error;
     }
