@@ -26,7 +26,7 @@ struct DeleteTree {
 };
 using Tree = std::unique_ptr<_SECS_ITEM, DeleteTree>;
 
-/// Keeps the optimiser from dropping work whose result nobody reads.
+/// Keeps the optimiser from dropping work whose result is not used.
 std::atomic<const void*> kept;
 void keep(const void* result) {
     kept.store(result, std::memory_order_relaxed);

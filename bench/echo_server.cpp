@@ -22,7 +22,7 @@ namespace {
 
 using asio::ip::tcp;
 
-/// One message handed from thread to thread; an empty one tells the taker to end.
+/// One message handed from thread to thread; an empty one ends the receiving thread.
 class HandOff {
   public:
     void give(std::string message) {

@@ -29,8 +29,8 @@ build=${FA_BUILD_DIR:-build/release}
 cmake --preset release -B "$build"
 cmake --build "$build" --target fa-equipment fa-bench fa-module-bench
 
-# The equipment works on a copy, on a port of its own choice. Online_Init 9 is none of the ways of going on-line that
-# S1F1 knows, so that S1F1 is answered without an event report behind it. Empty texts get what a tool at work would show.
+# The equipment works on a copy, on a port of its own choice. S1F1 does not know Online_Init 9, so it is answered
+# without an event report after it. Empty texts get what a working tool would show.
 run=$(mktemp -d)
 started=()
 trap 'for pid in "${started[@]}"; do kill "$pid" 2>/dev/null || true; done; wait; rm -rf "$run"' EXIT

@@ -3,7 +3,7 @@ add_library(fa_options INTERFACE)
 target_compile_features(fa_options INTERFACE cxx_std_20)
 # Installed, all headers share one root; in this tree every target sees its own (FaIncludeWalls.cmake).
 target_include_directories(fa_options INTERFACE $<INSTALL_INTERFACE:include/fa_comm>)
-# Warnings are errors here, and no business of whoever links the installed libraries.
+# Warnings are errors here, but not for users of the installed libraries.
 if(MSVC)
     set(fa_warnings /W4 /WX /utf-8)
 else()

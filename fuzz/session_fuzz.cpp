@@ -134,7 +134,7 @@ class Runner {
         now_ = std::max(now_, *deadline);
         const bool closed = perform(session_.timer(now_));
         const auto next = session_.next_deadline();
-        require(closed || !next || *next > now_, "a deadline that was served does not stand again");
+        require(closed || !next || *next > now_, "a deadline that was handled does not come back");
     }
 
     void send_primary(std::uint8_t bits) {

@@ -22,7 +22,7 @@ struct SyntaxError : std::runtime_error {
     Place place;
     std::string expected;
     std::string found;
-    bool incomplete;  ///< the text ended too early: more of it could mend the error
+    bool incomplete;  ///< the text ended too early: with more text it may be right
 };
 
 /// Reads from a text that the caller keeps alive. Blanks are spaces, tabs and line ends; comments are
@@ -54,7 +54,7 @@ class Cursor {
     std::string_view quoted(char quote);
     /// Takes all up to the end of the line, without skipping anything.
     std::string_view rest_of_line();
-    /// Takes exactly `length` characters, whatever they are, when `quote` and then `>` follow them.
+    /// Takes exactly `length` characters of any kind when `quote` and then `>` follow them.
     bool take_raw(std::size_t length, char quote, std::string_view& raw);
 
     /// Throws a SyntaxError for what comes next (blanks skipped).

@@ -28,8 +28,7 @@ bool continues_character(char c) {
 }
 
 // Length of the character at the start of `text` if it may be within quotes: printable ASCII but the
-// quote, or a well-formed UTF-8 sequence of U+00A0 and above (those below are control characters). 0 if it
-// may not.
+// quote, or a well-formed UTF-8 sequence of U+00A0 and above (those below are control characters). Else 0.
 std::size_t printable_length(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text[0]);
     if (lead < 0x80) return lead >= 0x20 && lead < 0x7F && lead != '"' ? 1 : 0;

@@ -1,4 +1,4 @@
-// Writes SML that the reader reads back to the same item, whatever its bytes are.
+// Writes SML that the reader reads back to the same item, for any bytes.
 //
 // Small items and messages take one line; larger lists one line per item, indented by four blanks. Texts are
 // quoted where they are printable ASCII or well-formed UTF-8; quotes, control characters and other bytes

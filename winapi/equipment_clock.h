@@ -18,7 +18,7 @@ namespace winapi {
 void set_clock_offset(std::chrono::milliseconds offset);
 
 /// Asked first by every SetLocalTime: 0 refuses it (errno is EPERM), any other value is its result when the
-/// clock was set. Null, as at start, for nobody; on the calling thread.
+/// clock was set. Null, as at start: nothing is asked. Called on the thread that sets the clock.
 using SetClockHook = BOOL (*)(const SYSTEMTIME& time);
 void set_clock_hook(SetClockHook hook);
 

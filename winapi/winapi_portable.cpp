@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What a handle that is to be closed points to.
+/// What a handle for CloseHandle points to.
 struct Object {
     virtual ~Object() = default;
 };

@@ -17,7 +17,7 @@ hsms::LogFileOptions options(const std::filesystem::path& path) {
     return result;
 }
 
-// In one piece: whoever reads the calls in order wants them all.
+// Never rotated: a journal is read as a whole.
 hsms::LogFileOptions journal_options(const std::filesystem::path& path) {
     hsms::LogFileOptions result = options(path);
     result.rotate_bytes = hsms::never_rotate;

@@ -19,7 +19,8 @@ class Logs {
     Logs(const Logs&) = delete;
     Logs& operator=(const Logs&) = delete;
 
-    /// Returns once all that was logged so far is in the files, or was given up: then a line that says why.
+    /// Returns once everything logged so far is in the files or given up. Empty, or one line that says why it
+    /// was given up.
     std::string flush();
 
   private:

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int usage_error = 2;
 
-// ADDRESS:PORT, [ADDRESS]:PORT for IPv6, or PORT alone. False when the port is no number of a port.
+// ADDRESS:PORT, [ADDRESS]:PORT for IPv6, or PORT alone. False when the port is not a port number.
 bool parse_endpoint(const std::string& text, std::string& address, std::uint16_t& port) {
     const std::size_t colon = text.rfind(':');
     const std::string digits = colon == std::string::npos ? text : text.substr(colon + 1);

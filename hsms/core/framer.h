@@ -29,7 +29,7 @@ class Framer {
 
     /// Whether a message has begun and is not complete.
     bool inside_message() const { return have_ > 0; }
-    /// The length field of the message at hand, once its four bytes came.
+    /// The length field of the current message, once its four bytes have come.
     std::uint32_t announced_length() const { return length_; }
 
   private:
@@ -39,7 +39,7 @@ class Framer {
 
     std::size_t max_length_;
     std::array<char, prefix_size> prefix_{};
-    std::size_t have_ = 0;  // bytes of the message at hand that came so far
+    std::size_t have_ = 0;  // bytes of the current message so far
     std::uint32_t length_ = 0;
     Message message_;
 };

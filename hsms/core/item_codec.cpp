@@ -64,7 +64,7 @@ std::string_view to_text(DecodeError error) {
         case DecodeError::partial_element: return "item length is no multiple of its element width";
         case DecodeError::too_deep: return "lists nested too deeply";
         case DecodeError::too_many_items: return "too many items";
-        case DecodeError::trailing_bytes: return "bytes behind the item";
+        case DecodeError::trailing_bytes: return "bytes after the item";
     }
     return "unknown error";
 }

@@ -9,9 +9,8 @@
 
 namespace hsms {
 
-/// Decodes a body that is one item and nothing after it. On failure the result says what is wrong and where,
-/// and `out` is an empty list. An empty body (a header-only message) is `truncated`: callers look for it
-/// first.
+/// Decodes a body that is exactly one item. On failure the result says what is wrong and where, and `out` is
+/// an empty list. An empty body (a header-only message) is `truncated`: callers look for it first.
 DecodeResult decode_item(std::string_view body, Item& out);
 
 /// Appends the encoded item to `out`, with as few length bytes as possible. False, and `out` as it was, when

@@ -112,7 +112,7 @@ void Session::on_data(const Header& header, Actions& actions) {
     if (secondary) end_transaction(header.system);
 }
 
-/// Once for each change of the id: a peer that is set up wrongly sends nothing else.
+/// Once for each change of the id: a wrongly configured peer sends it in every message.
 void Session::note_foreign_device(const Header& header, Actions& actions) {
     if (foreign_notes_ == most_foreign_notes) return;
     if (foreign_notes_ > 0 && header.session_id == foreign_device_) return;

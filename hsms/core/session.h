@@ -52,7 +52,7 @@ struct Actions {
     std::string note;   ///< not empty: a line for the log
 };
 
-/// One session: the caller tells what happened and when, and does what the Actions say. Pure: no clock, no
+/// One session: the caller reports what happened and when, and carries out the Actions. Pure: no clock, no
 /// sockets, no locks (one thread at a time).
 class Session {
   public:

@@ -36,8 +36,8 @@ struct LinkStatus {
 /// Of the link that was created last and still exists. Any thread.
 LinkStatus link_status();
 
-/// Returns once all that OnlineLog took so far is in the file, or was given up: then a line that says why,
-/// else an empty text.
+/// Returns once everything logged by OnlineLog so far is in the file or given up. Empty, or one line that
+/// says why it was given up.
 std::string flush_online_log();
 
 }  // namespace hsms

@@ -50,7 +50,7 @@ std::shared_ptr<LogFile> current_log() {
 
 void log_entry(LogFile& log, std::string_view text) {
     log.entry(text);
-    if (state().process_ends) log.flush();  // nobody flushes later
+    if (state().process_ends) log.flush();  // no flush follows
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace hsms {
 std::size_t max_message_length();
 std::vector<std::string> allowed_hosts();
 
-/// Whether a journal line would be heard: building one is not cheap.
+/// Whether there is a journal: building a line for it is not cheap.
 bool journal_wanted();
 void journal(const std::string& line);
 

@@ -8,15 +8,15 @@ namespace {
 
 constexpr std::size_t first_block = std::size_t{16} << 10U;
 constexpr std::size_t largest_block = std::size_t{4} << 20U;
-// After so many messages, blocks that none of them needed are given back; what is beyond the most that is
-// kept, after each.
+// After this many messages, blocks that none of them needed are given back; what exceeds most_kept, after
+// each message.
 constexpr std::size_t resets_per_review = 64;
 constexpr std::size_t most_kept = std::size_t{8} << 20U;
 
 }  // namespace
 
 void ItemArena::next_block(std::size_t size) {
-    // A kept block that is too small for this piece stays unused after the one that is put in front of it.
+    // A kept block that is too small for this piece stays unused; a new one goes in front of it.
     if (used_blocks_ == blocks_.size() || blocks_[used_blocks_].size < size) {
         const std::size_t grown =
             used_blocks_ == 0 ? first_block : std::min(blocks_[used_blocks_ - 1].size * 2, largest_block);

@@ -8,7 +8,7 @@
 namespace hsms {
 
 /// Hands out memory that is taken back all at once. A few megabytes of blocks are kept for the next use, and
-/// given back when a while has passed in which less was needed. One thread at a time.
+/// given back when less has been needed for a while. One thread at a time.
 class ItemArena {
   public:
     /// `size` bytes, aligned for pointers.

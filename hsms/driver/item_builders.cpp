@@ -65,7 +65,7 @@ class NodeCache {
 
   private:
 #if defined(__SANITIZE_ADDRESS__) || FA_HAS_ADDRESS_SANITIZER
-    static constexpr std::ptrdiff_t most_kept = 0;  // or a use of a freed node would go unseen
+    static constexpr std::ptrdiff_t most_kept = 0;  // or the sanitizer would miss a use of a freed node
 #else
     static constexpr std::ptrdiff_t most_kept = 16384;
 #endif

@@ -90,7 +90,7 @@ hsms::Milliseconds time_of(std::uint32_t milliseconds) {
     return hsms::Milliseconds(std::max(milliseconds, std::uint32_t{1}));
 }
 
-/// Says which settings are outside of what SEMI E37 allows, and what is used. They come as the settings file
+/// Logs which settings are outside of what SEMI E37 allows, and what is used. They come as the settings file
 /// has them; a number too wide for its field was cut before it came here.
 void note_settings(const __secs_sets& sets) {
     const struct {
@@ -145,7 +145,7 @@ void give_back_memory() {
 #endif
 }
 
-/// Runs a callback of the module; what leaves it ends here, with one line.
+/// Runs a callback of the module; an exception from it ends here, with one line in the log.
 template <class Callback>
 void guarded(const char* name, Callback callback) {
     try {
@@ -304,9 +304,9 @@ void SecsDestroy(void* handle) {
 
 namespace {
 
-/// The connection has ended, and the sender may not know it yet: going on at once it would lose
-/// message after message. So it learns it first; and when the host is back soon, the message still goes out.
-/// Nothing of it was sent before.
+/// The connection has ended and the module may not know yet: without a pause it would lose message after
+/// message. So this waits until on_close was called, and sends the message if the host is back soon. Nothing
+/// of it was sent before.
 unsigned long send_to_the_next(hsms::Link& link, unsigned char stream, unsigned char function, bool wbit,
                                const std::string& body) {
     constexpr hsms::Milliseconds patience{1000};
@@ -316,7 +316,7 @@ unsigned long send_to_the_next(hsms::Link& link, unsigned char stream, unsigned 
         link.await_close();
         if (!link.await_selected(patience)) return 0;
         if (const unsigned long id = link.send(stream, function, wbit, body)) return id;
-        std::this_thread::sleep_for(pause);  // its end is known to the session, but not to the link yet
+        std::this_thread::sleep_for(pause);  // the session knows that it has ended, the link does not yet
     }
     return 0;
 }
@@ -335,7 +335,7 @@ unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned c
     });
 }
 
-/// The id of the primary when the reply was sent, whatever that id is; 0 when it was not.
+/// The primary's id (any number) when the reply was sent, 0 when it was not.
 unsigned long SecsReplyMessageItem(void* handle, unsigned char stream, unsigned char function,
                                    _SECS_ITEM* body, unsigned long reply_expected, unsigned long msgid) {
     journal_message("SecsReplyMessageItem", handle, stream, function, body, reply_expected, &msgid);

@@ -7,7 +7,7 @@
 namespace hsms {
 namespace {
 
-// Where reading stops, and the part of it at which reading goes on.
+// Above either of these reading stops, until the queue is down to half.
 constexpr std::size_t max_queued_bytes = std::size_t{64} << 20U;
 constexpr std::size_t max_queued_events = 65536;
 
@@ -100,7 +100,7 @@ const CallbackLane* CallbackLane::current() {
     return current_lane;
 }
 
-/// The next event; that of the close once nothing else is queued.
+/// The next event; the close comes last.
 LaneEvent CallbackLane::take(std::unique_lock<std::mutex>& lock) {
     wake_.wait(lock, [&] { return !queue_.empty() || closing_; });
     if (queue_.empty()) {

@@ -325,7 +325,7 @@ void Connection::go_down(const std::string& reason) {
     hold_timer_.cancel();
     events_.log("connection with " + peer_ + " closed: " + reason);
     events_.down();
-    lane_->close();  // last: who hears of the close finds the link's state changed
+    lane_->close();  // last: the link's state must have changed before on_closed
 }
 
 /// Sends what is left, then waits for the peer to close: closing with unread input would make the peer's TCP

@@ -19,7 +19,7 @@
 
 namespace hsms {
 
-/// What a connection tells its owner, on the I/O thread.
+/// What a connection reports to its owner, on the I/O thread.
 struct ConnectionEvents {
     std::function<void(SessionState)> state_changed;
     std::function<void()> down;  ///< no message passes any more; the socket may linger

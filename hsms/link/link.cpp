@@ -63,7 +63,7 @@ void Link::stop() {
     end();
 }
 
-/// Ends what was started and returns it.
+/// Stops the running core, if any, and returns it.
 std::shared_ptr<LinkCore> Link::end() {
     auto ending = core();
     if (!ending) return nullptr;

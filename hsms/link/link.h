@@ -20,8 +20,8 @@ struct LinkOptions {
     /// Active: the address (or name) to connect to. Passive: one of this machine's own addresses is listened
     /// on; any other is the only peer let in (and all addresses are listened on); empty listens on 127.0.0.1.
     std::string address;
-    /// Passive: the address to listen on when `address` is the peer's, which it then is in any case. Empty:
-    /// all addresses, and binding tells whose `address` is.
+    /// Passive: the address to listen on; `address` is then always taken for the peer's. Empty: `address` is
+    /// the peer's when it cannot be bound here, as above.
     std::string listen_address;
     std::uint16_t port =
         5000;  ///< passive: 0 takes any free port, the same one again when a link is re-created

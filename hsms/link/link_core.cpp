@@ -11,8 +11,8 @@
 namespace hsms {
 namespace {
 
-// How long callbacks go on after the close of their connection: then what is still queued is dropped, and a
-// callback that runs on is not waited for.
+// How long callbacks go on after the close of their connection. Then what is still queued is dropped, and a
+// callback that is still running is no longer waited for.
 constexpr Milliseconds callback_grace{500};
 // Pause after work of the I/O thread failed (no memory).
 constexpr Milliseconds failure_pause{100};
@@ -64,7 +64,7 @@ bool LinkCore::running() const {
     return running_;
 }
 
-/// What fails on this thread (memory, mostly) ends the connection that is up and nothing else.
+/// A failure on this thread (mostly: no memory) only ends the connection that is up.
 void LinkCore::run() {
     for (const char* failure = nullptr; !io_.stopped();) {
         try {
@@ -165,7 +165,7 @@ void LinkCore::log(std::string_view line) const {
     if (!options_.log) return;
     try {
         options_.log(line);
-    } catch (const std::bad_alloc&) {  // a line is lost, nothing else
+    } catch (const std::bad_alloc&) {  // only this line is lost
     }
 }
 
@@ -173,7 +173,7 @@ void LinkCore::log(std::string_view line) const {
 
 void LinkCore::on_accepted(tcp::socket socket, const asio::ip::address& peer) {
     try {
-        // A peer that closed and came back at once is not to be refused because of its own predecessor.
+        // A peer that closes and reconnects at once must not be refused because of its old connection.
         if (const auto current = connection()) current->drain();
         if (connection()) return listener_.refuse(peer, "one is up");
         adopt(std::move(socket));

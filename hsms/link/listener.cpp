@@ -131,7 +131,7 @@ bool Listener::is_allowed(const asio::ip::address& address) const {
            std::any_of(options_.allowed_peers.begin(), options_.allowed_peers.end(), is_it);
 }
 
-/// A flood of connections may not write the log's history away.
+/// A flood of connections must not push the history out of the log.
 void Listener::refuse(const asio::ip::address& peer, const std::string& why) {
     if (++refused_lines_ > refused_lines) {
         ++left_out_;

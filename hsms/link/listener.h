@@ -15,7 +15,7 @@
 
 namespace hsms {
 
-/// What a listener tells its owner.
+/// What a listener reports to its owner.
 struct ListenerEvents {
     std::function<void()> listening;
     std::function<void(asio::ip::tcp::socket socket, const asio::ip::address& peer)> accepted;
@@ -29,8 +29,8 @@ class Listener {
 
     /// Before the I/O thread runs: false when the address cannot be listened on now.
     bool listen();
-    /// Accepts connections; tries to listen every T5 while it does not. Also takes up again what an exception
-    /// has broken off.
+    /// Accepts connections; tries to listen every T5 while it does not. Also resumes what an exception broke
+    /// off.
     void run();
     void close();
     /// Closes a connection that is not wanted: a line in the log, or a count of them when there are many.

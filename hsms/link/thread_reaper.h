@@ -1,4 +1,4 @@
-// Owner of threads whose end nobody waits for on the spot.
+// Threads that their creator does not wait for.
 #pragma once
 
 #include <functional>

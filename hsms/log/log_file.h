@@ -41,8 +41,8 @@ class LogFile {
     void entry(std::string_view text);
     /// Appends the text and a newline, without the time line.
     void line(std::string_view text);
-    /// Returns once all that was logged so far is in the file, or was given up: then a line that says why,
-    /// else an empty text.
+    /// Returns once everything logged so far is in the file or given up. Empty, or one line that says why it
+    /// was given up.
     std::string flush();
 
   private:

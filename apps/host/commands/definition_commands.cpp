@@ -69,8 +69,8 @@ struct Definer {
             Item::list({pair(report.rptid, with_values ? report.rvids : std::vector<std::uint32_t>{})}));
     }
 
-    // Each report alone, before anything is switched off: the first that is refused leaves all as it was. One
-    // that is defined already gives way later.
+    // Each report is tried alone before anything is switched off: if one is refused, nothing has changed. One
+    // that is defined already is replaced later.
     void try_reports() const {
         std::vector<const Definitions::Report*> added;
         try {
@@ -89,7 +89,7 @@ struct Definer {
         if (wanted.reports.empty()) return;
         const std::string what = fmt::format("S2F33 define {} report(s)", wanted.reports.size());
         if (desk.ask_code(2, 33, body(reports(true)), what, DRACK, defined_already) == 0) return;
-        // Defined under another DATAID, which the empty list does not reach everywhere.
+        // Defined under another DATAID: on some equipments the empty list does not delete those.
         desk.ask_code(2, 33, body(reports(false)), "S2F33 delete the same by number", DRACK);
         desk.ask_code(2, 33, body(reports(true)), what, DRACK);
     }
@@ -118,7 +118,7 @@ struct Definer {
         link_events();
     }
 
-    // Which events were on before is not to be had from the equipment; all of them is its usual start.
+    // The equipment cannot be asked which events were on before; usually all are on at its start.
     std::string enable_again() const {
         try {
             switch_events(desk, true, std::vector<std::uint32_t>{});

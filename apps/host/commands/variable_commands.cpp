@@ -38,7 +38,7 @@ void list_constants(Desk& desk, const std::vector<std::uint32_t>& ecids) {
     const Item values = desk.ask(2, 13, number_list(ecids));
     const std::size_t count = std::max(rows.children.size(), values.children.size());
     for (std::size_t i = 0; i < count; ++i) {
-        // Of all constants, one that is not described has its place in the list instead of its number.
+        // When all constants were asked for, one that is not described is shown by its place in the list.
         const std::string ecid = i < ecids.size() ? std::to_string(ecids[i]) : fmt::format("[{}]", i + 1);
         const Item* row = child(rows, i);
         desk.show(constant_line(ecid, plain_child(values, i), row == nullptr ? Item::list() : *row));

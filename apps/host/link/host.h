@@ -41,15 +41,14 @@ class Host {
     void stop() { link_.stop(); }
     std::uint16_t port() const { return link_.port(); }
 
-    /// True once selected; a close that went before is then forgiven.
+    /// True once selected; an earlier close no longer counts then.
     bool wait_selected(Milliseconds limit);
     /// True once the link was closed since the last wait_selected() that was true.
     bool wait_closed(Milliseconds limit);
     /// Selected, and not closed since the last wait_selected().
     bool usable() const;
-    /// Whether communication is still to be established: no S1F13 was answered with COMMACK 0, whoever sent
-    /// it, and an equipment may refuse all else. True once for a connection at most: the caller sends S1F13
-    /// then.
+    /// True when the caller has to send S1F13 first: neither side's S1F13 was answered with COMMACK 0 yet,
+    /// and the equipment may refuse everything else. True at most once for each connection.
     bool needs_establishing();
     /// Closes the link if need be, forgets what was received and waits until it is selected again.
     bool reconnect(Milliseconds limit);

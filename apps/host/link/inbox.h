@@ -1,4 +1,4 @@
-// Messages that came and that nobody has taken yet.
+// Messages that were received and not taken yet.
 #pragma once
 
 #include <cstdint>

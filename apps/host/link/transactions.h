@@ -29,7 +29,7 @@ struct ErrorReport {
     hsms::Header subject;
     std::string reason;  ///< "S9F5, function not recognised"
 };
-/// Nothing when the message is none of these, or its body is not the 10 bytes of a header.
+/// Nothing for any other message, or when the body is not the 10 bytes of a header.
 std::optional<ErrorReport> read_error_report(const sml::Message& message);
 
 /// One thread at a time. Ids are system bytes.
