@@ -19,7 +19,7 @@ bool is_text_or_bytes(unsigned char format) {
 }
 
 /// What the driver interface promises of a node, and what handlers rely on: they read the first element from
-/// the value area whatever the item holds.
+/// the value area of any item.
 void check_node(const _SECS_ITEM& node, const hsms::Item& item) {
     require(node.format == static_cast<unsigned char>(item.format), "both trees have the same format");
     if (node.format == Talwen::SECS_FORMAT_L) {

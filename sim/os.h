@@ -29,7 +29,7 @@ bool wait_for_stop(std::optional<std::chrono::milliseconds> limit);
 /// Lets wait_for_stop() return true from now on. Any thread.
 void request_stop();
 
-/// Writes all of it to standard output and waits as long as that takes; false when it cannot be written.
+/// Writes the whole text to standard output, however long that takes; false when it cannot be written.
 bool write_output(std::string_view bytes);
 /// The next line of standard input without its line end (the last one may lack it); nothing at the input's
 /// end and after end_input(). A line of more than `most` bytes is cut, to more than `most` all the same. One

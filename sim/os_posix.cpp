@@ -103,7 +103,7 @@ bool write_output(std::string_view bytes) {
         const auto count = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
         if (count > 0) {
             bytes.remove_prefix(static_cast<std::size_t>(count));
-        } else if (count < 0 && errno == EAGAIN) {  // whoever shares the output made it non-blocking
+        } else if (count < 0 && errno == EAGAIN) {  // a process sharing the output made it non-blocking
             pollfd output{STDOUT_FILENO, POLLOUT, 0};
             ::poll(&output, 1, -1);
         } else if (count == 0 || errno != EINTR) {

@@ -1,4 +1,4 @@
-// The machine's alarm list (fixed after the loading) and its queue of posted alarms. Any thread.
+// The machine's alarm list (fixed once loaded) and its queue of posted alarms. Any thread.
 #pragma once
 
 #include <mutex>

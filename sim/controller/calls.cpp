@@ -9,7 +9,7 @@ namespace sim {
 
 namespace {
 
-// Set before any operation registers itself, whatever the order of the files.
+// Initialised before any operation registers itself, in any order of the files.
 constinit Operation* first = nullptr;
 
 std::atomic<bool> journal_on{false};

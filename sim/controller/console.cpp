@@ -23,8 +23,8 @@ namespace sim {
 namespace {
 
 constexpr std::size_t buffer_limit = 4U << 20U;
-// How long a console line waits for the reader of standard output, and once a stop was asked for all who
-// print or flush.
+// How long a console line waits for the reader of standard output; after a stop request, how long everyone
+// who prints or flushes waits altogether.
 constexpr std::chrono::seconds patience{1};
 constexpr std::chrono::milliseconds stop_poll{50};
 // After a write, lines are collected for so long: a burst of messages prints a line for each, and waking the
@@ -32,7 +32,7 @@ constexpr std::chrono::milliseconds stop_poll{50};
 constexpr std::chrono::milliseconds collect_time{5};
 
 /// Standard output with a buffer and a thread of its own. Never destroyed: the thread may be stuck in a
-/// write that nobody reads when the process ends.
+/// write that is never read when the process ends.
 class Output {
   public:
     Output() {
@@ -98,7 +98,7 @@ class Output {
             log_system(Talwen::LOG_ERROR, std::to_string(dropped) + " console lines were dropped");
     }
 
-    /// False when a stop was asked for and the patience is at its end.
+    /// False when the patience after a stop request has run out.
     template <class Condition>
     bool wait(std::unique_lock<std::mutex>& lock, Condition condition) {
         while (!condition()) {
@@ -131,10 +131,10 @@ class Output {
 
     std::mutex mutex_;                 // what follows
     std::condition_variable wake_;     // the writer
-    std::condition_variable changed_;  // who waits for it
+    std::condition_variable changed_;  // callers that wait for it
     std::string pending_;
     bool idle_ = false;    // the writer sleeps until there is something to write
-    bool urgent_ = false;  // what is pending is not to wait for more
+    bool urgent_ = false;  // what is pending must not wait for more
     bool writing_ = false;
     std::uint64_t dropped_ = 0;  // console lines, not reported yet
     std::optional<Clock::time_point> deadline_;

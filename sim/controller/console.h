@@ -30,8 +30,8 @@ void set_console_sink(ConsoleSink sink);
 void print_console(Colour colour, const char* tag, std::string text);
 /// One line exactly as it is (a command's answer).
 void print_answer(std::string_view line);
-/// Returns once all that was printed so far has been written, or was given up after a stop; how many lines
-/// were dropped is in the framework log then.
+/// Returns once everything printed so far has been written, or given up after a stop; the framework log then
+/// has the number of dropped lines.
 void flush_console();
 
 }  // namespace sim

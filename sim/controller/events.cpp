@@ -20,7 +20,7 @@ struct Outcome {
 
 struct Event {
     std::string text;
-    std::shared_ptr<Outcome> outcome;  // null when nobody waits
+    std::shared_ptr<Outcome> outcome;  // null when no poster waits
     std::function<void()> handled;
 };
 

@@ -7,7 +7,7 @@
 
 namespace sim {
 
-/// The folder that holds the drives; the current folder at start. Set it while nothing else runs.
+/// The folder that holds the drives; the current folder at start. Set it only while no other thread runs.
 void set_data_folder(const std::filesystem::path& folder);
 std::filesystem::path data_folder();
 
@@ -20,7 +20,7 @@ void remove_unfinished_files();
 /// names pass unchanged.
 std::filesystem::path map_path(const char* path);
 
-/// Controller paths of the files that QFile_Open gave and nobody has closed yet.
+/// Controller paths of the files that QFile_Open opened and that are still open.
 std::vector<std::string> open_files();
 /// Closes them; what was being written is dropped. Only while the module does not use them any more.
 void close_open_files();

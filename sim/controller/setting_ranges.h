@@ -1,5 +1,5 @@
-// Ranges of the link's settings. The module takes whatever number it is given and cuts it to the driver's
-// fields; this controller says when that changes the number.
+// Ranges of the link's settings. The module takes any number and cuts it to the driver's fields; this
+// controller says when that changes the number.
 #pragma once
 
 #include <string_view>

@@ -51,7 +51,7 @@ class ValueTable {
     void set(std::size_t index, int number);
     void set(std::size_t index, std::string_view text);
 
-    /// The value as a text, whatever its type.
+    /// The value as a text, for either type.
     std::string get(std::size_t index) const;
     /// Sets the value from a text; false when a number is wanted and the text is not one.
     bool assign(std::size_t index, std::string_view text);

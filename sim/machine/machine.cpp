@@ -154,7 +154,7 @@ void Machine::carrier_arrives(int port, std::string_view id) {
     CarrierModule& module = carrier_module(port);
     if (tool_places_carrier(port - 1, id)) return;
     put_carrier(module, id);
-    set_carrier_id(module, id);  // nothing moves that would read it
+    set_carrier_id(module, id);  // no tool moves that would read it
 }
 
 void Machine::carrier_removed(int port) {

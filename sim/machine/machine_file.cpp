@@ -133,7 +133,7 @@ void read_tool(const Where& where, const toml::table& table, MachineState& state
     state.gem.set(static_cast<std::size_t>(Gem::Soft_Revision), tool.revision);
 }
 
-/// A name leads to one point, whatever its kind; a point without a name is reached by its index alone.
+/// Names are unique over all kinds of points; a point without a name is reached only by its index.
 template <class Point>
 void name_point(const Where& where, const toml::table& table, MachineState& state, Talwen::IO_TYPE type,
                 const Point& point, std::size_t count) {

@@ -145,7 +145,7 @@ void Cluster::tell_chamber(ToolStep step, const Wafer& wafer, int number, std::s
                 .name = name});
 }
 
-/// One of the module's own alarms, which name it first; any when it has none.
+/// One of the module's own alarms (their text begins with its name); any alarm when it has none.
 const Alarms::Alarm* Cluster::choose_alarm(std::string_view module) {
     std::vector<const Alarms::Alarm*> own, all;
     for (int i = 0; i < machine_.alarms.count(); ++i) {

@@ -1,6 +1,6 @@
 // The cluster tool itself: load ports, an atmospheric robot, an aligner, a load lock for each direction, a
-// vacuum robot and the process modules. No thread and no clock of its own: whoever drives it takes the
-// timeline's steps. One thread at a time.
+// vacuum robot and the process modules. It has no thread and no clock: its owner runs the timeline's steps.
+// One thread at a time.
 #pragma once
 
 #include <algorithm>
@@ -114,7 +114,7 @@ class Cluster {
         int port;
     };
 
-    // tool_ports.cpp
+    // ports.cpp
     static std::optional<Words> read_request(std::string_view text);
     int carry_out(const PortRequest& request, int port, std::string_view arguments);
     void start_sequence(int port, std::span<const PortStep> steps, PortState then);
@@ -129,7 +129,7 @@ class Cluster {
     bool routine_runs(const char* name, int port) const;
     void set_routine(int port, Talwen::FUNC_STATUS status);
 
-    // tool_lots.cpp
+    // lots.cpp
     int start_lot(int port, std::string_view arguments);
     bool knows_recipe(const std::string& recipe) const;
     bool fill_lot(Lot& lot, int port, int first, int last);
@@ -142,7 +142,7 @@ class Cluster {
     void abort_lot(int port);
     void free_what_is_taken_by(int port);
 
-    // tool_wafers.cpp
+    // wafers.cpp
     void dispatch();
     Wafer* candidate(const Move& move);
     bool may_move(const Wafer& wafer, const Move& move) const;
@@ -158,7 +158,7 @@ class Cluster {
     void show_place(At at, std::string_view id);
     void tell_wafer(ToolStep step, const Wafer& wafer);
 
-    // tool_chambers.cpp
+    // chambers.cpp
     void begin_process(Wafer& wafer);
     void begin_step(Wafer& wafer);
     void strike(Wafer& wafer);
@@ -172,8 +172,8 @@ class Cluster {
     void start_noise();
     void make_noise();
 
-    // tool_cluster.cpp
-    /// After some seconds, unless what goes on at the port has ended by then.
+    // cluster.cpp
+    /// Runs the action after some seconds of machine time, unless what goes on at the port has ended by then.
     void after(double seconds, int port, std::function<void()> action);
     void tell(ToolStep step, const ToolFacts& facts);
     void tell_port(ToolStep step, int port, int number = 0);

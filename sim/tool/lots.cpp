@@ -167,7 +167,7 @@ void Cluster::end_lot(int port, ToolStep step) {
     start_sequence(port, closing, PortState::undocked);
 }
 
-/// At once: the wafers under way are back in the carrier as if by hand.
+/// Takes effect at once: the wafers under way are back in the carrier, as if put there by hand.
 void Cluster::abort_lot(int port) {
     free_what_is_taken_by(port);
     for (Wafer& wafer : port_at(port).lot->wafers) {

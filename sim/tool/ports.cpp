@@ -148,7 +148,7 @@ void Cluster::await_fetch(int port) {
     });
 }
 
-/// The carrier is gone, whatever went on.
+/// The carrier is gone; a lot or a sequence at the port ends.
 void Cluster::vacate(int port) {
     if (port_at(port).lot) abort_lot(port);
     ++port_at(port).epoch;
@@ -159,7 +159,7 @@ void Cluster::vacate(int port) {
     after(0, port, [this, port] { forget_carrier(port); });
 }
 
-/// One step after the removal, so that its events still carry what they are about.
+/// One step after the removal, so that its events still carry the carrier's data.
 void Cluster::forget_carrier(int port) {
     const std::string cm = "CM" + to_text(port + 1);
     for (const char* point : {"ReadCID", "LotID", "PPID"}) put_point(machine_, cm, point, "");

@@ -1,4 +1,4 @@
-// What happens on the tool, and the event commands that tell the module of it.
+// What happens on the tool, and the event commands that report it to the module.
 #pragma once
 
 #include <string>

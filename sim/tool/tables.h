@@ -25,8 +25,8 @@ inline constexpr std::array<const char*, 5> other_modules = {"EFEM", "TM", "Alig
 enum class PortState {
     empty,
     busy,        // a sequence below is under way
-    identified,  // docked, the host is to say go on with this carrier id
-    mapped,      // open, the host is to say go on with this slot map
+    identified,  // docked, waits for ProceedWithCarrierID
+    mapped,      // open, waits for ProceedWithSlotMap
     ready,       // waits for the lot's start
     running,
     paused,
@@ -77,7 +77,7 @@ enum class At { carrier, aligner, lock_in, chamber, lock_out, home };
 enum class Robot { atmospheric, vacuum };
 inline constexpr std::size_t robot_count = 2;
 
-/// The module of a place that there is one of; empty for carriers and process modules.
+/// The module of a place of which there is one; empty for carriers and process modules.
 std::string_view module_of(At place);
 std::string_view module_of(Robot robot);
 
@@ -91,7 +91,7 @@ struct Move {
 /// The moves, the one nearest to the wafer's home first: it is tried first.
 extern const std::array<Move, 6> moves;
 
-/// What happens to a wafer at a place that there is one of.
+/// What happens to a wafer at a place of which there is one.
 struct Activity {
     At place;
     double seconds;

@@ -1,4 +1,4 @@
-// What is to be done and when, in machine time, and the tool's chance. One thread at a time.
+// What has to be done and when, in machine time, and the tool's random numbers. One thread at a time.
 #pragma once
 
 #include <cmath>

@@ -54,7 +54,7 @@ void pass_time() {
     }
 }
 
-/// Gives the request to a tool that runs; nothing else.
+/// Gives the request to the tool, if it runs.
 template <class Request>
 void with_tool(Request request) {
     const std::lock_guard lock(mutex);
@@ -64,8 +64,8 @@ void with_tool(Request request) {
     changed.notify_all();
 }
 
-/// The next step waits until the module has handled the events of the last: what it reads then is what they
-/// are about, however fast the tool runs.
+/// The next step waits until the module has handled the events of the last one: what it reads for them is
+/// still true then, however fast the tool runs.
 void run() {
     std::unique_lock lock(mutex);
     while (!stopping) {

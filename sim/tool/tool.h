@@ -2,9 +2,9 @@
 // machine time and posts the event commands of each step. It runs beside the module when [tool] moving is
 // true.
 //
-// Machine time rests while nothing is to be done, and a step waits until the module has handled the events of
-// the last, so a run's events depend on the seed and the requests alone. Any thread may call what is declared
-// here.
+// Machine time rests while there is nothing to do, and a step waits until the module has handled the events
+// of the last, so a run's events depend on the seed and the requests alone. Any thread may call what is
+// declared here.
 #pragma once
 
 #include <cstdint>
@@ -26,10 +26,10 @@ struct ToolEvent {
     bool operator==(const ToolEvent&) const = default;
 };
 
-/// Starts the tool's thread when the machine is to move; carriers that are on the load ports arrive then.
-/// With moving = false or a speed that is not above 0, and before the start, everything below does nothing.
+/// Starts the tool's thread if the machine moves; carriers that are on the load ports arrive then. With
+/// moving = false or a speed that is not above 0, and before the start, everything below does nothing.
 void start_tool();
-/// Ends the thread; what was under way is dropped. Harmless when it does not run.
+/// Ends the thread; unfinished work is dropped. Harmless when it does not run.
 void stop_tool();
 
 /// A request to the scheduler; its result as QSCH_RUN_F_SCHEDULER gives it. Nothing while no tool runs.

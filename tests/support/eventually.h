@@ -1,4 +1,4 @@
-// For what nobody announces: a thread or a descriptor that is still on its way out.
+// For what cannot be awaited: the end of a thread or of a descriptor.
 #pragma once
 
 #include <chrono>

@@ -72,7 +72,7 @@ inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
     return all;
 }
 
-/// The text with a word in braces replaced wherever it stands: "{word}".
+/// The text with every "{word}" replaced.
 inline std::string with(std::string text, const std::string& word, const std::string& value) {
     const std::string braced = "{" + word + "}";
     for (auto at = text.find(braced); at != std::string::npos; at = text.find(braced, at + value.size()))
@@ -88,7 +88,7 @@ std::string joined(const Numbers& numbers) {
     return text;
 }
 
-/// Alarms of a machine file: "ALID level text", one behind each comma.
+/// Alarms of a machine file: "ALID level text", separated by commas.
 inline std::string alarms(const std::string& list) {
     std::string toml;
     std::istringstream all(list);
@@ -214,8 +214,8 @@ class ModuleFixture : public ::testing::Test {
         table.put(defined);
     }
 
-    /// What the host's message comes to: the reply, or "=" and the result when there is none, "none" for a
-    /// format error; then the log.
+    /// What the host's message comes to: the reply, or "=" and the result without one, "none" for a format
+    /// error; then the log.
     std::string answer_to(const std::string& message, unsigned long replied = 7000) {
         driver().reset();
         const unsigned long result = driver().host_sends(message);

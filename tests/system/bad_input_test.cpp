@@ -56,7 +56,7 @@ void add_broken_frames(std::vector<Fault>& faults) {
         for (const bool unselected : {false, true}) faults.push_back({impossible, unselected});
     }
     for (const unsigned p_type : {1U, 2U, 127U, 255U}) faults.push_back({frame(0, 0x81, 1, p_type, 0, 50)});
-    // Unknown ones; responses and a reject nobody asked for; separate, deselect, a second select.
+    // Unknown ones; unexpected responses and an unexpected reject; separate, deselect, a second select.
     for (const unsigned s_type : {8U, 10U, 11U, 127U, 128U, 255U, 2U, 4U, 6U, 7U, 9U, 3U, 1U})
         faults.push_back({frame(0xFFFF, 0, s_type == 7 ? 4 : 0, 0, s_type, 50)});
     for (const unsigned s_type : {1U, 5U}) faults.push_back({frame(0xFFFF, 0, 0, 0, s_type, 50, "body")});

@@ -93,7 +93,7 @@ TEST_F(ModuleLife, DestructionRightAfterConstruction) {
     start();
 }
 
-/// What the module is in the middle of when it is stopped, or is to reconnect.
+/// What the module is in the middle of when it is stopped or has to reconnect.
 struct Middle {
     const char* name;
     std::uint16_t active_port;
@@ -129,7 +129,7 @@ const Middle middles[] = {
     {"waiting for a reply", 0, waits_for_a_reply},
     {"sending", 0, sends},
     {"flooded by the host", 0, floods},
-    {"connecting", 9, nullptr},  // the discard port of loopback: nobody is there
+    {"connecting", 9, nullptr},  // the discard port of loopback, where nothing listens
 };
 
 class LifeInTheMiddle : public ModuleLife {

@@ -44,7 +44,7 @@ enum Ceid : int {
     numbered = 54101,
 };
 
-/// By slot, what befell each wafer of the port: "30301 LP1>EFEM; 10303 MAIN; ". What a process module tells
+/// By slot, what befell each wafer of the port: "30301 LP1>EFEM; 10303 MAIN; ". What a process module reports
 /// belongs to the wafer that was last placed in it; steps that an alarm held are left out.
 std::map<int, std::string> wafer_histories(const std::vector<Event>& events, int port);
 /// A wafer's whole way from port 1 through a process module and back.

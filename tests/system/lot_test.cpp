@@ -1,5 +1,5 @@
-// Lots from the carrier's arrival to its departure, by remote commands alone: what the host gets to know of every
-// wafer, the same seed twice, and the demo's script.
+// Lots from the carrier's arrival to its departure, by remote commands alone: what the host gets to know of
+// every wafer, the same seed twice, and the demo's script.
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -56,7 +56,7 @@ class OneLot {
             lot_info += " <L <A 'LOT7'> <A 'LOT7-" + std::to_string(slot) + "'>>";
             slot_map += " 1";
         }
-        await(lots::on_line_remote);  // what the tool tells before is refused
+        await(lots::on_line_remote);  // events of the tool before that are refused
         EXPECT_EQ(equipment_.command("carrier arrive 1 FOUP01"), "= ok");
         await(lots::carrier_docked);
         give(command("ProceedWithCarrierID", {port, carrier}));

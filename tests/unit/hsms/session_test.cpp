@@ -82,7 +82,7 @@ TEST(Session, AnswersEveryMessageInEveryState) {
         {act, "FF FF 00 00 00 02 00 00 00 65", 0, "", "selected", sel},
         {act, "FF FF 00 01 00 02 00 00 00 65", 0, "", "close", idle},
         {act, "FF FF 00 00 00 01 00 00 00 09", 0, "FF FF 00 00 00 02 00 00 00 09", "selected", sel},
-        // responses nobody waits for
+        // unexpected responses
         {act, "FF FF 00 00 00 02 00 00 00 66", 0, "FF FF 02 03 00 07 00 00 00 66", "", idle},
         {act, "FF FF 00 00 00 06 00 00 00 65", 0, "FF FF 06 03 00 07 00 00 00 65", "", idle},
         {idle, "FF FF 00 00 00 02 00 00 00 07", 0, "FF FF 02 03 00 07 00 00 00 07", "", idle},

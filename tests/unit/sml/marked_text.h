@@ -6,8 +6,8 @@
 
 #include "sml/cursor.h"
 
-/// Nothing when `parse` finds the mistake at the mark, and says what is written there; else what it says.
-/// More text may mend a mistake at the end.
+/// Nothing when `parse` finds the mistake at the mark, and says what is written there; else what it says. A
+/// mistake at the end may be right with more text.
 template <class Parse>
 std::string unlike_marked(std::string text, Parse parse) {
     const std::size_t mark = text.find('^');

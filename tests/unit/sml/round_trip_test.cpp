@@ -1,4 +1,4 @@
-// Writer and reader are each other's inverse, whatever an item holds.
+// Writer and reader are each other's inverse, for any item.
 #include <gtest/gtest.h>
 #include <random>
 

@@ -34,8 +34,8 @@ class Definition_Files_Test : public Config_Test {
     bool save(const Definitions& kind) { return (module.get()->*kind.save)(); }
 };
 
-// List, bytes of its file ("/" ends a line), records, and the red lines, each ended by "@" and where it
-// stands in the file. A name stands for its smallest number; a report that goes on moves to the end.
+// List, bytes of its file ("/" ends a line), records, and the red lines, each ended by "@" and its place in
+// the file. A name means its smallest number; a report that goes on moves to the end.
 const char* const files = R"(
 RPTID | / 3 10 5,7 "two  "links"{bytes}"{cr}/-1 11{tab}6{cr}/ | 3 10 [5,7] two  links{bytes};-1 11 [6] ; |
 RPTID | 1 10 Temp,Door,+7 | 1 10 [6,5,7] ; |

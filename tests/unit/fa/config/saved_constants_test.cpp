@@ -91,7 +91,7 @@ TEST_F(Saved_Constants_Test, LooksInFourPlaces) {
     sim::set_system_log_sink([&](Talwen::LOG_TYPE type, std::string_view text) {
         logged += std::to_string(type) + ' ' + std::string(text) + ';';
     });
-    // The file that is there, simulation or real, the result, what is said, the log; J stands for the folder
+    // The file that is there, simulation or real, the result, what is said, the log; J is the folder
     // elsewhere.
     std::string table = R"(
 Z/FA/ECID_SAVE2.inf | real | good | {1}{restored} | {log}

@@ -35,7 +35,7 @@ class Settings_File_Test : public Config_Test {
     }
 };
 
-// Lines of a file (by "; ") of which each alone sets the same, what that is, which layout it tells ("" for
+// Lines of a file (by "; ") of which each alone sets the same, what that is, which layout it implies ("" for
 // neither), and what is printed. Everything else stays.
 const char* const keys = R"(
 LOCAL_IP 10.0.0.1 | fa:Local_IP=10.0.0.1 | old | y 获取 LOCAL_IP:10.0.0.1

@@ -10,7 +10,7 @@ using Talwen::ECID_List;
 using Talwen::RVID_List;
 using Talwen::SVID_List;
 
-/// The records of a table, each ended by "; " and without its id when that stands before it: id point io_type
+/// The records of a table, each ended by "; " and without its id when that comes before it: id point io_type
 /// max min dev isbuilt name unit format type vname description.
 template <class Table>
 std::string records(const Table& table) {

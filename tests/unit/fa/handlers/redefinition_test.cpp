@@ -36,7 +36,7 @@ class Redefinition : public fake::ModuleFixture {
 };
 
 TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {
-    // Report 10 carries 1, 2 or 3, 4, 3. Event 100 sends it alone (DATAID 1) or behind report 20 (DATAID 2).
+    // Report 10 carries 1, 2 or 3, 4, 3. Event 100 sends it alone (DATAID 1) or after report 20 (DATAID 2).
     // Each is taken away before it is defined anew, so an event may be without the report, or the report
     // empty.
     std::set<std::string> whole;

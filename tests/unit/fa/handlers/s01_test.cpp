@@ -8,8 +8,8 @@ using namespace Talwen;
 class S01 : public fake::ModuleFixture {};
 
 // Message; Comm_New_Version; what differs at the start; the answer's code or "who" (S1F2); LinkMD, CtrlMD,
-// Comm_Establish, Online_Status, Remote_Status, Control_State and the one event afterwards. All six stand at
-// 77 before ("U" afterwards), which no handler writes.
+// Comm_Establish, Online_Status, Remote_Status, Control_State and the one event afterwards. All six are 77
+// before ("U" afterwards), a value that no handler writes.
 const char* const table = R"(
 S1F1 W. | new | Online_Init=0 | who | 3 1 1 1 0 U ONLINE_LOCAL
 S1F1 W. | new | Online_Init=1 | who | 3 2 1 1 1 U ONLINE_REMOTE

@@ -13,7 +13,7 @@ using namespace Talwen;
 class S02Clock : public fake::ModuleFixture {
   protected:
     void SetUp() override {
-        ::unsetenv("FA_SYSTEM_CLOCK");  // whoever runs this: the machine's clock stays
+        ::unsetenv("FA_SYSTEM_CLOCK");  // also when root runs this, the machine's clock stays
         ModuleFixture::SetUp();
         set_states(fake::on_line);
         winapi::set_clock_privilege(false);

@@ -178,7 +178,7 @@ TEST_F(S02Commands, LongNamesAreCutInTheReplyAndLongTextsRefused) {
 }
 
 TEST_F(S02Commands, TheSchedulersResultDecidesTheAnswer) {
-    // Refused by the scheduler: no point is written behind it.
+    // Refused by the scheduler: no point is written after that.
     try_commands(R"(
 run=101 | START | {port1} | 3 PORTID:2 | run START1(F) | !PORTID
 run=102 | START | {port1} | 2 | run START1(F) | START:全自动运行中, 指令拒绝执行.

@@ -93,7 +93,7 @@ TEST_F(S02Constants, NewValuesAreTakenInTheFormatsOfTheirPoint) {
     EXPECT_EQ(writes(), before);
 }
 
-// The pair, its EAC and its log, where N stands for the pair's place in the list.
+// The pair, its EAC and its log, where N is the pair's place in the list.
 const char* const refused = R"(
 <L <U2 12> <U1 0>> | 1 | ECID:12 未识别.@
 <L <U4 300> <U1 0>> | 1 | ECID:300 未识别.@

@@ -43,7 +43,7 @@ std::string traces() {
     return text;
 }
 
-/// "<U4 1> <U4 2> ... <U4 n>", or the numbers with what stands between.
+/// "<U4 1> <U4 2> ... <U4 n>", or the numbers with another text between them.
 std::string many(int n, const std::string& between = "") {
     std::string text;
     for (int i = 1; i <= n; ++i)
@@ -126,7 +126,7 @@ S2F23 W <L {good}>. / S2F23 W. | none | 消息头格式错误 , 必须是 L5. @ 
 }
 
 TEST_F(S02Definitions, DefineReport) {
-    // What stands before the fault stays.
+    // What comes before the fault stays.
     const std::string table = R"(
 S2F33 W <L <U4 0> <L <L <U2 65535> <L <I8 65535> <A "1"> <U1 1>>>>>. | S2F34 <B 0x00>. |
     | {r} r65535@0:65535,1,1 {e}

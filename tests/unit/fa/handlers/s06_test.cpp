@@ -24,8 +24,8 @@ class S06 : public fake::ModuleFixture {
         set_states(fake::on_line);
     }
 
-    /// Variable `id` as report and as status variable, named "V" with its number behind; `kind` is its IO
-    /// type, point and format.
+    /// Variable `id` as report and as status variable, named "V" and its number; `kind` is its IO type, point
+    /// and format.
     static void define_variable(const std::string& id, const std::string& kind) {
         define(RVID_List, id + " " + kind + " 0 0 V" + id);
         define(SVID_List, id + " " + kind);

@@ -39,7 +39,7 @@ int pipe_of_output() {
     return ends[0];
 }
 
-/// Prints more than the pipe and the buffer hold, with nobody reading, after a stop was asked for.
+/// Prints more than the pipe and the buffer hold, with no reader, after a stop request.
 void print_to_nobody() {
     pipe_of_output();
     ::alarm(30);
