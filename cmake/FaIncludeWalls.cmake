@@ -1,5 +1,5 @@
-# Include walls: a target's sources find their own folder and those of the libraries they link, and nothing else of this
-# tree, so that a forbidden #include does not compile. Each library has an include root of links to what it exposes.
+# Include walls: a target's sources find only their own folder and those of the libraries they link, so that a forbidden
+# #include does not compile. Each library has an include root of links to what it exposes.
 
 # fa_exposes(target path...): `target`, and who links it, may include "path/..."; a path is a folder or one header.
 function(fa_exposes target)

@@ -10,7 +10,7 @@ std::map<int, ALID_STRU>& ALID_List =
 
 namespace {
 
-/// Category (SEMI E5) of an alarm level; `otherwise` for a level that stands for none.
+/// Category (SEMI E5) of an alarm level; `otherwise` for a level without one.
 unsigned char alarm_category(ALARM_LEVEL level, unsigned char otherwise) {
     switch (level) {
         case ALARM_WARNING: return 3;  // parameter control warning
@@ -59,9 +59,7 @@ bool BC_FA::QFA_Set_ALID_Enable(int alid, bool enable) {
     return true;
 }
 
-// Addresses the alarms numbered 0 to size - 1, not those in the table, and adds a record for each number that
-// is missing. Deliberate: with alarms numbered otherwise the real ones stay as they are, and the added
-// records, which point at alarm 0 of the framework's list, are listed by S5F6 with that alarm's text.
+// K19: the alarms numbered 0 to size - 1 are meant, not those in the table (docs/kept-behaviour.md).
 void BC_FA::QFA_Set_All_ALID_Enable(bool enable) {
     const std::lock_guard lock(ALID_Mutex);
     const int count = static_cast<int>(ALID_List.size());

@@ -7,7 +7,7 @@
 
 namespace Talwen {
 
-/// One alarm. Records are filled where they stand in the table and are not copied. Pointers to them are used
+/// One alarm. Records are filled in their place in the table and are not copied. Pointers to them are used
 /// without the mutex, hence the atomics: `enable` is written by the driver's callback thread, `ALCD` by the
 /// thread that brings an alarm event.
 struct ALID_STRU {
@@ -18,7 +18,7 @@ struct ALID_STRU {
     std::atomic<bool> enable = false;     ///< the alarm's report is enabled
 };
 
-/// Held by the four operations while they touch the table, and by whoever walks it. Nothing else is locked
+/// Held by the four operations while they touch the table, and by those who walk it. Nothing else is locked
 /// and the controller is not called under it.
 extern std::mutex ALID_Mutex;
 

@@ -1,5 +1,5 @@
-// What the loaders and writers of the configuration files share: where a file lies, its lines, its fields,
-// its numbers. Every loader runs on the framework thread before the module's threads start.
+// What the loaders and writers of the configuration files share: where a file is, its lines, its fields, its
+// numbers. Every loader runs on the framework thread before the module's threads start.
 #pragma once
 
 #include <array>
@@ -22,7 +22,7 @@ std::string Config_Primary_Path(const char* name);
 /// tested).
 std::string Config_Read_Path(const char* name);
 
-/// The lines of one file, read one by one. Closes the file at its end of life unless told otherwise.
+/// The lines of one file, read one by one. The destructor closes the file, unless leave_open() was called.
 class Config_Lines {
   public:
     /// Opens the file; see opened(). `raises`: next() throws when the file cannot be read, instead of ending.
@@ -58,7 +58,7 @@ class Config_Lines {
     int number_ = 0;
 };
 
-// Writing. A writer makes the whole text first, so that what goes wrong on the way leaves the old file.
+// Writing. A writer makes the whole text first, so that a failure on the way leaves the old file.
 
 /// Appends to the text (printf rules).
 void Config_Append(std::string& text, const char* format, ...) FA_PRINTF_FORMAT(2, 3);

@@ -189,7 +189,7 @@ class Report_Lines {
     bool goes_on_ = false;                                            // the last line's list ended with ","
 };
 
-// What is wrong with an event is said, but does not fail the load, unlike in traces and terminal messages.
+// A defect of an event is reported but does not fail the load, unlike in traces and terminal messages.
 void take_event(BC_FA& fa, const Config_Lines& lines) {
     std::string dataid, ceid, links;
     CEID_STRU event;
@@ -218,7 +218,7 @@ bool take_trace(BC_FA& fa, const Config_Lines& lines) {
         };
         trace.period = (two_digits(0) * 3600 + two_digits(2) * 60 + two_digits(4)) * 1000;
     } else {
-        // The trace is kept, with the period 0 and so a sample at each pass; deliberate.
+        // K17: the trace is kept and samples at each pass (docs/kept-behaviour.md).
         QPrint_Red(fa.Print_Tag, "DSPER:%s 格式错误, 应遵循格式 HHMMSS 占位6个字节.%s", trace.DSPER.c_str(),
                    lines.place(trid_file.loader, __LINE__).c_str());
         good = false;

@@ -77,8 +77,7 @@ bool BC_FA::QFA_Remove_RPTID_List(int rptid) {
     return true;
 }
 
-// The three "All" operations take the DATAID of a defining message, not a report or event number, on purpose:
-// they undo what that one message defined.
+// K18: the three "All" operations take the DATAID of the defining message (docs/kept-behaviour.md).
 bool BC_FA::QFA_Remove_All_RPTID_List(int dataid) {
     RPTID_List.remove_if(of_message<RPTID_STRU>(dataid));
     return true;

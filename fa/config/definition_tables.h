@@ -152,7 +152,7 @@ class Definition_List {
     /// Changes with every record that comes, goes or is replaced. Read it before all().
     std::uint64_t version() const { return version_; }
 
-    /// All records as they stand now, in order.
+    /// All records as they are now, in order.
     std::vector<Pointer> all() const {
         const std::lock_guard lock(mutex_);
         std::vector<Pointer> all;

@@ -56,9 +56,7 @@ std::size_t kind_of(const ECID_STRU& constant) {
     return static_cast<std::size_t>(constant.io_type);
 }
 
-/// The points of the constants numbered 0 to N - 1, N being the number of constants. The numbers are counted,
-/// not taken from the table, deliberately: a constant beyond a gap is not found but throws
-/// std::out_of_range, once it is reached.
+/// K16: the points of the ECIDs 0 to N - 1, counted; a gap throws std::out_of_range (docs/kept-behaviour.md).
 class Constant_Points {
   public:
     explicit Constant_Points(QSeqCon& controller) : controller_(controller) {}
@@ -112,7 +110,7 @@ class Restore {
         }
         Restored result = Restored::Good;
         while (next(lines, result)) {
-            // 1023 bytes would fit, and the definition loaders take them; here they are too long, on purpose.
+            // K12: lines of 1023 bytes are too long here (docs/kept-behaviour.md).
             if (lines.length() >= 1023) {
                 QPrint_Red(fa_.Print_Tag, "参数太长 - [%s]-[line:%d], 转[%s2]", lines.path(), lines.number(),
                            lines.path());

@@ -1,5 +1,5 @@
-// FA_SAVE.inf: the communication settings. The framework keeps the values; the module keeps only the flag
-// that tells which side is authoritative.
+// FA_SAVE.inf: the communication settings. The framework keeps the values; the module keeps only a flag,
+// which of the two sides is authoritative.
 #include <array>
 #include <cstddef>
 #include <string>
@@ -18,7 +18,7 @@ using C = QSeqCon;
 
 constexpr char settings_file[] = "FA_SAVE.inf";
 
-/// The words of a setting, by value, and the value that stands for everything else.
+/// The words of a setting, by value, and the value of everything else.
 struct Words {
     std::array<const char*, 3> words;
     int otherwise_read;
@@ -28,7 +28,7 @@ struct Words {
 constexpr Words connection{{"PASSIVE", "ACTIVE"}, 1, 0};
 constexpr Words control{{"OFFLINE", "LOCAL", "REMOTE"}, 1, 1};
 constexpr Words on_off{{"DISABLE", "ENABLE"}, 1, 0};
-// There is one method: whatever the file or the controller says, it is read as 0 and written as HSMS.
+// There is one method: anything is read as 0 and written as HSMS.
 constexpr Words method{{"HSMS"}, 0, 0};
 
 int value_of(const Words& words, const std::string& text) {
@@ -102,8 +102,7 @@ constexpr Key keys[] = {
     number("T6_PRM", &C::QFA_Set_T6, &C::QIO_Set_GEM_T6_Prm),
     number("T7_PRM", &C::QFA_Set_T7, &C::QIO_Set_GEM_T7_Prm),
     number("T8_PRM", &C::QFA_Set_T8, &C::QIO_Set_GEM_T8_Prm),
-    // COMM_TRY counts twice on purpose: as connection word, then the same text as control word, so that
-    // "COMM_TRY ACTIVE" alone also starts on-line local. A later COMM_CTRL line overrules the second.
+    // K10: COMM_TRY counts twice, as connection word and as control word (docs/kept-behaviour.md).
     word("COMM_TRY", connection, &C::QFA_Set_ConnMD, &C::QIO_Set_GEM_Comm_Try),
     word("COMM_TRY", control, &C::QFA_Set_CtrlMD, &C::QIO_Set_GEM_Init_ControlState),
     word("COMM_CTRL", control, &C::QFA_Set_CtrlMD, &C::QIO_Set_GEM_Init_ControlState),
@@ -214,7 +213,7 @@ bool BC_FA::FILE_SYSTEM_SETUP() {
         Config_Split(lines.text(), Config_White_Space, {&key, &value, &ignored});
         if (!apply(*this, key, value)) {
             QPrint_Red(Print_Tag, "配置项未识别:%s %s", key.c_str(), lines.place(loader, __LINE__).c_str());
-            lines.leave_open();  // deliberate: a file with an unknown key stays open, unlike one too long
+            lines.leave_open();  // K11 (docs/kept-behaviour.md)
             return false;
         }
     }

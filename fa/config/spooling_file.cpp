@@ -18,7 +18,7 @@ bool BC_FA::FILE_GET_ALL_SPOOLING() {
         return true;  // no file, nothing to spool
     }
     while (lines.next()) {
-        // 1023 bytes would fit, and the definition loaders take them; here they are too long, on purpose.
+        // K12: lines of 1023 bytes are too long here (docs/kept-behaviour.md).
         if (lines.length() >= 1023) {
             QPrint_Red(Print_Tag, "参数过长 - %s", lines.place("FILE_GET_ALL_SPOOLING", __LINE__).c_str());
             return false;

@@ -20,7 +20,7 @@ struct Type_Word {
     SECS_FORMAT format;
 };
 
-/// The words of the TYPE column. U8, I8, B and Boolean are no types of a variable.
+/// The words of the TYPE column. A variable cannot be U8, I8, B or Boolean.
 constexpr Type_Word type_words[] = {
     {"L", SECS_FORMAT_L},   {"U1", SECS_FORMAT_U1}, {"U2", SECS_FORMAT_U2}, {"U4", SECS_FORMAT_U4},
     {"I1", SECS_FORMAT_I1}, {"I2", SECS_FORMAT_I2}, {"I4", SECS_FORMAT_I4}, {"F4", SECS_FORMAT_F4},
@@ -45,8 +45,7 @@ const char* bind_by_name(QSeqCon& controller, VARIABLE_STRU& row) {
     return controller.QIO_Find(&row.point, &row.io_type, row.sv_name.c_str()) ? nullptr : "IO未识别";
 }
 
-// The writers' SVID and ECID rows have a unit column that the loaders do not expect, so that what they write
-// does not load back column for column. Deliberate: the written form is for tools.
+// K13: SVID and ECID are written with a unit column, but read without (docs/kept-behaviour.md).
 
 void write_row_with_unit(std::string& text, const VARIABLE_STRU& row) {
     Config_Append(text, "%-10d %-32s %-10s %-10s %-10d %-32s %-128s\n", row.id, row.sv_name.c_str(),
@@ -146,8 +145,8 @@ std::string place(const Variable_File& file, const Config_Lines& lines, int code
     return lines.place(file.loader, code_line);
 }
 
-/// Takes limits, decimals and unit from the row's point. A string point has none: the row keeps those of the
-/// row loaded before it, deliberately.
+/// Takes limits, decimals and unit from the row's point.
+/// K14: a string point's row keeps those of the row before it (docs/kept-behaviour.md).
 void take_limits(QSeqCon& controller, VARIABLE_STRU& row) {
     if (row.io_type == IO_DIGITAL) {
         row.max = controller.QDigital_Get_Max(row.point);
@@ -165,7 +164,7 @@ void take_limits(QSeqCon& controller, VARIABLE_STRU& row) {
 enum class Row { Good, Skipped, Unknown_Type };
 
 Row read_row(BC_FA& fa, const Variable_File& file, const Config_Lines& lines, VARIABLE_STRU& row) {
-    std::string id, isbuilt, vname;  // VNAME is read over
+    std::string id, isbuilt, vname;  // VNAME is skipped
     Config_Split(lines.text(), Config_White_Space,
                  {&id, &row.sv_name, &row.type, &isbuilt, &vname, &row.description});
     Config_Cut(row.sv_name, 63);
@@ -200,7 +199,7 @@ bool read_rows(BC_FA& fa, const Variable_File& file, Config_Lines& lines, std::v
         }
         const Row result = read_row(fa, file, lines, row);
         if (result == Row::Unknown_Type) {
-            lines.leave_open();  // deliberate: such a file stays open, unlike one too long
+            lines.leave_open();  // K11 (docs/kept-behaviour.md)
             return false;
         }
         if (result == Row::Good) rows.push_back(row);

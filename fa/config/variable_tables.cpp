@@ -17,8 +17,8 @@ Variable_Table<DVID_STRU>& DVID_List = *new Variable_Table<DVID_STRU>;
 
 namespace {
 
-/// Takes bracketed text out of a description. The unit is looked for in brackets at the end, but what is
-/// found goes back into the description and the unit stays "-". That is deliberate: do not "mend" it.
+/// Takes bracketed text out of a description.
+/// K15: a unit in brackets does not become the unit (docs/kept-behaviour.md).
 void handle_brackets(VARIABLE_STRU& record) {
     std::string& description = record.description;
     if (description.starts_with('[')) description = QStr_Right(description, ']');

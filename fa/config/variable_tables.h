@@ -88,11 +88,11 @@ class Variables {
     static bool is_direct(int id) { return id >= 0 && id < 65536; }
 
     std::vector<Entry> entries_;
-    std::vector<Record*> direct_;  // by id; what lies beyond is searched for
+    std::vector<Record*> direct_;  // by id; larger ids are searched for
 };
 
-/// A table that is replaced whole when it changes, so that whoever reads keeps what he has begun with. Any
-/// thread; the controller is not called under a lock.
+/// A table that is replaced whole when it changes, so that a reader keeps the one it began with. Any thread;
+/// the controller is not called under a lock.
 template <class Record>
 class Variable_Table {
   public:

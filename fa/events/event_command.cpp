@@ -59,8 +59,7 @@ void raise_event(BC_FA& fa, Keyword code, const Event_Command& command) {
     std::string selector;
     Event_Fields fields;
     if (code == Keyword::SUBST && command.is("TRACK")) {
-        // The selector of SUBST_TRACK is the fifth field, after a leading one that is not looked at:
-        // x|A|B|C|N|D|E|F. Deliberate; the event number is known only after the second split.
+        // K34: x|A|B|C|N|D|E|F, with the selector N in the fifth field (docs/kept-behaviour.md).
         std::string leading;
         std::string remainder;
         Split_Fields(command.arguments, '|', {&leading, &fields[0], &fields[1], &fields[2], &remainder});

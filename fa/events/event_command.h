@@ -10,8 +10,7 @@ namespace Talwen {
 
 class BC_FA;
 
-/// The words that commands begin with. The codes are the controller's; 105, 106 and 109 belong to no keyword,
-/// on purpose: they keep their places.
+/// The words that commands begin with. K32: the codes 105, 106 and 109 stay free (docs/kept-behaviour.md).
 enum class Keyword : int {
     NONE = 0,
     REQUEST = 1,

@@ -13,8 +13,8 @@ namespace {
 // Never destroyed: a process may exit while an event is being raised.
 std::mutex& Event_Mutex = *new std::mutex;
 
-/// True while this thread is inside an event. The framework never brings one from there; should a controller
-/// do so, it is refused: its values would mix with those of the outer event.
+/// True while this thread is inside an event. The framework never raises one from there; if a controller
+/// does, it is refused, since its values would mix with those of the outer event.
 thread_local bool inside_an_event = false;
 
 class Event_Guard {

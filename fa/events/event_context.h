@@ -49,7 +49,7 @@ using Event_Fields = std::array<std::string, 6>;
 /// nothing was queued. Any thread.
 bool Raise_Event(BC_FA& fa, Event_Family family, int ceid, int kind, const Event_Fields& fields);
 
-// Two families that no command reaches; kept for callers within the module. False for a kind outside.
+// Two families that no command raises; kept for callers within the module. False for a kind outside.
 /// Kinds 1 to 3: events 31001 to 31003 of a substrate. A port, B slot.
 bool Raise_Substrate_State_Event(BC_FA& fa, int kind, const Event_Fields& fields);
 /// Kinds 1 to 6: events 40101 to 40106 of a load port, kind 7: 40201. A port, B reject code, C reject text.

@@ -19,10 +19,7 @@ constexpr Ceid_Rule plus_100_n(int base) {
 using K = Keyword;
 using F = Event_Family;
 
-// Some numbers occur twice on purpose: CTRLMODE_STATE 1 and 2 raise one event with different kinds;
-// PORT_STATE 11 raises the number of EQUIPMENT_STATE 1; PORT_TRANSFER repeats PORT_STATE 1 to 7 and SUBST_OCR
-// repeats SUBST_TRACK 1 to 3. The subword of ALARM is the one of TRACE; ALARM_REPORT raises an event and
-// sends no S5F1.
+// K33: some event numbers occur twice; ALARM_REPORT sends no S5F1 (docs/kept-behaviour.md).
 //
 // clang-format off
 constexpr Event_Row rows[] = {

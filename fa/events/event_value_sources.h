@@ -161,7 +161,7 @@ std::string module_slot(const Event_Context& event) {
 }
 
 inline std::string trace_period(const Event_Context&) {
-    return "HHMMSS";  // the letters themselves, not a time; deliberate
+    return "HHMMSS";  // K35: the letters (docs/kept-behaviour.md)
 }
 
 /// Kinds from 1: lot recipes, from 11: cluster recipes, from 21: recipes of the process module B.

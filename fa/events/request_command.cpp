@@ -20,7 +20,7 @@ void request_while_disabled(BC_FA& fa, const Event_Command& command) {
         OnlineLog("忽略 FA消息处理 , FA Disabled.[%s]", command.text);
 }
 
-// ENABLE and DISABLE mean nothing here on purpose: the controller disables through the GEM enable point.
+// K37: ENABLE and DISABLE do nothing here (docs/kept-behaviour.md).
 void request_while_enabled(BC_FA& fa, const Event_Command& command) {
     if (command.is("RECONNECT")) {
         if (!fa.FILE_SAVE_SYSTEM_SETUP()) OnlineLog("FA_SAVE.inf 保存失败!");

@@ -23,7 +23,7 @@ void send_alarm(BC_FA& fa, const Event_Command& command, bool set) {
     const int alid = Config_Int(command.arguments);
     ALID_STRU* alarm = nullptr;
     if (!fa.QFA_Get_ALID_Stru(alid, &alarm)) {
-        // An unknown alarm that is cleared goes without a line, on purpose.
+        // K38: clearing an unknown alarm leaves no log line (docs/kept-behaviour.md).
         if (set) OnlineLog("%s , AlarmID 未识别 , 不能向主机端传送!", "Talwen::BC_FA::QProgram_Event_Code");
         return;
     }
@@ -34,8 +34,8 @@ void send_alarm(BC_FA& fa, const Event_Command& command, bool set) {
     Queue_Alarm_Report(alcd, alid, buffer);
 }
 
-/// Off-line nothing but an S1F13 goes out; only with the newer settings does one come as far as here, since
-/// the older ones refuse every SEND while off-line. Without communication only what may be spooled is queued.
+/// Off-line only S1F13 goes out, and only with the newer settings: with the older ones the gate refuses every
+/// SEND while off-line. Without communication only what may be spooled is queued.
 bool may_queue(BC_FA& fa, unsigned char stream, unsigned char function) {
     const bool on_line = Get_Control_State(fa) >= Control_State::local;
     if (Get_Link_State(fa) == Link_State::communicating) return on_line || (stream == 1 && function == 13);
@@ -70,7 +70,7 @@ void Run_Send_Command(BC_FA& fa, const Event_Command& command) {
         send_alarm(fa, command, true);
     else if (command.is("ALARM_CLEAR"))
         send_alarm(fa, command, false);
-    else if (command.is("PRIMIRY"))  // spelled so by the controller
+    else if (command.is("PRIMIRY"))  // the controller's spelling
         send_primary(fa, command);
 }
 

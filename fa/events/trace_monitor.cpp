@@ -21,11 +21,11 @@ namespace {
 constexpr unsigned int look_ms = 50;
 constexpr int looks_in_a_pass = 10;
 
-/// Adds up the milliseconds for which the traces have run; what is no whole millisecond is kept for later, so
-/// that nothing is lost over many samples.
+/// Adds up the milliseconds for which the traces have run; fractions are kept, so that nothing is lost over
+/// many samples.
 class Running_Time {
   public:
-    /// Counts the time since the last look, unless the traces stood still at either of the two.
+    /// Counts the time since the last look, unless the traces were stopped at either of the two.
     void look(bool running) {
         const Clock::time_point now = Clock::now();
         if (running && ran_) counted_ += now - last_look_;
@@ -59,7 +59,7 @@ class Trace_Watch {
     void look(BC_FA& fa) {
         const std::uint64_t version = TRID_List.version();
         const bool changed = version != version_;
-        // Before the clock: none of them starts later than it says.
+        // Before the clock is read: so none of them starts later than that.
         Trace_Records now = changed ? TRID_List.all() : Trace_Records();
         time_.look(traces_run(fa));
         const int pass_ms = time_.milliseconds();

@@ -28,7 +28,7 @@ class QSequence : public QSeqCon {
     virtual void QProgram_Reserved_2();
     virtual void QProgram_Reserved_3();
 
-    /// Raised by the framework when the module is to end.
+    /// Set by the framework when the module has to end.
     std::atomic<unsigned char> Stop_Request;
     /// First argument of every console print of the module.
     const char* Print_Tag;

@@ -11,14 +11,14 @@ bool QStr_Compare(const char* a, const char* b, int n);
 /// The same for whole words of commands and files: blanks round a word do not count. Case does.
 bool QStr_Compare_L(const char* a, const char* b);
 bool QStr_Compare_L(const char* a, const char* b, int n);
-/// True when `part` stands in `text`.
+/// True when `text` contains `part`.
 bool QStr_Find_SubString(const char* text, const char* part);
 bool QStr_Find_SubString_L(const char* text, const char* part);
 /// Copies at most size - 1 bytes and a NUL; false when the text was cut.
 bool QStr_Copy_Stack(char* out, const char* text, int size);
 /// Reads "SxFy" (also "SxxFyy"), x 0 to 127 and y 0 to 255; false, outputs untouched, for anything else.
 bool QStr_Check_SxxFxx(const char* text, unsigned char* stream, unsigned char* function);
-/// Nonzero when the text is a decimal integer, sign allowed, with nothing behind it.
+/// Nonzero when the text is a decimal integer, sign allowed, with nothing after it.
 int QStr_Int_Check(const char* text);
 /// The integer in `count` characters from `start`; 0 where the text is shorter or holds no digits.
 int QStr_Ext_Int_From_Str(const char* text, int start, int count);
@@ -40,8 +40,8 @@ void QStr_Replace(std::string& text, char mark, char by);
 void QStr_Seperate(const char* text, char* first, char* rest, int size);
 
 /// Splits a text at `mark` into as many fields as there are outputs; the last output is all that is left.
-/// Mark 13 stands for white space (blank, tab, CR, LF): runs of it count once and are trimmed off the ends of
-/// the last output. Missing fields are empty; each output is cut to size - 1 bytes.
+/// Mark 13 means white space (blank, tab, CR, LF): runs of it count once and are trimmed off the ends of the
+/// last output. Missing fields are empty; each output is cut to size - 1 bytes.
 void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, int size);
 void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, char* o3, int size);
 void QStr_Seperate_Char(const char* text, char mark, char* o1, char* o2, char* o3, char* o4, int size);

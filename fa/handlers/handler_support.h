@@ -10,7 +10,7 @@
 
 namespace Talwen {
 
-/// The two arguments behind a format error's text: "...[代码行:%s:%d]".
+/// The two arguments that end a format error's text: "...[代码行:%s:%d]".
 #define FA_CODE_LINE(handler) "Talwen::BC_FA::" handler, __LINE__
 
 /// What a request comes to: the acknowledge code to answer, or nothing for a malformed message, which gets no
@@ -18,7 +18,7 @@ namespace Talwen {
 using Verdict = std::optional<unsigned char>;
 inline constexpr unsigned char Accepted = 0;
 
-/// Text of an A item (or bytes of a B item), whole and with a NUL behind it; good while the item is.
+/// Text of an A item (or bytes of a B item), whole and with a NUL after it; valid as long as the item.
 const char* Item_Text(const _SECS_ITEM& item);
 
 inline bool Is_List_Of(const _SECS_ITEM& item, int count) {
@@ -39,7 +39,7 @@ unsigned long Reply_Verdict(void* handle, unsigned char stream, unsigned char fu
 /// A one-byte binary acknowledge code.
 Item_Owner Acknowledge_Item(unsigned char code);
 
-/// The text item "-" that stands for an unknown or unreadable value.
+/// The text item "-" in place of an unknown or unreadable value.
 Item_Owner Placeholder_Item();
 
 }  // namespace Talwen

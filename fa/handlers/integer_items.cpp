@@ -36,7 +36,7 @@ constexpr Integer_Format integer_formats[] = {
     {SECS_FORMAT_I4, 4, element_at<std::int32_t>},  {SECS_FORMAT_I8, 8, element_at<std::int64_t>},
 };
 
-/// Null for a format of no integers.
+/// Null for every other format.
 const Integer_Format* find_format(unsigned char format) {
     const auto* found = std::ranges::find(integer_formats, format, &Integer_Format::format);
     return found == std::end(integer_formats) ? nullptr : found;

@@ -69,7 +69,7 @@ unsigned long BC_FA::recv_S01F14(void* /*handle*/, _SECS_ITEM* item, unsigned lo
     }
     Host_Accepts_Communication(*this);
 
-    // Only now are the host's names looked at; what is written above stays even when they are refused.
+    // K21: the host's names are checked only after the state was written (docs/kept-behaviour.md).
     if (identity.count != 2) return 1;
     const unsigned char mdln = identity.children[0]->format;
     const unsigned char softrev = identity.children[1]->format;
@@ -77,8 +77,7 @@ unsigned long BC_FA::recv_S01F14(void* /*handle*/, _SECS_ITEM* item, unsigned lo
         OnlineLog("<MDLN> 格式错误 , 必须是 B/A.[代码行:%s:%d]", FA_CODE_LINE("recv_S01F14"));
         return Format_Error;
     }
-    // A SOFTREV that is no text is judged by MDLN's format, not by its own: hosts that send MDLN as B are let
-    // through whatever their SOFTREV is. Do not test SOFTREV for B here.
+    // K21: with an MDLN of B, any SOFTREV passes (docs/kept-behaviour.md).
     if (softrev != SECS_FORMAT_A && mdln != SECS_FORMAT_B) {
         OnlineLog("<SOFTREV> 格式错误 , 必须是 B/A.[代码行:%s:%d]", FA_CODE_LINE("recv_S01F14"));
         return Format_Error;
@@ -90,7 +89,7 @@ unsigned long BC_FA::reply_S01F15(void* handle, _SECS_ITEM* /*item*/, unsigned l
     const bool accept = Host_Requests_Off_Line(*this);
     const Item_Owner root = Acknowledge_Item(accept ? accepted : already);
     const unsigned long result = SecsReplyMessageItem(handle, 1, 16, root.get(), 0, msgid);
-    // This one answer is logged under the received message id, not under the driver's result.
+    // K8: logged under the received message id (docs/kept-behaviour.md).
     QFA_Message_Print_SML(handle, 1, 16, root.get(), msgid, 1);
     if (accept) Go_Off_Line_For_Host(*this);
     return result;

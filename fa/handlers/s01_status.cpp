@@ -14,8 +14,7 @@ namespace {
 
 using Status_Variables = Variables<SVID_STRU>;
 
-/// The SVIDs that a request names, all of the table's for an empty list; false at the first that is no
-/// identifier.
+/// The SVIDs that a request names, all of the table's for an empty list; false when one is not an identifier.
 bool requested_svids(const _SECS_ITEM& list, const Status_Variables& variables, std::vector<int>& svids) {
     svids.resize(static_cast<std::size_t>(list.count > 0 ? list.count : 0));
     for (std::size_t i = 0; i < svids.size(); ++i)
@@ -70,9 +69,8 @@ struct Name_And_Unit {
     const char* unit = "-";
 };
 
-/// Name and unit of a variable's point. The bounds of all three kinds are those of the digital points, and
-/// the unit of an analog point is the digital point's of the same index, while the log shows the bound of the
-/// right kind. All of it is meant so; do not straighten either.
+/// Name and unit of a variable's point.
+/// K20: bounds and unit are the digital points' (docs/kept-behaviour.md).
 Name_And_Unit point_name_and_unit(BC_FA& fa, int svid, const SVID_STRU& record) {
     const int point = record.point;
     const bool inside = In_Range(point, fa.QSystem_Get_Digital_Count());

@@ -18,9 +18,8 @@ namespace {
 /// What the equipment sends in S2F25 and expects back in S2F26.
 constexpr char Loopback_Pattern[] = "\x16\xAB\xFF\x1F\x2F\xAC\x13\x12";
 
-/// Where a TIME holds a part of a date, and how long the text must be for it to be read (0 otherwise). The
-/// milliseconds are three characters of which two will do: TIME as the equipment sends it has hundredths of
-/// a second there, and they are read as milliseconds all the same.
+/// Where a TIME holds a part of a date, and how long the text must be for it to be read (0 otherwise).
+/// K40: two digits of hundredths are read as milliseconds (docs/kept-behaviour.md).
 struct Time_Field {
     int start, count, needed_length;
     WORD SYSTEMTIME::*part;
@@ -50,7 +49,7 @@ bool set_clock(BC_FA& fa, const char* text) {
     QPrint(fa.Print_Tag,
            "时间获取: %s   -  nYear:%d , nMonth:%d , nDay:%d , nHour:%d , nMin:%d , nSec:%d , nMilSec%d.",
            text, read[0], read[1], read[2], read[3], read[4], read[5], read[6]);
-    fa.Enable_Systemtime_Privilege();  // without the right SetLocalTime says so
+    fa.Enable_Systemtime_Privilege();  // without it SetLocalTime fails
     return SetLocalTime(&time) != 0;
 }
 
@@ -96,7 +95,7 @@ unsigned long BC_FA::recv_S02F18(void* /*handle*/, _SECS_ITEM* item, unsigned lo
         return Format_Error;
     }
     const char* text = Item_Text(*item);
-    if (*text == '\0') return 0;  // without a log line, unlike a text that is no time; deliberate
+    if (*text == '\0') return 0;  // K23 (docs/kept-behaviour.md)
     if (set_clock(*this, text)) return 1;
     const std::string error = QStr_Get_SysErrMsg();
     OnlineLog("时间设置失败[错误信息:%s]. [代码行:%s:%d]", error.c_str(), FA_CODE_LINE("recv_S02F18"));
@@ -111,7 +110,7 @@ unsigned long BC_FA::reply_S02F17(void* handle, _SECS_ITEM* /*item*/, unsigned l
 
 unsigned long BC_FA::reply_S02F31(void* handle, _SECS_ITEM* item, unsigned long msgid) {
     if (item->format != SECS_FORMAT_A) {
-        // The text names B though A is tested: it is what readers of these logs know.
+        // K27: the text says B (docs/kept-behaviour.md).
         OnlineLog("消息头格式错误 , 必须是 B. [代码行:%s:%d]", FA_CODE_LINE("reply_S02F31"));
         return Format_Error;
     }
@@ -139,7 +138,7 @@ unsigned long BC_FA::recv_S02F26(void* /*handle*/, _SECS_ITEM* item, unsigned lo
         OnlineLog("消息头格式错误 , 必须是 B. [代码行:%s:%d]", FA_CODE_LINE("recv_S02F26"));
         return Format_Error;
     }
-    // Compared as texts: what the host sends behind a zero byte does not count.
+    // Compared as texts: what the host sends after a zero byte does not count.
     if (QStr_Compare(Item_Text(*item), Loopback_Pattern)) return 1;
     OnlineLog("LoopBack Diagnostic 校验错误. [代码行:%s:%d]", FA_CODE_LINE("recv_S02F26"));
     return 0;

@@ -13,8 +13,8 @@ namespace remote_command {
 
 namespace {
 
-/// Starts the scheduler routine of the port: "WORDn(F)" and what follows it. SCHEDULRE in the
-/// log texts is misspelled and stays so: operators search for it.
+/// Starts the scheduler routine of the port: "WORDn(F)" and what follows it.
+/// K27: SCHEDULRE stays in the log texts (docs/kept-behaviour.md).
 bool schedule(Run& run, const std::string& arguments) {
     const std::string text = run.word + std::to_string(run.port()) + "(F)" + arguments;
     const int result = run.fa.QSCH_RUN_F_SCHEDULER("%s", text.c_str());
@@ -94,7 +94,7 @@ bool select_recipe(Run& run) {
     return true;
 }
 
-// Two blanks follow SIGNALTOWER: the main monitor's event is spelled so.
+// The main monitor's event has two blanks after SIGNALTOWER.
 
 /// The states are kept as commanded, also when the main monitor does not take them.
 bool switch_tower(Run& run) {

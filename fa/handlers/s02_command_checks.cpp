@@ -25,7 +25,7 @@ bool wafer_counts_agree(Run& run, int set, int real) {
     return false;
 }
 
-/// False for what would not stay one argument of a scheduler text.
+/// False for a text that would not stay one argument of a scheduler request.
 bool is_scheduler_argument(std::string_view text) {
     return !text.empty() && std::ranges::none_of(text, [](char c) {
         return c == ',' || (static_cast<unsigned char>(c) < 0x20) || c == 0x7F;

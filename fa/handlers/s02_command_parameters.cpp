@@ -57,7 +57,7 @@ Reading read_state(const _SECS_ITEM& item, Remote_Parameter parameter, Remote_Re
     return reading == Reading::good && request.number[parameter] < 0 ? Reading::absent : reading;
 }
 
-/// A text that names no carrier module is port 0, which every command refuses once it is its turn.
+/// A text that names no carrier module is port 0, which every command refuses when it checks the port.
 Reading read_port(const _SECS_ITEM& item, Remote_Parameter parameter, Remote_Request& request) {
     if (item.format != SECS_FORMAT_A) return read_number(item, parameter, request);
     request.number[parameter] = 0;
@@ -112,8 +112,8 @@ Reading read_slot_map(const _SECS_ITEM& item, Remote_Parameter /*parameter*/, Re
     return Reading::good;
 }
 
-/// A parameter's name, its reader, and what the log says of a wrong format, behind "<RCMD:.../CPNAME:...>"
-/// or, where `plain`, behind "RCMD/CPNAME".
+/// A parameter's name, its reader, and what the log says of a wrong format, after "<RCMD:.../CPNAME:...>" or,
+/// where `plain`, after "RCMD/CPNAME".
 struct Parameter_Row {
     const char* name;
     Reader read;

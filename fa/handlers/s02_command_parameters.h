@@ -15,7 +15,7 @@
 
 namespace Talwen {
 
-/// The CPNAMEs that are known. The lamps stand in the order in which missing ones are reported.
+/// The CPNAMEs that are known. The lamps are in the order in which missing ones are reported.
 enum Remote_Parameter : std::size_t {
     CP_PORTID,
     CP_RECIPE,
@@ -58,7 +58,7 @@ struct Lot_Entry {
 struct Remote_Request {
     std::string rcmd;  ///< as received, cut for the log
     std::bitset<CP_Count> given;
-    std::array<int, CP_Count> number{};  ///< PORTID: from 1, 0 for a name that is none
+    std::array<int, CP_Count> number{};  ///< PORTID: from 1, 0 for an unknown name
     std::array<std::string, CP_Count> text;
     std::vector<Lot_Entry> lot_info;  ///< from slot 1
     std::vector<bool> slot_map;       ///< from slot 1: a wafer is said to be there

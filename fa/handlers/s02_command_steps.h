@@ -71,17 +71,17 @@ bool given(Run& run) {
 
 // Checks.
 bool port_known(Run& run);            ///< the port is a carrier module's
-bool carrier_present(Run& run);       ///< a carrier stands on the port
+bool carrier_present(Run& run);       ///< there is a carrier on the port
 bool carrier_is_that(Run& run);       ///< and has that id
-bool carrier_may_be_that(Run& run);   ///< or its id was not read: the host tells it
+bool carrier_may_be_that(Run& run);   ///< or its id was not read: the host gives it
 bool idle(Run& run);                  ///< the carrier module runs nothing
 bool all_idle(Run& run);              ///< no carrier module runs anything
 bool running(Run& run);               ///< the carrier module runs
 bool wafers_complete(Run& run);       ///< every wafer of the lot has been run
 bool access_mode_known(Run& run);     ///< 0 manual, 1 automatic
-bool job_named(Run& run);             ///< the job id can stand in a scheduler text
+bool job_named(Run& run);             ///< the job id is possible in a scheduler text
 bool recipe_selectable(Run& run);     ///< there is such a lot recipe
-bool recipe_runnable(Run& run);       ///< the same, and it can stand in a scheduler text
+bool recipe_runnable(Run& run);       ///< the same, and it is possible in a scheduler text
 bool slots_known(Run& run);           ///< first and last slot are slots, in that order
 bool wafer_count_of_slots(Run& run);  ///< a wafer count that was given is that of these slots
 bool lists_fit_slots(Run& run);       ///< a mark for every slot, no more ids than slots

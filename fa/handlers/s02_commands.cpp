@@ -76,7 +76,7 @@ constexpr Command commands[] = {
 };
 // clang-format on
 
-/// Null for an RCMD that is none.
+/// Null for an unknown RCMD.
 const Command* find_command(const char* rcmd) {
     const auto* found = std::ranges::find_if(commands, [rcmd](const Command& command) {
         return std::ranges::any_of(command.spellings, [rcmd](const char* spelling) {

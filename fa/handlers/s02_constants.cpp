@@ -42,8 +42,7 @@ bool has_point(BC_FA& fa, const ECID_STRU& record, const Point_Family& family) {
     return In_Range(record.point, (fa.*family.count)());
 }
 
-/// The ECID as S2F13 takes it: one byte of whatever is sent, and two of a U1. Hosts live with ECIDs up to 255
-/// and nothing is refused here; do not make it Read_Identifier.
+/// K22: S2F13 takes one byte of any item as the ECID, two of a U1 (docs/kept-behaviour.md).
 int low_byte_ecid(const _SECS_ITEM& item) {
     const auto byte = [&item](int i) { return static_cast<int>(static_cast<unsigned char>(item.value[i])); };
     return item.format == SECS_FORMAT_U1 ? byte(0) + byte(1) * 256 : byte(0);
@@ -146,8 +145,7 @@ Verdict check_pair(BC_FA& fa, const Constants& constants, const _SECS_ITEM& pair
                   record->point, family->formats, family->send_blank, FA_CODE_LINE("reply_S02F15"));
         return std::nullopt;
     }
-    // With a proper range this refuses nothing; only a single-point or an inverted range refuses values, and
-    // limits of 0 and 0 refuse exactly 0. Equipment is set up for it: do not turn it into a range test.
+    // K39: this is no range test; with a proper range it refuses nothing (docs/kept-behaviour.md).
     if (record->io_type != IO_STRING && record->min >= constant.number && constant.number >= record->max) {
         OnlineLog("ECID:%d [%s %s:%d] ECV 值超限 , 定义范围:[%g,%g]. [代码行:%s:%d]", ecid, family->name,
                   name, record->point, record->min, record->max, FA_CODE_LINE("reply_S02F15"));
@@ -165,7 +163,7 @@ void write_constant(BC_FA& fa, const New_Constant& constant) {
     }
 }
 
-/// A limit cut to an integer; the smallest one stands for what an int cannot hold.
+/// A limit cut to an integer; the smallest int for what an int cannot hold.
 int cut(double limit) {
     return limit > INT_MIN - 1.0 && limit < INT_MAX + 1.0 ? static_cast<int>(limit) : INT_MIN;
 }
@@ -183,8 +181,7 @@ Item_Owner constant_description(BC_FA& fa, const Constants& constants, int ecid)
                   FA_CODE_LINE("reply_S02F29"));
         return entry;
     }
-    // The reverse of S2F13's test, and meant so: a constant whose point is there is answered with L[0]; one
-    // whose index lies past the points is described, with what the controller reads there (0).
+    // K24: only a constant whose index is past its points is described (docs/kept-behaviour.md).
     const int point = record->point;
     if (point < 0 || has_point(fa, *record, *family_of(*record))) return entry;
     Append_Item(entry, U4_Item(ecid));

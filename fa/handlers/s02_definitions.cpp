@@ -64,7 +64,7 @@ unsigned char no_check(int /*number*/) {
 }
 
 unsigned char check_report_dataid(int dataid) {
-    // 0 is let through on purpose, although the message says 1.
+    // K25: 0 passes (docs/kept-behaviour.md).
     if (Between(dataid, 0, 65535)) return Accepted;
     OnlineLog("<DATAID>: %d 数值超限, 有效范围[%d, %d].[代码行:%s:%d]", dataid, 1, 65535,
               FA_CODE_LINE("reply_S02F33"));
@@ -83,7 +83,7 @@ unsigned char check_rvid(const Definition_Run& run, int rvid) {
                   FA_CODE_LINE("reply_S02F33"));
         return dataid_or_rvid_out_of_range;
     }
-    // An unknown one is answered without a log line; deliberate.
+    // K26: no log line for an unknown one (docs/kept-behaviour.md).
     return run.variables->find(rvid) != nullptr ? Accepted : unknown_rvid;
 }
 
@@ -156,7 +156,7 @@ constexpr Definition_Message link_event = {
 
 /// Reads the members of entry `i` and adds its record.
 Verdict define_members(Definition_Run& run, int i, int number, const _SECS_ITEM& list) {
-    if (list.count > max_members) return too_many_members;  // no log line, on purpose
+    if (list.count > max_members) return too_many_members;  // K26 (docs/kept-behaviour.md)
     std::vector<int> members(static_cast<std::size_t>(list.count));
     for (int j = 0; j < list.count; ++j) {
         int& member = members[static_cast<std::size_t>(j)];
@@ -271,7 +271,7 @@ unsigned long BC_FA::reply_S02F37(void* handle, _SECS_ITEM* item, unsigned long 
         OnlineLog("<CEED> 格式错误 , 必须是 Boolean [代码行:%s:%d]", FA_CODE_LINE("reply_S02F37"));
         return Reply_Verdict(handle, 2, 38, ceed_not_boolean, msgid);
     }
-    // Without a log line, unlike the other faults of format; deliberate.
+    // K26: no log line (docs/kept-behaviour.md).
     if (ceids.format != SECS_FORMAT_L) return Format_Error;
     const bool enable = ceed.value[0] != 0;
     if (ceids.count == 0) {

@@ -27,7 +27,7 @@ constexpr int max_svids = 1000;
 /// Reads the fields of one S2F23. Each fault is logged; the first one is answered.
 class Trace_Reader {
   public:
-    /// Null for a list of SVIDs that is none.
+    /// Null when the SVIDs are not a list.
     Verdict read(const _SECS_ITEM& root) {
         read_trid(*root.children[0]);
         read_period(*root.children[1]);

@@ -17,7 +17,7 @@ namespace Talwen {
 namespace {
 
 enum class Value_Rule { by_format, by_io_type };
-enum class Label { none, name, rvid };  // what stands before each value, in an L[2] with it
+enum class Label { none, name, rvid };  // what comes before each value, in an L[2] with it
 
 /// One builder of an event report; the four differ in no more than this.
 struct Report_Builder {
@@ -29,7 +29,7 @@ struct Report_Builder {
     const char* disabled;
 };
 
-// The texts are data: they differ in blanks and words, which operators search for.
+// K27: the texts differ in blanks and words (docs/kept-behaviour.md).
 constexpr Report_Builder Discrete_Variable_Data{
     "Talwen::BC_FA::send_S06F03",
     Value_Rule::by_io_type,
@@ -124,7 +124,7 @@ Item_Owner report_entry(BC_FA& fa, const Report_Builder& builder, const Report_V
     if (builder.label == Label::name)
         return List_Item{variable != nullptr ? Ascii_Item(variable->sv_name.c_str()) : Placeholder_Item(),
                          std::move(value)};
-    // I4, and 0 for an unknown one: unlike the annotated answers to requests, on purpose
+    // K28: I4, 0 for an unknown one (docs/kept-behaviour.md).
     return List_Item{Integer_Item(SECS_FORMAT_I4, variable != nullptr ? rvid : 0), std::move(value)};
 }
 

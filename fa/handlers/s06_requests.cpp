@@ -21,14 +21,14 @@ constexpr int highest_id = 65535;
 struct Report_Request {
     unsigned char function;
     bool by_event;   ///< asks by CEID for all reports of an event, else by RPTID for one report
-    bool annotated;  ///< each value stands in an L[2] behind its RVID
+    bool annotated;  ///< each value is in an L[2] after its RVID
     const char* name;
     const char* out_of_range;
     const char* unknown;
     const char* bad_io_type;
 };
 
-// The texts are data: they differ in blanks and spellings ("错识" too), which operators search for.
+// K27: the texts differ in blanks and spellings (docs/kept-behaviour.md).
 constexpr Report_Request Event_Report_Request{
     15,
     true,
@@ -68,7 +68,7 @@ constexpr Report_Request Annotated_Individual_Report_Request{
 
 using Report_Variables = Variables<RVID_STRU>;
 
-/// Logs the answer under the received message id and results in 1, whatever the driver says of it.
+/// K8: logged under the received message id; 1 also when it was not sent (docs/kept-behaviour.md).
 unsigned long answer(void* handle, unsigned char function, Item_Owner root, unsigned long msgid) {
     SecsReplyMessageItem(handle, 6, function, root.get(), 0, msgid);
     QFA_Message_Print_SML(handle, 6, function, root.get(), msgid, 1);
@@ -87,8 +87,7 @@ Item_Owner list_value(BC_FA& fa, int point) {
     });
 }
 
-/// A string variable that is neither text nor list has no value item: the report is shorter by its value, an
-/// annotated one by the whole pair. Deliberate; a dash would stand for an unreadable variable.
+/// K29: a string variable that is neither text nor list has no value item (docs/kept-behaviour.md).
 Item_Owner string_value(BC_FA& fa, const RVID_STRU& variable) {
     switch (variable.format) {
         case SECS_FORMAT_A: return Ascii_Item(fa.QString_Read(variable.point));
@@ -97,8 +96,7 @@ Item_Owner string_value(BC_FA& fa, const RVID_STRU& variable) {
     }
 }
 
-/// The bounds of all three kinds of points are those of the digital ones, while the log shows the bound of
-/// the right kind. Both are meant so; do not straighten either.
+/// K30: the bounds of all three kinds of points are the digital ones' (docs/kept-behaviour.md).
 Item_Owner requested_value(BC_FA& fa, const Report_Request& request, const RVID_STRU& variable) {
     const int point = variable.point;
     const bool inside = In_Range(point, fa.QSystem_Get_Digital_Count());
@@ -193,9 +191,8 @@ unsigned long reply_report(BC_FA& fa, const Report_Request& request, void* handl
 /// Whether a refusal for its format is logged.
 enum class Format_Log { silent, logged };
 
-/// ACKC6 of the host. A refused report is not sent again. Any item of one byte passes, whatever its format,
-/// and so does a B item of any length; only the answers to event reports (S6F12, S6F14) log what does not.
-/// Deliberate.
+/// ACKC6 of the host. A refused report is not sent again.
+/// K31: what passes, and what is logged (docs/kept-behaviour.md).
 unsigned long acknowledged(const char* name, const _SECS_ITEM& item, Format_Log format_log) {
     if (item.format != SECS_FORMAT_B && item.length != 1) {
         if (format_log == Format_Log::logged)

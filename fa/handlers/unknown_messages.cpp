@@ -1,4 +1,4 @@
-// What no handler of its own takes, and function 0 (abort) of every stream.
+// Messages without a handler of their own, and function 0 (abort) of every stream.
 #include "fa/handlers/handler_support.h"
 #include "fa/module/bc_fa.h"
 #include "fa/secs/communication_state.h"
@@ -15,7 +15,7 @@ unsigned long BC_FA::recv_SxxFxx(void* /*handle*/, unsigned char /*stream*/, uns
     return Not_Handled;
 }
 
-// An unknown primary is met with silence, neither an abort nor an S9 message: the host's T3 tells it.
+// K6: no answer to an unknown primary, neither an abort nor an S9 message (docs/kept-behaviour.md).
 unsigned long BC_FA::reply_SxxFxx(void* /*handle*/, unsigned char /*stream*/, unsigned char /*function*/,
                                   _SECS_ITEM* /*item*/, unsigned long /*msgid*/) {
     return Not_Handled;

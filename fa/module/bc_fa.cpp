@@ -13,7 +13,7 @@ BC_FA::BC_FA() : points_(std::make_shared<Point_Table>()) {
     FA_Instance = this;
 }
 
-// Copies share the point table on purpose: a copy sees the bindings of its original, also later ones.
+// K1: copies share the point table (docs/kept-behaviour.md).
 BC_FA::BC_FA(const BC_FA& other) = default;
 BC_FA& BC_FA::operator=(const BC_FA& other) = default;
 

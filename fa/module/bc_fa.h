@@ -56,9 +56,9 @@ class BC_FA : public QSequence {
 #undef FA_DECLARE_recv
 #undef FA_DECLARE_reply
 
-    /// What no handler of its own takes: an unknown primary to build (null), an unknown secondary (-5), an
-    /// abort (function 0) from the host, an unknown host primary (-5, no answer), the function-0 refusal of a
-    /// host primary.
+    /// Messages without a handler of their own: an unknown primary to build (null), an unknown secondary
+    /// (-5), an abort (function 0) from the host, an unknown host primary (-5, no answer), the function-0
+    /// refusal of a host primary.
     virtual _SECS_ITEM* send_SxxFxx(void* handle, unsigned char stream, unsigned char function, void* param);
     virtual unsigned long recv_SxxFxx(void* handle, unsigned char stream, unsigned char function,
                                       _SECS_ITEM* item, unsigned long msgid);
@@ -84,8 +84,8 @@ class BC_FA : public QSequence {
     // Variable tables (fa/config/variable_tables.h).
     //
     // QFA_Add_...: records "id&point&iotype&max&min&dev&description", joined by "|"; the text is consumed; a
-    // record replaces an earlier one of its id; always true. Any thread, at any time: whoever is reading goes
-    // on with the table as it was.
+    // record replaces an earlier one of its id; always true. Any thread, at any time: a reader goes on with
+    // the table as it was.
     bool QFA_Add_SVID_List(char* text);
     bool QFA_Add_ECID_List(char* text);
     bool QFA_Add_RVID_List(char* text);

@@ -106,7 +106,7 @@ _SECS_ITEM* Build_Message(QSequence& module, void* handle, unsigned char stream,
 
 unsigned long Handle_Message(QSequence& module, const Received_Message& m) {
     auto& fa = static_cast<BC_FA&>(module);
-    // S9F0 is a listed pair without a handler: swallowed, not handed to the fallback.
+    // K5: S9F0 reaches no handler, not even the fallback (docs/kept-behaviour.md).
     if (m.stream == 9 && m.function == 0) return Not_Handled;
     if (const Message_Handler handler = Find_Handler(m.stream, m.function))
         return (fa.*handler)(m.handle, m.item, m.msgid);

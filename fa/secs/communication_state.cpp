@@ -6,8 +6,7 @@
 #include "fa/framework/qseqcon.h"
 #include "fa/secs/module_state.h"
 
-// The handlers write different parts of one and the same group of values, deliberately: which of them, and in
-// which order, is what hosts and the controller's screens rely on.
+// K41: each transition writes its own part of one group of values, in its own order (docs/kept-behaviour.md).
 
 namespace Talwen {
 
@@ -54,7 +53,7 @@ void write(QSeqCon& fa, const Outcome& outcome, unsigned parts) {
     if ((parts & event) != 0) (fa.*outcome.report)();
 }
 
-/// A value that is no state means local.
+/// Any other value means local.
 const Outcome& outcome_of(int state) {
     if (state == 0) return Off_Line;
     return state == 2 ? Remote : Local;
@@ -118,8 +117,7 @@ void Mirror_Start_State(QSeqCon& fa, bool enabled) {
         fa.QIO_Set_GEM_Init_CommState(enabled ? 0 : 1);
 }
 
-// A start state of 0 switches communication on again at every pass, whatever had switched it off. Meant so:
-// the start state is the equipment's word, the switch only its echo.
+// K3: a start state of 0 switches communication on again at every pass (docs/kept-behaviour.md).
 void Apply_Start_State(QSeqCon& fa) {
     if (!Comm_New_Version) return;
     const int start_state = fa.QIO_Get_GEM_Init_CommState();
@@ -258,7 +256,7 @@ bool Host_Establishes_Communication(QSeqCon& fa) {
     return accept;
 }
 
-// Init_ControlState decides whatever Comm_New_Version says; a value that is no state is corrected.
+// Init_ControlState decides with either Comm_New_Version; a value out of range is corrected.
 void Enter_Initial_Control_State(QSeqCon& fa) {
     const int state = fa.QIO_Get_GEM_Init_ControlState();
     write(fa, outcome_of(state), ctrl_mode | online | remote | screen | event);
@@ -299,7 +297,7 @@ void Go_Off_Line_For_Host(QSeqCon& fa) {
 bool Host_Requests_On_Line(QSeqCon& fa, int value) {
     if (value != 0 || fa.QIO_Get_GEM_Online_Status() != 1 || fa.QIO_Get_GEM_Comm_Establish() != 1)
         return true;
-    // The states are put straight, without an event.
+    // The states are corrected, without an event.
     const int remote_status = fa.QIO_Get_GEM_Remote_Status();
     if (remote_status == 0 || remote_status == 1)
         write(fa, remote_status == 0 ? Local : Remote, ctrl_mode | screen);
@@ -307,8 +305,8 @@ bool Host_Requests_On_Line(QSeqCon& fa, int value) {
     return false;
 }
 
-// Whatever Comm_New_Version says. The values 1 and 2 force a sub-state and leave Online_Status as it is;
-// otherwise Online_Init decides, and Remote_Status where that says "follow".
+// The same with either Comm_New_Version. The values 1 and 2 force a sub-state and leave Online_Status as it
+// is; otherwise Online_Init decides, and Remote_Status where that says "follow".
 void Go_On_Line_For_Host(QSeqCon& fa, int value) {
     bool to_remote = value == 2;
     if (value != 1 && value != 2) {
@@ -329,8 +327,7 @@ bool Switch_Control_State(QSeqCon& fa, Control_State state) {
 
 // The operator.
 
-// With the newer settings the main monitor derives both switches from the start state again at every pass
-// without a link, so what is switched here does not last there; deliberate.
+// K36: with the newer settings this does not last without a link (docs/kept-behaviour.md).
 void Switch_Communication(QSeqCon& fa, bool enable) {
     set_enables(fa, enable);
     const Link_State link = Get_Link_State(fa);

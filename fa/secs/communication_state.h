@@ -10,16 +10,16 @@
 //
 // The controller keeps them all, each access atomic by itself; the module has no copy. With the newer
 // settings (Comm_New_Version) the GEM points decide and LinkMD, CtrlMD and Enable follow, with the older ones
-// the other way round; who calls these functions need not know which. Any thread.
+// the other way round; callers of these functions need not know which. Any thread.
 #pragma once
 
 namespace Talwen {
 
 class QSeqCon;
 
-/// LinkMD. The controller may hold other values, which are no state.
+/// LinkMD. The controller may hold other values.
 enum class Link_State : int { disconnected = 0, disabled = 1, enabled = 2, communicating = 3 };
-/// CtrlMD. The controller may hold other values, which are no state.
+/// CtrlMD. The controller may hold other values.
 enum class Control_State : int { off_line = 0, local = 1, remote = 2 };
 
 // Questions.

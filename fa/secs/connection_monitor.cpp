@@ -102,7 +102,7 @@ void destroy_link() {
     Link_Is_Gone();
 }
 
-/// Sends what is queued, one message at a time, until the queue is empty or something else is to be done.
+/// Sends what is queued, one message at a time, until the queue is empty or there is something else to do.
 void send_queue(QSequence& fa) {
     while (!Module_Stopping(fa)) {
         if (!Communication_Enabled(fa)) {
@@ -122,12 +122,12 @@ void send_queue(QSequence& fa) {
         QPrint_Cyan(fa.Print_Tag, "准备发送:S%d,F%d", entry.stream, entry.function);
         const unsigned long msgid = QFA_Message_Send(Secs_Handle, &entry);
         QFA_Wait_Reply(entry.stream, entry.function, msgid, Secs_Settings.t7);
-        // Sent, timed out or failed: it is not sent again.
+        // K7: sent, timed out or failed, it is not sent again (docs/kept-behaviour.md).
         QFA_Message_RemoveFront();
     }
 }
 
-/// Keeps one handle until it is to be torn down or the module ends.
+/// Keeps one handle until it has to be torn down or the module ends.
 void run_connection(QSequence& fa) {
     while (!Module_Stopping(fa)) {
         const bool enabled = Communication_Enabled(fa);

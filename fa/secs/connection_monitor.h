@@ -5,7 +5,7 @@ namespace Talwen {
 
 class QSequence;
 
-/// The thread's body; returns when the module is to end. Main_Monitor_Running is true meanwhile.
+/// The thread's body; returns when the module has to end. Main_Monitor_Running is true meanwhile.
 void Run_Connection_Monitor(QSequence& module);
 
 }  // namespace Talwen

@@ -1,5 +1,4 @@
-// Trees under construction: whoever builds one owns it until it is handed on, also when a call in between
-// throws.
+// Trees under construction: the builder owns one until it is handed on, also when a call in between throws.
 #pragma once
 
 #include <memory>

@@ -1,5 +1,5 @@
 // What this folder asks of the module above it: a builder or a handler for a message. Declared here, provided
-// by fa/module/handler_routes.cpp, so that nothing here knows the class that has them.
+// by fa/module/handler_routes.cpp, so that nothing here depends on the class that has them.
 #pragma once
 
 #include "fa/secs/secs_item.h"

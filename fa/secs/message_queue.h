@@ -30,7 +30,7 @@ void Queue_Message(FA_Message entry);
 /// Copies the first entry out and leaves it queued; false when there is none.
 bool QFA_Message_PopFront(FA_Message* entry);
 void QFA_Message_RemoveFront();
-/// The first entry's body is freed by who has sent it: nothing may find it in the queue any more.
+/// The sender frees the first entry's body: nothing may find it in the queue any more.
 void Forget_Front_Item(const _SECS_ITEM* item);
 void QFA_Message_Clear();
 /// Drops every entry whose message is not enabled for spooling; the others keep their order.

@@ -22,7 +22,7 @@ bool QFA_Get_Main_Monitor_Running_Flag();
 bool QFA_Get_TRID_Monitor_Running_Flag();
 bool QFA_Get_Reconnect_Flag();
 
-/// True when `module` is to end: the framework's stop request, or the object is being destroyed.
+/// True when `module` has to end: the framework's stop request, or the object is being destroyed.
 bool Module_Stopping(const QSequence& module);
 /// Sleeps like QTime_MSleep, but in slices, so that a stop is seen within 100 ms.
 void Sleep_Unless_Stopping(const QSequence& module, unsigned int ms);

@@ -15,7 +15,7 @@
 namespace Talwen {
 
 bool Queue_Primary(unsigned char stream, unsigned char function, std::vector<std::string> params) {
-    // Empty parameters are skipped on purpose: builders see the ones that are there, in order.
+    // K2: empty parameters are left out (docs/kept-behaviour.md).
     std::erase_if(params, [](const std::string& param) { return param.empty(); });
     FA_Message entry{stream, function, std::move(params), nullptr, 0};
     entry.item = OnSendMessageBuffer(nullptr, stream, function, &entry.params);

@@ -10,8 +10,8 @@ namespace Talwen {
 
 struct FA_Message;
 
-/// Builds a primary on the calling thread and queues it; empty parameters are left out, later ones move up.
-/// False when there is no builder or it gave nothing; then nothing is queued. Any thread.
+/// Builds a primary on the calling thread and queues it; empty parameters are left out, and later ones move
+/// up (K2). False when there is no builder or it gave nothing; then nothing is queued. Any thread.
 bool Queue_Primary(unsigned char stream, unsigned char function, std::vector<std::string> params = {});
 /// S6F11 of a collection event.
 bool Queue_Event_Report(int ceid);

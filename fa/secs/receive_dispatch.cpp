@@ -26,9 +26,7 @@ bool passes_off_line(const Received_Message& message) {
     return message.stream == 1 && (message.function == 1 || message.function == 13 || message.function == 17);
 }
 
-/// An off-line equipment that receives a stream 9 message with an odd function never gets out of its filter:
-/// the callback stays here until its connection or the module ends. That is how the system behaves towards a
-/// host; do not let the message through and do not refuse it. Nothing else waits for this callback.
+/// K4: the callback stays here until its connection or the module ends (docs/kept-behaviour.md).
 void stay_in_off_line_filter(const QSequence& module, std::uint32_t epoch) {
     while (Link_Epoch == epoch && !Module_Stopping(module)) QTime_MSleep(50);
 }

@@ -15,8 +15,8 @@ std::uint32_t QFA_Get_ResponseID();
 void Reset_Reply_Wait();
 /// A primary is about to be sent; its id becomes REQUESTID only afterwards.
 void Send_Begins();
-/// A stream 9 message has come: ends the wait for whatever is in flight, also for a primary whose sending has
-/// only begun. Follow it by QFA_Notify_Reply.
+/// A stream 9 message has come: ends the wait for the primary in flight, also for one whose sending has only
+/// begun. Follow it by QFA_Notify_Reply.
 void End_Wait_In_Flight();
 /// Wakes the waiting sender; both arguments are ignored. False when there is no event yet.
 bool QFA_Notify_Reply(unsigned long msgid, unsigned long result);

@@ -45,10 +45,10 @@ void SecsDisconnect(void* handle);
 /// Frees the handle; no callback is made for it afterwards. Harmless for null and destroyed handles.
 void SecsDestroy(void* handle);
 
-/// Sends a primary. Result: 0 and 3 to 100 failed, 1 and 2 sent but no reply is to be awaited, 101 and above
-/// the message id. While the link is not selected it waits, until on_close was called for a connection that
-/// has ended and then a second for the next one. The body stays the caller's; null or an empty item sends the
-/// header alone. Any thread.
+/// Sends a primary. Result: 0 and 3 to 100 failed, 1 and 2 sent but there is no reply to wait for, 101 and
+/// above the message id. While the link is not selected it waits, until on_close was called for a connection
+/// that has ended and then a second for the next one. The body stays the caller's; null or an empty item
+/// sends the header alone. Any thread.
 unsigned long SecsSendMessageItem(void* handle, unsigned char stream, unsigned char function,
                                   _SECS_ITEM* body, unsigned long reply_expected);
 /// Sends the secondary that answers primary `msgid`. Result: `msgid` (the sender's choice, so any number)
@@ -82,7 +82,8 @@ void SecsDeleteItem(_SECS_ITEM* item);
 /// Makes a caller's node an empty one (SECS_FORMAT_NONE, count 0) before loading.
 void SecsInitItem(_SECS_ITEM* item);
 /// Decodes a received body into the node; the children stay the driver's and live until the receive callback
-/// has returned. Returns 1, or 0 for a body that is no single well-formed item (the node is then empty).
+/// has returned. Returns 1, or 0 for a body that is not exactly one well-formed item (the node is then
+/// empty).
 int SecsItemLoadBuffer(_SECS_ITEM* item, char* buffer, int length);
 
 /// Appends one entry to the driver's online log (printf rules). Any thread.

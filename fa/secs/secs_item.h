@@ -29,15 +29,15 @@ enum SECS_FORMAT : unsigned char {
 
 /// One node of an item tree. The layout is part of the driver's binary interface.
 ///
-/// A tree built with the SecsCreateItem... functions belongs to whoever built it until SecsDeleteItem;
-/// appending passes a child to its list. A tree loaded into a caller's node belongs to the driver.
+/// A tree built with the SecsCreateItem... functions belongs to its builder until SecsDeleteItem; appending
+/// passes a child to its list. A tree loaded into a caller's node belongs to the driver.
 struct _SECS_ITEM {
     unsigned char format;  ///< one of SECS_FORMAT
     char value[128];       ///< first element in native byte order; text (NUL-terminated) or bytes of A and B;
                            ///< zero past the data
-    char* data;  ///< the item's data whole, whatever its length: text and bytes with a NUL after them;
-                 ///< numbers in native byte order, at the start of `value` where they fit there
-    std::uint32_t length;   ///< number of data bytes of any item but a list
+    char* data;            ///< the item's data whole, of any length: text and bytes with a NUL after them;
+                           ///< numbers in native byte order, at the start of `value` where they fit there
+    std::uint32_t length;  ///< number of data bytes of any item but a list
     _SECS_ITEM** children;  ///< children of a list, in order
     std::int32_t count;     ///< number of children; 0 for an empty list and for every item that is no list
 };

@@ -33,7 +33,7 @@ void append_number(std::string& text, Number value) {
 class Line {
   public:
     Line(std::string& text, int depth) : text_(text), indent_(static_cast<std::size_t>(depth) * 4) {
-        std::memset(line_.data(), ' ', widest_indent);  // whatever the depth: a fixed size is a few stores
+        std::memset(line_.data(), ' ', widest_indent);  // for any depth: a fixed size is a few stores
         if (indent_ <= widest_indent) end_ += indent_;
     }
     /// The line's end; without it nothing is appended.
@@ -113,7 +113,7 @@ Element first_element(const _SECS_ITEM& item) {
     return value;
 }
 
-/// "<U4[1] 7>": always one element, the first, whatever the item holds.
+/// "<U4[1] 7>". K9: only the first element (docs/kept-behaviour.md).
 template <class Element, class Shown = Element>
 void append_integer(Line& line, std::string_view tag, const _SECS_ITEM& item) {
     line.add(tag);
@@ -156,7 +156,7 @@ void append_text(std::string& text, Line& line, const _SECS_ITEM& item) {
     }
 }
 
-/// The line of an item that is no list; nothing for a byte that is no format.
+/// The line of an item that is no list; nothing for an unknown format byte.
 void append_line(std::string& text, const _SECS_ITEM& item, int depth) {
     Line line(text, depth);
     switch (item.format) {
@@ -205,7 +205,6 @@ void append_item(std::string& text, const _SECS_ITEM& item, int depth) {
 
 void append_header(std::string& text, unsigned stream, unsigned function, unsigned long msgid,
                    int direction) {
-    // The blank at the end of the first title belongs to it.
     constexpr std::string_view titles[2][2] = {{"Receive Secondary Message", "Receive Primary Message "},
                                                {"Send Secondary Message", "Send Primary Message"}};
     constexpr std::size_t title_width = 40;

@@ -1,7 +1,7 @@
 cmake_minimum_required(VERSION 3.25)
-# Reads every #include of the tree and fails on one in a direction that the rooms do not allow. What a target may see is a
-# matter of its include roots (cmake/FaIncludeWalls.cmake); here is what the compiler cannot tell: directions inside fa/, other
-# people's headers, and the operating system's.
+# Reads every #include of the tree and fails on one in a direction that the rooms do not allow. What a target may see is
+# a matter of its include roots (cmake/FaIncludeWalls.cmake); here is what the compiler cannot see: directions inside
+# fa/, other people's headers, and the operating system's.
 #
 # One row a room: files it holds | folders of this tree it may include | headers in <> beside the standard library's.
 set(rooms

@@ -20,7 +20,7 @@ struct Received {
 
 Received decode(const hsms::Header& header, const std::string& body);
 
-/// One thread at a time. What is taken is the oldest of its kind; nothing when there is none.
+/// One thread at a time. What is taken is the oldest of its kind, if any.
 class Inbox {
   public:
     static constexpr std::size_t most_kept = 10000;  ///< beyond that the oldest go
