@@ -111,8 +111,9 @@ bool read_ecv(IO_TYPE type, const _SECS_ITEM& ecv, New_Constant& constant) {
     return true;
 }
 
-Verdict check_pair(BC_FA& fa, const Constants& constants, const _SECS_ITEM& pair, int position,
-                   New_Constant& constant) {
+/// Finds the constant that a pair names.
+Verdict find_constant(const Constants& constants, const _SECS_ITEM& pair, int position,
+                      New_Constant& constant) {
     if (!Is_List_Of(pair, 2)) {
         OnlineLog("p_item1[%d] 格式错误 , 必须是 L2.[代码行:%s:%d]", position, FA_CODE_LINE("reply_S02F15"));
         return std::nullopt;
@@ -122,36 +123,45 @@ Verdict check_pair(BC_FA& fa, const Constants& constants, const _SECS_ITEM& pair
         OnlineLog("ECID 格式错误 , 必须是 I()/U()/A.[代码行:%s:%d]", FA_CODE_LINE("reply_S02F15"));
         return std::nullopt;
     }
-    const ECID_STRU* record = constants.find(ecid);
-    if (record == nullptr) {
-        OnlineLog("ECID:%d 未识别.[代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F15"));
-        return unknown;
-    }
-    constant.record = record;
-    const Point_Family* family = family_of(*record);
-    const char* name = record->sv_name.c_str();
+    constant.record = constants.find(ecid);
+    if (constant.record != nullptr) return Accepted;
+    OnlineLog("ECID:%d 未识别.[代码行:%s:%d]", ecid, FA_CODE_LINE("reply_S02F15"));
+    return unknown;
+}
+
+/// Reads the value of a constant and checks it against the constant's point.
+Verdict check_value(BC_FA& fa, const _SECS_ITEM& ecv, New_Constant& constant) {
+    const ECID_STRU& record = *constant.record;
+    const Point_Family* family = family_of(record);
+    const char* name = record.sv_name.c_str();
     if (family == nullptr) {
-        OnlineLog("ECID:%d [SIO %s:%d] IOType:%d 未识别 , 必须是 ASCII. [代码行:%s:%d]", ecid, name,
-                  record->point, record->io_type, FA_CODE_LINE("reply_S02F15"));
+        OnlineLog("ECID:%d [SIO %s:%d] IOType:%d 未识别 , 必须是 ASCII. [代码行:%s:%d]", record.id, name,
+                  record.point, record.io_type, FA_CODE_LINE("reply_S02F15"));
         return unknown;
     }
-    if (!has_point(fa, *record, *family)) {
-        OnlineLog("ECID:%d [%s %s:%d] IO未识别.%s[代码行:%s:%d]", ecid, family->name, name, record->point,
+    if (!has_point(fa, record, *family)) {
+        OnlineLog("ECID:%d [%s %s:%d] IO未识别.%s[代码行:%s:%d]", record.id, family->name, name, record.point,
                   family->send_blank, FA_CODE_LINE("reply_S02F15"));
         return unknown;
     }
-    if (!read_ecv(record->io_type, *pair.children[1], constant)) {
-        OnlineLog("ECID:%d [%s %s:%d] ECV 格式错误 , 必须是 %s.%s[代码行:%s:%d]", ecid, family->name, name,
-                  record->point, family->formats, family->send_blank, FA_CODE_LINE("reply_S02F15"));
+    if (!read_ecv(record.io_type, ecv, constant)) {
+        OnlineLog("ECID:%d [%s %s:%d] ECV 格式错误 , 必须是 %s.%s[代码行:%s:%d]", record.id, family->name,
+                  name, record.point, family->formats, family->send_blank, FA_CODE_LINE("reply_S02F15"));
         return std::nullopt;
     }
     // K39: this is no range test; with a proper range it refuses nothing (docs/kept-behaviour.md).
-    if (record->io_type != IO_STRING && record->min >= constant.number && constant.number >= record->max) {
-        OnlineLog("ECID:%d [%s %s:%d] ECV 值超限 , 定义范围:[%g,%g]. [代码行:%s:%d]", ecid, family->name,
-                  name, record->point, record->min, record->max, FA_CODE_LINE("reply_S02F15"));
+    if (record.io_type != IO_STRING && record.min >= constant.number && constant.number >= record.max) {
+        OnlineLog("ECID:%d [%s %s:%d] ECV 值超限 , 定义范围:[%g,%g]. [代码行:%s:%d]", record.id, family->name,
+                  name, record.point, record.min, record.max, FA_CODE_LINE("reply_S02F15"));
         return refused;
     }
     return Accepted;
+}
+
+Verdict check_pair(BC_FA& fa, const Constants& constants, const _SECS_ITEM& pair, int position,
+                   New_Constant& constant) {
+    const Verdict found = find_constant(constants, pair, position, constant);
+    return found == Accepted ? check_value(fa, *pair.children[1], constant) : found;
 }
 
 void write_constant(BC_FA& fa, const New_Constant& constant) {

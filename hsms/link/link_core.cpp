@@ -225,7 +225,8 @@ void LinkCore::on_connected(tcp::socket socket, const ErrorCode& error) {
 
 // ---- the connection
 
-void LinkCore::adopt(tcp::socket socket) {
+/// The callback thread of a new connection; null, with a line in the log, when none can be started.
+std::shared_ptr<CallbackLane> LinkCore::start_lane() {
     const auto self = weak_from_this();
     auto progress = [self] {
         // A handler that owned its core would keep it alive from within its own queue.
@@ -236,8 +237,15 @@ void LinkCore::adopt(tcp::socket socket) {
     try {
         lane->start();
     } catch (const std::system_error& error) {
-        return log(std::string("connection closed: cannot start its callback thread: ") + error.what());
+        log(std::string("connection closed: cannot start its callback thread: ") + error.what());
+        return nullptr;
     }
+    return lane;
+}
+
+void LinkCore::adopt(tcp::socket socket) {
+    const auto lane = start_lane();
+    if (!lane) return;
     auto connection = std::make_shared<Connection>(io_, std::move(socket), options_, next_id_, lane);
     connections_.insert(connection);
     {
@@ -251,14 +259,7 @@ void LinkCore::adopt(tcp::socket socket) {
 
     const std::weak_ptr<Connection> weak = connection;
     connection->start({
-        [this](SessionState state) {
-            {
-                const std::lock_guard lock(mutex_);
-                state_ = state == SessionState::selected ? LinkState::selected : LinkState::connected;
-            }
-            changed_.notify_all();
-            log(state == SessionState::selected ? "selected" : "deselected");
-        },
+        [this](SessionState state) { on_session_state(state); },
         [this, weak] {
             if (const auto closed = weak.lock()) on_down(*closed);
         },
@@ -267,6 +268,16 @@ void LinkCore::adopt(tcp::socket socket) {
         },
         [this](std::string_view line) { log(line); },
     });
+}
+
+void LinkCore::on_session_state(SessionState state) {
+    const bool selected = state == SessionState::selected;
+    {
+        const std::lock_guard lock(mutex_);
+        state_ = selected ? LinkState::selected : LinkState::connected;
+    }
+    changed_.notify_all();
+    log(selected ? "selected" : "deselected");
 }
 
 void LinkCore::on_down(Connection& connection) {

@@ -65,7 +65,9 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     tcp::endpoint resolve(ErrorCode& error) const;
     void on_connected(tcp::socket socket, const ErrorCode& error);
 
+    std::shared_ptr<CallbackLane> start_lane();
     void adopt(tcp::socket socket);
+    void on_session_state(SessionState state);
     void on_down(Connection& connection);
     void on_gone(const std::shared_ptr<Connection>& connection);
     void watch(std::shared_ptr<CallbackLane> lane);
