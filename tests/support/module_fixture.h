@@ -43,8 +43,8 @@ inline Texts split(const std::string& text, const std::regex& between) {
     return {std::sregex_token_iterator(text.begin(), text.end(), between, -1), std::sregex_token_iterator()};
 }
 
-/// The rows of a table in text, a line each, with their columns between "|" and blanks; a line that begins
-/// with a blank goes on with the row above it.
+/// The rows of a table in text, a line each or several with "||" between, with their columns between "|" and
+/// blanks; a line that begins with two blanks goes on with the one above it.
 inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
     std::vector<std::string> lines;
     std::istringstream text(table);
@@ -54,9 +54,10 @@ inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
         else if (!line.empty())
             lines.push_back(line);
     std::vector<Texts> all;
-    for (const std::string& line : lines) {
-        static const std::regex columns_end(" *[|]( +|$)| +[|]$");
-        static const std::regex choices_end(" / ");
+    static const std::regex rows_end(" +[|][|] "), columns_end(" *[|]( +|$)| +[|]$"), choices_end(" / ");
+    Texts texts;
+    for (const std::string& line : lines) std::ranges::move(split(line, rows_end), std::back_inserter(texts));
+    for (const std::string& line : texts) {
         Texts row = split(line, columns_end);
         EXPECT_LE(row.size(), columns) << line;
         row.resize(columns);

@@ -37,32 +37,25 @@ class Definition_Files_Test : public Config_Test {
 // List, bytes of its file ("/" ends a line), records, and the red lines, each ended by "@" and its place in
 // the file. A name means its smallest number; a report that goes on moves to the end.
 const char* const files = R"(
-RPTID | / 3 10 5,7 "two  "links"{bytes}"{cr}/-1 11{tab}6{cr}/ | 3 10 [5,7] two  links{bytes};-1 11 [6] ; |
-RPTID | 1 10 Temp,Door,+7 | 1 10 [6,5,7] ; |
-RPTID | 1 10 8,temp,,-,5,x{498}xx | 1 10 [5] ;
-  | RVID:8 未识别.@1RVID:temp 未识别.@1RVID: 未识别.@1RVID:- 未识别.@1RVID:x{498} 未识别.@1
-RPTID | /1 10 5,6,5,Temp,9 | 1 10 [5,6,9] ;
-  | RTPID:10 的LinkVID:5:Door 链接重复.@2RTPID:10 的LinkVID:6:Temp 链接重复.@2
+RPTID | / 3 10 5,7 "two  "links"{bytes}"{cr}/-1 11{tab}6{cr}/ | 3 10 [5,7] two  links{bytes};-1 11 [6] ;
+RPTID | 1 10 Temp,Door,+7 | 1 10 [6,5,7] ;
+RPTID | 1 10 8,temp,,-,5,x{498}xx | 1 10 [5] ; | RVID:8 未识别.@1RVID:temp 未识别.@1RVID: 未识别.@1RVID:- 未识别.@1RVID:x{498} 未识别.@1
+RPTID | /1 10 5,6,5,Temp,9 | 1 10 [5,6,9] ; | RTPID:10 的LinkVID:5:Door 链接重复.@2RTPID:10 的LinkVID:6:Temp 链接重复.@2
 RPTID | 1 10 5 first/#/2 10 6 second | 1 10 [5] first; | RPTID:10 重复定义!.@3
-RPTID | 1 10 5,6, first/2 10 7 second/ | 1 10 [5,6,7] first; |
+RPTID | 1 10 5,6, first/2 10 7 second/ | 1 10 [5,6,7] first;
 RPTID | 1 10 5, a/1 11 6 b/1 10 7, c/1 10 9 d/1 10 9 e | 1 11 [6] b;1 10 [5,7,9] a; | RPTID:10 重复定义!.@5
 RPTID | 1 10 5,//1 10 5,6 | 1 10 [5,6] ; | RTPID:10 的LinkVID:5:Door 链接重复.@3
-CEID | 1 100 10,20 Up "all "up"{bytes}"{cr}/2 101 - Down/3 102
-  | 1 100 [10,20] Up!all up{bytes};2 101 [] Down!;3 102 [] !; |
-CEID | 1 100 10,-,11,--20,20--,10,,20 E d | 1 100 [10,20] E!d;
-  | RPTID:11 未识别.@1CEID:100 的RPTID:10 链接重复!@1RPTID:0 未识别.@1
-CEID | 1 100 10 A//2 100 20,30 B/2 101 20, C | 1 100 [10] A!;2 101 [20] C!;
-    | RPTID:30 未识别.@3CEID 重复定义!.@3
-TRID | 1 000130 10 2 5,6 "slow"/2 010203 -1 0 - d/3 99xx0- 1 1 7
-  | 1 000130=90000 10 2 [5,6] slow;2 010203=3723000 -1 0 [] d;3 99xx0-=356400000 1 1 [7] ; |
-TRID | 4 000130 1 1 5/5 130 4 2 6 kept/6 0001300
-  | 4 000130=90000 1 1 [5] ;5 130=0 4 2 [6] kept;6 0001300=0 0 0 [] ;
-  | DSPER:130 格式错误, 应遵循格式 HHMMSS 占位6个字节.@2DSPER:0001300 格式错误,
-  应遵循格式 HHMMSS 占位6个字节.@3
+CEID | 1 100 10,20 Up "all "up"{bytes}"{cr}/2 101 - Down/3 102 | 1 100 [10,20] Up!all up{bytes};2 101 [] Down!;3 102 [] !;
+CEID | 1 100 10,-,11,--20,20--,10,,20 E d | 1 100 [10,20] E!d; | RPTID:11 未识别.@1CEID:100 的RPTID:10 链接重复!@1RPTID:0 未识别.@1
+CEID | 1 100 10 A//2 100 20,30 B/2 101 20, C | 1 100 [10] A!;2 101 [20] C!; | RPTID:30 未识别.@3CEID 重复定义!.@3
+TRID | 1 000130 10 2 5,6 "slow"/2 010203 -1 0 - d/3 99xx0- 1 1 7 | 1 000130=90000 10 2 [5,6] slow;2 010203=3723000 -1 0 [] d;3
+    99xx0-=356400000 1 1 [7] ;
+TRID | 4 000130 1 1 5/5 130 4 2 6 kept/6 0001300 | 4 000130=90000 1 1 [5] ;5 130=0 4 2 [6] kept;6 0001300=0 0 0 [] ; |
+    DSPER:130 格式错误, 应遵循格式 HHMMSS 占位6个字节.@2DSPER:0001300 格式错误, 应遵循格式 HHMMSS 占位6个字节.@3
 TRID | 1 000001 1 1 8,5,-,a--,6 | 1 000001=1000 1 1 [5,6] ; | SVID:8 未识别.@1
 TRID | 1 000001 1 1 5,6,5 | 1 000001=1000 1 1 [5,6] ; | TRID:1 的 LINKSVID:5 链接重复!.@1
 TRID | 1 000001/1 000002/2 000001 | 1 000001=1000 0 0 [] ;2 000001=1000 0 0 [] ; | TRID 定义重复!.@2
-TMSG | 2  "two  "words"{bytes}"/1 one{return}again{cr}/-3/ | -3 ;1 one again;2 two  words{bytes}; |
+TMSG | 2  "two  "words"{bytes}"/1 one{return}again{cr}/-3/ | -3 ;1 one again;2 two  words{bytes};
 TMSG | 1 first/#/1 second/2 last | 1 first;2 last; | TID 定义重复! @3
 )";
 
@@ -91,12 +84,10 @@ TEST_F(Definition_Files_Test, TakesWhatIsGoodAndNamesWhatIsNot) {
 // List, what is loaded first, the titles and the fields written, each with its width ("+" is a blank, "~"
 // begins a row), and what the count says.
 const char* const layouts = R"(
-RPTID | 3 10 5,6 "a b"/4 11 | DATAID:11 RPTID:11 LINKVID:51 DESCRIPTION:128
-  | 3:11 10:11 5,6:51 "a+b":128 ~ 4:11 11:11 -:51 "":128 | RPTID 数量: 2
-CEID | 3 10 10,20 Up "a b" | DATAID:11 CEID:11 LINKRPTID:51 EVENTNAME:33 DESCRIPTION:128
-  | 3:11 10:11 10,20:51 Up:33 ":1 a+b:128 ":1 | CEID 数量:1
-TRID | 3 000130 8 2 - "a b" | TRID:11 DSPER:11 TOTSMP:11 REPGSZ:11 LINKSVID:61 DESCRIPTION:128
-  | 3:11 000130:11 8:11 2:11 -:61 ":1 a+b:128 ":1 | TRID 数量: 1
+RPTID | 3 10 5,6 "a b"/4 11 | DATAID:11 RPTID:11 LINKVID:51 DESCRIPTION:128 | 3:11 10:11 5,6:51 "a+b":128 ~ 4:11 11:11 -:51 "":128 | RPTID 数量: 2
+CEID | 3 10 10,20 Up "a b" | DATAID:11 CEID:11 LINKRPTID:51 EVENTNAME:33 DESCRIPTION:128 | 3:11 10:11 10,20:51 Up:33 ":1 a+b:128 ":1 | CEID 数量:1
+TRID | 3 000130 8 2 - "a b" | TRID:11 DSPER:11 TOTSMP:11 REPGSZ:11 LINKSVID:61 DESCRIPTION:128 | 3:11 000130:11 8:11 2:11 -:61
+    ":1 a+b:128 ":1 | TRID 数量: 1
 TMSG | 4 "a b" | TID:11 TMESSAGE:128 | 4:11 ":1 a+b:128 ":1 | TMSG 数量: 1
 )";
 

@@ -44,21 +44,16 @@ class Saved_Constants_Test : public Config_Test {
 // The file ("/" ends a line), the backup when it is not "$D Door -7", Door, Temp and Lot then, what is said.
 // Constants of another kind or name are not there; {1022} and {1023} are lines of so many bytes.
 const char* const files = R"(
-$D Door 1/$A Temp -2.5e1/$S Lot first word/ | | 1 -25 first
-  | b [0002:0003][D] Door - 1/b [0003:0003][A] Temp - -2.5e1/b [0004:0003][S] Lot - first/
-#x/{cr}/ {tab}$D{tab}Door  12abc{cr}/$S Lot {bytes} | | 12 0 {bytes}
-  | b [0002:0003][D] Door - 12abc/b [0003:0003][S] Lot - {bytes}/
-$D Temp x/$D door x/$A Flow 1/$D/ | | 0 0 - |
-{1022}{cr}/ | | 2 0 - | b [0002:0003][D] Door - 2/
-/$A Temp 1/{1023}/$S Lot no/ | | -7 1 -
-  | b [0002:0003][A] Temp - 1/r 参数太长 - [ECID_SAVE.inf]-[line:3], 转[ECID_SAVE.inf2]/b
-  [0003:0003][D] Door - -7/
-{1023}{1023}x | $S/{1023}{1023}x | 0 0 -
-    | r 参数太长 - [ECID_SAVE.inf]-[line:1], 转[ECID_SAVE.inf2]/r 参数太长 -
-  [ECID_SAVE2.inf]-[line:2], 转[ECID_SAVE2.inf2]/
-$A Temp 3/$B Door 1/$S Lot kept/ | | -7 3 kept
-  | b [0002:0003][A] Temp - 3/r 字符串不能正常解析[$B Door 1],转ECID_SAVE.inf2/b [0003:0003][S] Lot - kept/b
-  [0004:0003][D] Door - -7/
+$D Door 1/$A Temp -2.5e1/$S Lot first word/ | | 1 -25 first | b [0002:0003][D] Door - 1/b [0003:0003][A] Temp - -2.5e1/b
+    [0004:0003][S] Lot - first/
+#x/{cr}/ {tab}$D{tab}Door  12abc{cr}/$S Lot {bytes} | | 12 0 {bytes} | b [0002:0003][D] Door - 12abc/b [0003:0003][S] Lot - {bytes}/
+$D Temp x/$D door x/$A Flow 1/$D/ | | 0 0 - || {1022}{cr}/ | | 2 0 - | b [0002:0003][D] Door - 2/
+/$A Temp 1/{1023}/$S Lot no/ | | -7 1 - | b [0002:0003][A] Temp - 1/r 参数太长 - [ECID_SAVE.inf]-[line:3], 转[ECID_SAVE.inf2]/b
+    [0003:0003][D] Door - -7/
+{1023}{1023}x | $S/{1023}{1023}x | 0 0 - | r 参数太长 - [ECID_SAVE.inf]-[line:1], 转[ECID_SAVE.inf2]/r 参数太长 -
+    [ECID_SAVE2.inf]-[line:2], 转[ECID_SAVE2.inf2]/
+$A Temp 3/$B Door 1/$S Lot kept/ | | -7 3 kept | b [0002:0003][A] Temp - 3/r 字符串不能正常解析[$B Door 1],转ECID_SAVE.inf2/b
+    [0003:0003][S] Lot - kept/b [0004:0003][D] Door - -7/
 )";
 
 }  // namespace
@@ -94,10 +89,8 @@ TEST_F(Saved_Constants_Test, LooksInFourPlaces) {
     // The file that is there, simulation or real, the result, what is said, the log; J is the folder
     // elsewhere.
     std::string table = R"(
-Z/FA/ECID_SAVE2.inf | real | good | {1}{restored} | {log}
-{J}/ECID_SAVE.inf | real | good | {restored} | {logs}
-{J}/ECID_SAVE2.inf | real | good | {1}{restored} | {logs}
-nowhere | real | bad | {1}{2} | {logs}
+Z/FA/ECID_SAVE2.inf | real | good | {1}{restored} | {log} || {J}/ECID_SAVE.inf | real | good | {restored} | {logs}
+{J}/ECID_SAVE2.inf | real | good | {1}{restored} | {logs} || nowhere | real | bad | {1}{2} | {logs}
 nowhere | simulation | good | {1}{2} | {logs}
 )";
     const std::string path = "J:\\Talwen\\Config\\FA\\ECID_SAVE", at = "[代码行:FILE_READ_ECID_SAVE:#]/";
@@ -135,13 +128,9 @@ TEST_F(Saved_Constants_Test, AFileThatCannotBeReadGivesWayToTheBackup) {
 TEST_F(Saved_Constants_Test, ThrowsForAGapInTheNumbersAndForAValueThatIsNoNumber) {
     // Constants, the line, what is thrown: found before the gap, not looked for, not bound.
     for (const Texts& row : fake::rows(R"(
-1&0&0&&&&!2&0&1&&&&!3&0&2&&&& | $D Door 1 | invalid map<K, T> key
-0&0&0&&&&!2&0&1&&&& | $A Temp 1 | invalid map<K, T> key
-0&0&0&&&&!2&0&1&&&& | $D Door 1 / $B Temp 1 |
-0&-1&0&&&& | $D |
-0&0&0&&&& | $D Door x / $D Door 2147483648 | stoi
-0&0&1&&&& | $A Temp | stod
-0&0&1&&&& | $A Nowhere x |
+1&0&0&&&&!2&0&1&&&&!3&0&2&&&& | $D Door 1 | invalid map<K, T> key || 0&0&0&&&&!2&0&1&&&& | $A Temp 1 | invalid map<K, T> key
+0&0&0&&&&!2&0&1&&&& | $D Door 1 / $B Temp 1 || 0&-1&0&&&& | $D || 0&0&0&&&& | $D Door x / $D Door 2147483648 | stoi
+0&0&1&&&& | $A Temp | stod || 0&0&1&&&& | $A Nowhere x
 )",
                                        3)) {
         constants(std::regex_replace(row[0], std::regex("!"), "|"));

@@ -174,13 +174,11 @@ class Variable_Tables_Test : public Config_Test {
 // unknown kind of point keeps the name before it, within a text; an empty record has id 0; a record has 299
 // bytes, and what comes after them is lost.
 const char* const record_texts = R"(
-5&1&1&100&-0.5&2&Gas flow!6&0&2&&&&!7&1&0&3&-1&0&a&b
-  | 5 1 1 100 -0.5 2 0!Flow!-!0!!!Gas flow; 6 0 2 0 0 0 0!Lot!-!0!!!; 7 1 0 3 -1 0 0!Valve!-!0!!!a&b;
+5&1&1&100&-0.5&2&Gas flow!6&0&2&&&&!7&1&0&3&-1&0&a&b | 5 1 1 100 -0.5 2 0!Flow!-!0!!!Gas flow; 6 0 2 0 0 0 0!Lot!-!0!!!; 7 1 0
+    3 -1 0 0!Valve!-!0!!!a&b;
 5&1&1&100&0&2&one!5&0&0&1&0&0&two | 5 0 0 1 0 0 0!Door!-!0!!!two;
-1&0&1&0&0&0&a!2&0&9&0&0&0&b | 1 0 1 0 0 0 0!Temp!-!0!!!a; 2 0 9 0 0 0 0!Temp!-!0!!!b;
-3&0&3&0&0&0&c | 3 0 3 0 0 0 0!!-!0!!!c;
-9 | 9 0 0 0 0 0 0!Door!-!0!!!;
-8&0&0&1e999&-1e999&99999999999&{bytes} | 8 0 0 inf -inf 2147483647 0!Door!-!0!!!{bytes};
+1&0&1&0&0&0&a!2&0&9&0&0&0&b | 1 0 1 0 0 0 0!Temp!-!0!!!a; 2 0 9 0 0 0 0!Temp!-!0!!!b; || 3&0&3&0&0&0&c | 3 0 3 0 0 0 0!!-!0!!!c;
+9 | 9 0 0 0 0 0 0!Door!-!0!!!; || 8&0&0&1e999&-1e999&99999999999&{bytes} | 8 0 0 inf -inf 2147483647 0!Door!-!0!!!{bytes};
 7&-1&0&1&0&0&p!6&999999&2&1&0&0&q | 6 999999 2 1 0 0 0!!-!0!!!q; 7 -1 0 1 0 0 0!!-!0!!!p;
 !1&0&0&1&0&0&a! | 0 0 0 0 0 0 0!Door!-!0!!!; 1 0 0 1 0 0 0!Door!-!0!!!a;
 1&0&0&1&0&0&{d199}dd!2&0&0&1&0&0&next | 1 0 0 1 0 0 0!Door!-!0!!!{d199}; 2 0 0 1 0 0 0!Door!-!0!!!next;

@@ -61,21 +61,14 @@ TEST_F(EventCommand, EveryKeywordButTwoIsGatedAndNoUnknownOne) {
 // Command; Comm_New_Version; LinkMD and both switches before it; these three, CtrlMD and Control_State
 // afterwards; what is queued, or that it is ignored aloud.
 const char* const commands = R"(
-REQUEST_ENABLE | new | 0 0 | 2 1 1 9 9 |
-REQUEST_ENABLE | new | 1 0 | 1 1 1 9 9 |
-REQUEST_ENABLE | old | 3 0 | 2 1 1 9 9 |
-REQUEST_DISABLE | new | 0 0 | 0 0 0 9 9 |
-REQUEST_DISABLE | old | 3 0 | 1 0 0 9 9 |
-REQUEST_LOCAL / REQUEST_RECONNECT x | new | 2 0 | 2 0 0 9 9 | ignored
-REQUEST_OFFLINE | old | 2 0 | 2 0 0 9 9 | ignored
-REQUEST_LOCAL | new | 1 1 | 1 1 1 1 3 | S1F13
-REQUEST_REMOTE | old | 1 1 | 1 1 1 2 4 | S1F13 S2F17
-REQUEST_OFFLINE | new | 0 1 | 0 1 1 0 0 |
-REQUEST_OFFLINE | old | 1 1 | 1 1 1 0 0 |
-REQUEST_OFFLINE | new | 2 1 | 2 1 1 0 0 | 10101
-REQUEST_OFFLINE | old | 3 1 | 3 1 1 0 0 | 10101
-REQUEST_ENABLE / REQUEST_DISABLE / REQUEST_local / REQUEST / REQUESTS_LOCAL | new | 2 1 | 2 1 1 9 9 |
-REQUEST_ENABLE / REQUEST_DISABLE | old | 2 1 | 2 1 1 9 9 |
+REQUEST_ENABLE | new | 0 0 | 2 1 1 9 9 || REQUEST_ENABLE | new | 1 0 | 1 1 1 9 9 || REQUEST_ENABLE | old | 3 0 | 2 1 1 9 9
+REQUEST_DISABLE | new | 0 0 | 0 0 0 9 9 || REQUEST_DISABLE | old | 3 0 | 1 0 0 9 9
+REQUEST_LOCAL / REQUEST_RECONNECT x | new | 2 0 | 2 0 0 9 9 | ignored || REQUEST_OFFLINE | old | 2 0 | 2 0 0 9 9 | ignored
+REQUEST_LOCAL | new | 1 1 | 1 1 1 1 3 | S1F13 || REQUEST_REMOTE | old | 1 1 | 1 1 1 2 4 | S1F13 S2F17
+REQUEST_OFFLINE | new | 0 1 | 0 1 1 0 0 || REQUEST_OFFLINE | old | 1 1 | 1 1 1 0 0
+REQUEST_OFFLINE | new | 2 1 | 2 1 1 0 0 | 10101 || REQUEST_OFFLINE | old | 3 1 | 3 1 1 0 0 | 10101
+REQUEST_ENABLE / REQUEST_DISABLE / REQUEST_local / REQUEST / REQUESTS_LOCAL | new | 2 1 | 2 1 1 9 9
+REQUEST_ENABLE / REQUEST_DISABLE | old | 2 1 | 2 1 1 9 9
 )";
 
 TEST_F(EventCommand, RequestSwitchesAndControlStateByCommand) {
@@ -114,14 +107,8 @@ TEST_F(EventCommand, RequestReconnectSavesTheSettingsAndRaisesTheFlagEvenWhenSav
 // Message; whether it is spooled; then by LinkMD 0 to 3, in each by CtrlMD 0 to 2: q queued, r refused,
 // u unsupported, . nothing.
 const char* const primaries = R"(
-S1F13 | | rrr ... rrr qqq
-S1F13 | spooled | rqq ... rqq qqq
-S6F11 | | rrr ... rrr rqq
-S6F11 | spooled | rqq ... rqq rqq
-S05F01 | | rrr ... rrr rqq
-S2F17 | | uuu ... uuu uuu
-S6F12 | spooled | uuu ... uuu uuu
-S1F | | uuu ... uuu uuu
+S1F13 | | rrr ... rrr qqq || S1F13 | spooled | rqq ... rqq qqq || S6F11 | | rrr ... rrr rqq || S6F11 | spooled | rqq ... rqq rqq
+S05F01 | | rrr ... rrr rqq || S2F17 | | uuu ... uuu uuu || S6F12 | spooled | uuu ... uuu uuu || S1F | | uuu ... uuu uuu
 S6F11 x | spooled | uuu ... uuu uuu
 )";
 
@@ -164,12 +151,9 @@ TEST_F(EventCommand, PrimariesCarryUpToFiveParameters) {
 
 // The command; the code byte as a number, ALID and text of the S5F1, or "unknown" for the log line.
 const char* const alarm_commands = R"(
-SEND_ALARM_POST 1001 / SEND_ALARM_POST 1001 | 133 1001 Door open
-SEND_ALARM_CLEAR 1001 | 5 1001 Door open
-SEND_ALARM_POST 500|x | 128 500 no level
-SEND_ALARM_CLEAR 500 | 0 500 no level
-SEND_ALARM_POST 1002 / SEND_ALARM_POST | unknown
-SEND_ALARM_CLEAR 1002 / SEND_ALARM 1001 / SEND_PRIMARY S1F13 |
+SEND_ALARM_POST 1001 / SEND_ALARM_POST 1001 | 133 1001 Door open || SEND_ALARM_CLEAR 1001 | 5 1001 Door open
+SEND_ALARM_POST 500|x | 128 500 no level || SEND_ALARM_CLEAR 500 | 0 500 no level
+SEND_ALARM_POST 1002 / SEND_ALARM_POST | unknown || SEND_ALARM_CLEAR 1002 / SEND_ALARM 1001 / SEND_PRIMARY S1F13
 )";
 
 TEST_F(EventCommand, AlarmsAreSentWithTheirCodeByte) {

@@ -99,69 +99,50 @@ TEST_F(EventTable, EveryNumberOfTheTableRaisesItsEventOnceAndNothingElseDoes) {
 
 // A command, the event, and all that is written; continued on lines that begin with a blank.
 const char* const field_rows = R"(
-CTRLMODE_STATE 2|9|9|9 => 10101 gem.Equip_Status=7
-EQUIPMENT_STATE 11 => 12111 gem.EquipModel_State=11
-PM_STATE 1|1|4|5 => 10301
-    PMState_StepNum=0 PMState_PrcsResult=0 PMState_MdlName=PM2 PMState_MdlID=PM2-STRIP PMState_StepName=
+CTRLMODE_STATE 2|9|9|9 => 10101 gem.Equip_Status=7 || EQUIPMENT_STATE 11 => 12111 gem.EquipModel_State=11
+PM_STATE 1|1|4|5 => 10301 PMState_StepNum=0 PMState_PrcsResult=0 PMState_MdlName=PM2 PMState_MdlID=PM2-STRIP PMState_StepName=
     gem.ModuleModel_State=1 gem.StepNum=0 gem.StepName=
-PM_STATE 5|0|Main Etch|4 => 10305
-    PMState_StepNum=4 PMState_PrcsResult=0 PMState_MdlName=PM1 PMState_MdlID=PM1-ETCH PMState_StepName=Main
-    Etch gem.ModuleModel_State=5 gem.StepNum=4 gem.StepName=Main Etch
-PM_STATE 6|0|2|9 => 10306
-    PMState_StepNum=0 PMState_PrcsResult=2 PMState_MdlName=PM1 PMState_MdlID=PM1-ETCH PMState_StepName=
+PM_STATE 5|0|Main Etch|4 => 10305 PMState_StepNum=4 PMState_PrcsResult=0 PMState_MdlName=PM1 PMState_MdlID=PM1-ETCH
+    PMState_StepName=Main Etch gem.ModuleModel_State=5 gem.StepNum=4 gem.StepName=Main Etch
+PM_STATE 6|0|2|9 => 10306 PMState_StepNum=0 PMState_PrcsResult=2 PMState_MdlName=PM1 PMState_MdlID=PM1-ETCH PMState_StepName=
     gem.ModuleModel_State=6 gem.StepNum=0 gem.StepName=
-PORT_STATE 7|1|8|no => 11701
-    PortID=2 RejectCode=0 RejectName= PortState_PortID=PORT2 PortState_CarrierID=C-2 PortState_PPID=LR-2
-    PortState_JobID=J-2 gem.Port_Status=6
-PORT_TRANSFER 7|1|8|clamp|stuck => 11701
-    PortID=2 RejectCode=8 RejectName=clamp|stuck PortState_PortID=PORT2 PortState_CarrierID=C-2
+PORT_STATE 7|1|8|no => 11701 PortID=2 RejectCode=0 RejectName= PortState_PortID=PORT2 PortState_CarrierID=C-2
     PortState_PPID=LR-2 PortState_JobID=J-2 gem.Port_Status=6
+PORT_TRANSFER 7|1|8|clamp|stuck => 11701 PortID=2 RejectCode=8 RejectName=clamp|stuck PortState_PortID=PORT2
+    PortState_CarrierID=C-2 PortState_PPID=LR-2 PortState_JobID=J-2 gem.Port_Status=6
 PORT_AMHS 2|1 => 41102 PortID=2 PortState_PortID=PORT2 gem.AMHS_Status=1 gem.PortID=2
 PORT_AMHS 2|2 => 41102 PortID=3 PortState_PortID=PORT3 gem.AMHS_Status=0 gem.PortID=3
-PORT_MATERIAL 1|1 => 41201 PortID=2 PortState_PortID=PORT2
-PORT_RESERVE 1|x => 41301 PortID=1 PortState_PortID=PORT1
-SUBST_TRACK x|1|1|no|1|no|no|no => 30101
-    PortID=2 SlotID=2 SubstState_PortID=PORT2 SubstState_SlotID=SLOT2 {no transfer} gem.PortID=2 gem.WaferID=W-22 gem.LotID=LOT2 gem.MID=C-2 gem.PPID=PP2
-SUBST_TRACK 9|0|2|LP1|5|2|PM1|0 => 30301
-    PortID=1 SlotID=3 SubstState_PortID=PORT1 SubstState_SlotID=SLOT3 SubstTrack_FromMdlName=LP1
-    SubstTrack_FromMdlID=LP1 SubstTrack_FromMdlSlotID=SLOT3 SubstTrack_ToMdlName=PM1
-    SubstTrack_ToMdlID=PM1-ETCH SubstTrack_ToMdlSlotID=SLOT1 gem.PortID=1 gem.WaferID= gem.LotID= gem.MID=
-    gem.PPID=
-SUBST_OCR 3|1|0 => 30201
-    PortID=2 SlotID=1 SubstState_PortID=PORT2 SubstState_SlotID=SLOT1 {no transfer} gem.PortID=2 gem.WaferID= gem.LotID=LOT2 gem.MID=C-2 gem.PPID=PP2
-CARRIER_ID 1|1|0|no => 41401
-    PortID=2 CarrierState_PortID=PORT2 CarrierState_CarrierID=C-2 CarrierState_DupPortID= gem.PortID=2
-    gem.MID=C-2
-CARRIER_ID 13|1|0|C-9 => 43903
-    PortID=2 CarrierState_PortID=PORT2 CarrierState_CarrierID=C-9 CarrierState_DupPortID=PORT1 gem.PortID=2
-    gem.MID=C-9
+PORT_MATERIAL 1|1 => 41201 PortID=2 PortState_PortID=PORT2 || PORT_RESERVE 1|x => 41301 PortID=1 PortState_PortID=PORT1
+SUBST_TRACK x|1|1|no|1|no|no|no => 30101 PortID=2 SlotID=2 SubstState_PortID=PORT2 SubstState_SlotID=SLOT2 {no transfer}
+    gem.PortID=2 gem.WaferID=W-22 gem.LotID=LOT2 gem.MID=C-2 gem.PPID=PP2
+SUBST_TRACK 9|0|2|LP1|5|2|PM1|0 => 30301 PortID=1 SlotID=3 SubstState_PortID=PORT1 SubstState_SlotID=SLOT3
+    SubstTrack_FromMdlName=LP1 SubstTrack_FromMdlID=LP1 SubstTrack_FromMdlSlotID=SLOT3 SubstTrack_ToMdlName=PM1
+    SubstTrack_ToMdlID=PM1-ETCH SubstTrack_ToMdlSlotID=SLOT1 gem.PortID=1 gem.WaferID= gem.LotID= gem.MID= gem.PPID=
+SUBST_OCR 3|1|0 => 30201 PortID=2 SlotID=1 SubstState_PortID=PORT2 SubstState_SlotID=SLOT1 {no transfer} gem.PortID=2
+    gem.WaferID= gem.LotID=LOT2 gem.MID=C-2 gem.PPID=PP2
+CARRIER_ID 1|1|0|no => 41401 PortID=2 CarrierState_PortID=PORT2 CarrierState_CarrierID=C-2 CarrierState_DupPortID= gem.PortID=2 gem.MID=C-2
+CARRIER_ID 13|1|0|C-9 => 43903 PortID=2 CarrierState_PortID=PORT2 CarrierState_CarrierID=C-9 CarrierState_DupPortID=PORT1 gem.PortID=2 gem.MID=C-9
 CARRIER_MAP 9|1 => 41801 PortID=2 CarrierState_PortID=PORT2 gem.PortID=2 gem.Substx_MapState=3?
 CARRIER_MAP 1|2 => 41501 PortID=3 CarrierState_PortID=PORT3 gem.PortID=3 gem.Substx_MapState=
-CARRIER_ASSOC 3|1 => 42103 PortID=2 CarrierState_PortID=PORT2
-CARRIER_ACCESS 2|0 => 42301 PortID=1 CarrierState_PortID=PORT1
+CARRIER_ASSOC 3|1 => 42103 PortID=2 CarrierState_PortID=PORT2 || CARRIER_ACCESS 2|0 => 42301 PortID=1 CarrierState_PortID=PORT1
 CARRIER_ACTION 72|1|no => 48172 PortID=2 CarrierState_PortID=PORT2 gem.PortID=2 gem.MID=RC2
 CARRIER_ACTION 73|1|C-7 => 48173 PortID=2 CarrierState_PortID=PORT2 gem.PortID=2 gem.MID=C-7
 CARRIER_ACTION 1|0 => 48101 PortID=1 CarrierState_PortID=PORT1 gem.PortID=1 gem.MID=
 CARRIER_IDMANL 9|1 => 60109 PortID=2 CarrierState_PortID=PORT2
 PRCSJOB_STATE 7|1 => 49107 gem.PortID=2 gem.LotID=LOT2 gem.PPID=PP2
 MODULE_MODE 2|PM2|5|no => 50102 RejectCode=0 RejectName= ModuleMode_MdlName=PM2 ModuleMode_MdlID=PM2-STRIP
-MODULE_MODE 3|PM2|5|busy => 50104
-    RejectCode=5 RejectName=busy ModuleMode_MdlName=PM2 ModuleMode_MdlID=PM2-STRIP
+MODULE_MODE 3|PM2|5|busy => 50104 RejectCode=5 RejectName=busy ModuleMode_MdlName=PM2 ModuleMode_MdlID=PM2-STRIP
 SPOOL_TRANSFER 2|17 => 51102 SpoolTransfer_Count=17
-TRACE_REPORT 3|12 => 52103
-    TraceReport_ID=12 TraceReport_Totsam=0 TraceReport_Repgsz=0 TraceReport_VIDNum=0 TraceReport_CurCut=0
-    TraceReport_Dsper=HHMMSS
+TRACE_REPORT 3|12 => 52103 TraceReport_ID=12 TraceReport_Totsam=0 TraceReport_Repgsz=0 TraceReport_VIDNum=0
+    TraceReport_CurCut=0 TraceReport_Dsper=HHMMSS
 RECIPE_EDIT 2|R1|no => 53102 RecipeEdit_Name=R1 RecipeEdit_Type=LOT
 RECIPE_EDIT 6|R1|no => 53203 RecipeEdit_Name=R1 RecipeEdit_Type=CLUSTER
 RECIPE_EDIT 7|R1|PM2 => 53301 RecipeEdit_Name=R1 RecipeEdit_Type=PM2
-ALARM_REPORT 1|1001|133|Door|open => 54101
-    AlarmReport_ALID=1001 AlarmReport_ALCD=133 AlarmReport_Text=Door|open
+ALARM_REPORT 1|1001|133|Door|open => 54101 AlarmReport_ALID=1001 AlarmReport_ALCD=133 AlarmReport_Text=Door|open
 MESSAGE_RECOGNI 1|3 => 55101 MessageRecogni_TID=3
-ECID_CHANGE 1|40 => 56101
-    ECIDChange_IOName=AccessModeStatus2 ECIDChange_IOType=U1 ECIDChange_OldValue=9 ECIDChange_NewValue=1
+ECID_CHANGE 1|40 => 56101 ECIDChange_IOName=AccessModeStatus2 ECIDChange_IOType=U1 ECIDChange_OldValue=9 ECIDChange_NewValue=1
 ECID_CHANGE 1|41 => 56101 ECIDChange_IOName=41 ECIDChange_IOType= ECIDChange_OldValue= ECIDChange_NewValue=
-OPERATOR_COMMAND 1|START LP1 => 57101 Operator_Command=START LP1
-SEMI_TRANSFER 301|1|2|3 => 61301
+OPERATOR_COMMAND 1|START LP1 => 57101 Operator_Command=START LP1 || SEMI_TRANSFER 301|1|2|3 => 61301
 )";
 
 TEST_F(EventTable, FieldsReachTheirVariables) {

@@ -16,36 +16,29 @@ S1F1 W. | new | Online_Init=1 | who | 3 2 1 1 1 U ONLINE_REMOTE
 S1F1 W. | new | Online_Init=2 Remote_Status=0 | who | 3 1 1 1 0 U ONLINE_LOCAL
 S1F1 W. | new | Online_Init=2 Remote_Status=1 | who | 3 2 1 1 1 U ONLINE_REMOTE
 S1F1 W. | new | Online_Init=2 Remote_Status=5 | who | 3 U 1 1 0 U ONLINE_LOCAL
-S1F1 W. | new | Online_Init=9 | who | 3 U 1 1 U U
-S1F1 W. | old | fa:CtrlMD=1 | who | 3 1 1 1 0 U ONLINE_LOCAL
-S1F1 W. | old | fa:CtrlMD=2 | who | 3 2 1 1 1 U ONLINE_REMOTE
-S1F1 W. | old | fa:CtrlMD=0 | who | 3 1 1 1 0 U ONLINE_LOCAL
+S1F1 W. | new | Online_Init=9 | who | 3 U 1 1 U U || S1F1 W. | old | fa:CtrlMD=1 | who | 3 1 1 1 0 U ONLINE_LOCAL
+S1F1 W. | old | fa:CtrlMD=2 | who | 3 2 1 1 1 U ONLINE_REMOTE || S1F1 W. | old | fa:CtrlMD=0 | who | 3 1 1 1 0 U ONLINE_LOCAL
 S1F2 <L>. | new | Online_Init=1 | | U 2 U 1 1 U ONLINE_REMOTE
 S1F2. | new | Online_Init=2 Remote_Status=0 | | U 1 U 1 0 U ONLINE_LOCAL
 S1F2. | old | fa:CtrlMD=0 | | U 1 U 1 0 U ONLINE_LOCAL
 S1F13 W <L>. | new | Init_ControlState=0 | 0 | 3 0 1 0 U 0 EQUIP_OFFLINE
 S1F13 W <L>. | new | Init_ControlState=1 | 0 | 3 1 1 1 0 3 ONLINE_LOCAL
 S1F13 W <L>. | old | Init_ControlState=2 | 0 | 3 2 1 1 1 4 ONLINE_REMOTE
-S1F13 W <L>. | old | Init_ControlState=9 | 0 | 3 1 1 1 0 3 ONLINE_LOCAL
-S1F13 W <L>. | old | Comm_Enable=0 | 1 | 1 U 0 U U U
-S1F13 W <L>. | new | Comm_Enable=2 | 1 | 1 U 0 U U U
-S1F13 W <L>. | new | fa:Enable=0 | 1 | 1 U 0 U U U
+S1F13 W <L>. | old | Init_ControlState=9 | 0 | 3 1 1 1 0 3 ONLINE_LOCAL || S1F13 W <L>. | old | Comm_Enable=0 | 1 | 1 U 0 U U U
+S1F13 W <L>. | new | Comm_Enable=2 | 1 | 1 U 0 U U U || S1F13 W <L>. | new | fa:Enable=0 | 1 | 1 U 0 U U U
 S1F14 <L <B 0> <L>>. | new | Init_ControlState=0 | | 3 0 1 0 U 0 EQUIP_OFFLINE
 S1F14 <L <B 0> <L>>. | new | Init_ControlState=2 | | 3 2 1 1 1 4 ONLINE_REMOTE
 S1F14 <L <B 0> <L>>. | new | Init_ControlState=4 | | 3 1 1 1 0 3 ONLINE_LOCAL
 S1F14 <L <B 0> <L>>. | old | fa:CtrlMD=0 | | 3 0 1 0 U U EQUIP_OFFLINE
 S1F14 <L <B 0> <L>>. | old | fa:CtrlMD=2 | | 3 2 1 1 1 U ONLINE_REMOTE
-S1F14 <L <B 0> <L>>. | old | fa:CtrlMD=7 | | 3 1 1 1 0 U ONLINE_LOCAL
-S1F14 <L <B 1> <L>>. | new | | | 2 U 0 U U U
+S1F14 <L <B 0> <L>>. | old | fa:CtrlMD=7 | | 3 1 1 1 0 U ONLINE_LOCAL || S1F14 <L <B 1> <L>>. | new | | | 2 U 0 U U U
 S1F15 W. | new | Online_Status=1 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
 S1F15 W. | new | Online_Status=0 Comm_Establish=1 | 2 | 3 0 1 0 U 2
 S1F15 W. | new | Online_Status=0 Comm_Establish=0 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
-S1F15 W. | old | fa:CtrlMD=1 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
-S1F15 W. | old | fa:CtrlMD=0 fa:LinkMD=3 | 2 | 3 0 1 0 U 2
+S1F15 W. | old | fa:CtrlMD=1 | 0 | 3 0 1 0 U 2 HOST_OFFLINE || S1F15 W. | old | fa:CtrlMD=0 fa:LinkMD=3 | 2 | 3 0 1 0 U 2
 S1F15 W. | old | fa:CtrlMD=0 fa:LinkMD=2 | 0 | 3 0 1 0 U 2 HOST_OFFLINE
 S1F17 W <U1 1>. / S1F17 W <U8 4294967297>. | new | | 0 | U 1 U U 0 3 ONLINE_LOCAL
-S1F17 W <U1 2>. | old | | 0 | U 2 U U 1 4 ONLINE_REMOTE
-S1F17 W <B 2>. | new | | 0 | U 2 U U 1 4 ONLINE_REMOTE
+S1F17 W <U1 2>. | old | | 0 | U 2 U U 1 4 ONLINE_REMOTE || S1F17 W <B 2>. | new | | 0 | U 2 U U 1 4 ONLINE_REMOTE
 S1F17 W <I1 -1>. | new | Online_Init=1 | 0 | 3 2 1 1 1 4 ONLINE_REMOTE
 S1F17 W. | new | Online_Status=0 Online_Init=0 | 0 | 3 1 1 1 0 3 ONLINE_LOCAL
 S1F17 W <U1 0>. | old | Online_Status=0 Online_Init=2 Remote_Status=1 | 0 | 3 2 1 1 1 4 ONLINE_REMOTE

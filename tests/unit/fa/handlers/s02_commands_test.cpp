@@ -109,20 +109,12 @@ class S02Commands : public fake::ModuleFixture {
 TEST_F(S02Commands, OnlyRemotePassesTheGateButForTheControlCommands) {
     // A refused parameter comes before state and command.
     try_commands(R"(
-fa:CtrlMD=1 | START | {port1} | 8
-fa:CtrlMD=0 | START | {port1} | 7
-fa:CtrlMD=9 | START | PORTID <U1 99> | 7
-fa:CtrlMD=1 | Nonsense | | 8
-fa:CtrlMD=2 | Nonsense | | 1
-fa:CtrlMD=2 | start | {port1} | 1
+fa:CtrlMD=1 | START | {port1} | 8 || fa:CtrlMD=0 | START | {port1} | 7 || fa:CtrlMD=9 | START | PORTID <U1 99> | 7
+fa:CtrlMD=1 | Nonsense | | 8 || fa:CtrlMD=2 | Nonsense | | 1 || fa:CtrlMD=2 | start | {port1} | 1
 fa:CtrlMD=1 | Nonsense | PORT <U1 1> | 3 PORT:1 | | !PORT
 fa:CtrlMD=1 | START | PORTID <U8 4294967297> / PORTID <U1> | 3 PORTID:2 | | !PORTID
-fa:CtrlMD=2 | Local | | 0 | QFA_Set_CtrlMD 1
-fa:CtrlMD=0 | Go_Local | | 0 | QFA_Set_CtrlMD 1
-fa:CtrlMD=1 | Local | | 5
-fa:CtrlMD=1 | Go_Remote | | 0 | QFA_Set_CtrlMD 2
-fa:CtrlMD=7 | Remote | | 0 | QFA_Set_CtrlMD 2
-fa:CtrlMD=2 | Remote | | 5
+fa:CtrlMD=2 | Local | | 0 | QFA_Set_CtrlMD 1 || fa:CtrlMD=0 | Go_Local | | 0 | QFA_Set_CtrlMD 1 || fa:CtrlMD=1 | Local | | 5
+fa:CtrlMD=1 | Go_Remote | | 0 | QFA_Set_CtrlMD 2 || fa:CtrlMD=7 | Remote | | 0 | QFA_Set_CtrlMD 2 || fa:CtrlMD=2 | Remote | | 5
 )");
 }
 
@@ -149,20 +141,18 @@ TEST_F(S02Commands, ParametersAreReadByTheirFormats) {
     // First elements count, and the last of several.
     try_commands(R"(
  | START | PORTID <A "CM2"> / PORTID <I8 2>; JOBID <A "J"> | 4 | run START2(F)
- | START | PORTID <U2 2 9>; EndSlot <I2 1 2> | 4 | run START2(F)
- | START | PORTID <U1 9>; PORTID <U1 1> | 4 | run START1(F)
+ | START | PORTID <U2 2 9>; EndSlot <I2 1 2> | 4 | run START2(F) ||  | START | PORTID <U1 9>; PORTID <U1 1> | 4 | run START1(F)
  | START | | 3 PORTID:2 | | !PORTID
  | START | PORTID <U1 0> / PORTID <U1 3> / PORTID <U1> / PORTID <A "LP1"> | 3 PORTID:2 | | !PORTID
  | START | PORTID <A "CM3"> / PORTID <U8 4294967297> | 3 PORTID:2 | | !PORTID
  | START | PORTID <F4 1> | 3 PORTID:3 | | <:PORTID> Value 格式错误 , 必须是 I()/U()/ASCII.
- | START | RECIPE <L>; AccessMode <U2 1>; portid <U1 1> | 3 RECIPE:3 AccessMode:3 portid:1 | | <:RECIPE> Value
-  格式错误 , 必须是 A./<:AccessMode> Value 格式错误 , 必须是 U1./!portid
- | START | WaferCount <L>; SlotMap <A "110">; LotInfo <A ""> | 3 WaferCount:3 SlotMap:3 LotInfo:3 |
-  | START/WaferCount Value 格式错误 , 必须是 I()/U()/A./<:SlotMap> Value 格式错误 , Must U()/I()./<:LotInfo> Value 格式错误 , 必须是 L.
+ | START | RECIPE <L>; AccessMode <U2 1>; portid <U1 1> | 3 RECIPE:3 AccessMode:3 portid:1 | | <:RECIPE> Value 格式错误 ,
+    必须是 A./<:AccessMode> Value 格式错误 , 必须是 U1./!portid
+ | START | WaferCount <L>; SlotMap <A "110">; LotInfo <A ""> | 3 WaferCount:3 SlotMap:3 LotInfo:3 | | START/WaferCount Value
+    格式错误 , 必须是 I()/U()/A./<:SlotMap> Value 格式错误 , Must U()/I()./<:LotInfo> Value 格式错误 , 必须是 L.
  | START | StartSlot <A "1">; REDSTATE <B 1> | 3 StartSlot:3 REDSTATE:3 | | <:StartSlot> Value 格式错误 , Must
-  U()/I()./<:REDSTATE> Value 格式错误 , Must U()/I()/A.
- | START | WaferCount <A "2x">; EndSlot <I2>; SlotMap <U1 0 2> | 3 WaferCount:2 EndSlot:2 SlotMap:2 |
-  | !WaferCount/!EndSlot/!SlotMap
+    U()/I()./<:REDSTATE> Value 格式错误 , Must U()/I()/A.
+ | START | WaferCount <A "2x">; EndSlot <I2>; SlotMap <U1 0 2> | 3 WaferCount:2 EndSlot:2 SlotMap:2 | | !WaferCount/!EndSlot/!SlotMap
  | START | LotInfo <L <L <A "L"> <A "W">> <A "L">> | 3 LotInfo:3 | | L[1][1] 格式错误! 必须是 L2.
  | START | LotInfo <L <L <A "L"> <U1 1>>> | 3 LotInfo:3 | | <:LotInfo> Value 格式错误 , 必须是 A.
 )");
@@ -182,28 +172,24 @@ TEST_F(S02Commands, TheSchedulersResultDecidesTheAnswer) {
     try_commands(R"(
 run=101 | START | {port1} | 3 PORTID:2 | run START1(F) | !PORTID
 run=102 | START | {port1} | 2 | run START1(F) | START:全自动运行中, 指令拒绝执行.
-run=103 | START | PORTID <U1 2> | 2 | run START2(F)
-  | START:调度接口例程( SCHEDULRE_INTERFACE_CM2)忙, 指令拒绝执行.
+run=103 | START | PORTID <U1 2> | 2 | run START2(F) | START:调度接口例程( SCHEDULRE_INTERFACE_CM2)忙, 指令拒绝执行.
 run=104 | START | {port1} | 2 | run START1(F) | START:调度维护例程( SCHEDULRE_MAINT_CM1)忙, 指令拒绝执行.
 run=105 | START | {port1} | 3 RECIPE:2 | run START1(F) | 远程指令<> 传送系统已经处于运行中, 指令拒绝执行!
 run=2 | START | {port1} | 2 | run START1(F) | 远程指令<> SCHEDULER 运行参数[START1(F)] 运行失败, 指令拒绝执行!
-run=0 | ProceedWithCarrierID | {carrier} | 2 | run ProceedWithCarrierID1(F)
-  | 远程指令<> SCHEDULER 运行参数[ProceedWithCarrierID1(F)] 运行失败, 指令拒绝执行!
+run=0 | ProceedWithCarrierID | {carrier} | 2 | run ProceedWithCarrierID1(F) | 远程指令<> SCHEDULER
+    运行参数[ProceedWithCarrierID1(F)] 运行失败, 指令拒绝执行!
 )");
 }
 
 TEST_F(S02Commands, TowerAndBuzzerGoToTheMainMonitor) {
     std::string table = R"(
  | SignalTower | {all} | 0 | event $FA {tower}
-event=0 | SignalTower | {all} | 2 | event $FA {tower}
-    | 远程指令<> MAIN_MONITOR EVENT[$FA {tower}] 发送失败, 指令拒绝执行!
- | SignalTower | | 9
- | SignalTower | REDSTATE <I1 -1> | 9
- | SignalTower | YELLOWSTATE <U1 1> | 3 REDSTATE:2 GREENSTATE:2 BLUESTATE:2 |
-    | !REDSTATE/!GREENSTATE/!BLUESTATE
+event=0 | SignalTower | {all} | 2 | event $FA {tower} | 远程指令<> MAIN_MONITOR EVENT[$FA {tower}] 发送失败, 指令拒绝执行!
+ | SignalTower | | 9 ||  | SignalTower | REDSTATE <I1 -1> | 9
+ | SignalTower | YELLOWSTATE <U1 1> | 3 REDSTATE:2 GREENSTATE:2 BLUESTATE:2 | | !REDSTATE/!GREENSTATE/!BLUESTATE
  | AlarmBuzzer | ALARMBUZZER <U1 4> | 0 | event $FA SIGNALTOWER  BUZZER:4
-event=0 | ALARMBUZZER | ALARMBUZZER <U1 5> | 2 | event $FA SIGNALTOWER  BUZZER:5
-  | 远程指令<> MAIN_MONITOR EVENT[$FA SIGNALTOWER  BUZZER:5] 发送失败.
+event=0 | ALARMBUZZER | ALARMBUZZER <U1 5> | 2 | event $FA SIGNALTOWER  BUZZER:5 | 远程指令<> MAIN_MONITOR EVENT[$FA
+    SIGNALTOWER  BUZZER:5] 发送失败.
  | AlarmBuzzer | | 3 ALARMBUZZER:2 | | !ALARMBUZZER
 )";
     table = fake::with(table, "all",
@@ -215,16 +201,12 @@ event=0 | ALARMBUZZER | ALARMBUZZER <U1 5> | 2 | event $FA SIGNALTOWER  BUZZER:5
 
 TEST_F(S02Commands, JobAndCarrierCommandsCheckTheirPort) {
     try_commands(R"(
-ctc:MAIN_CONTROL=1 | STOP | {port1} | 4 | run STOP1(F) | +
-ctc:MAIN_CONTROL=1 | PAUSE | {port1} | 4 | run PAUSE1(F) | +
-ctc:MAIN_CONTROL=2 | RESUME | {port1} | 4 | run RESUME1(F) | +
-ctc:MAIN_CONTROL=1 | ABORT | {port1} | 4 | run ABORT1(F) | +
+ctc:MAIN_CONTROL=1 | STOP | {port1} | 4 | run STOP1(F) | + || ctc:MAIN_CONTROL=1 | PAUSE | {port1} | 4 | run PAUSE1(F) | +
+ctc:MAIN_CONTROL=2 | RESUME | {port1} | 4 | run RESUME1(F) | + || ctc:MAIN_CONTROL=1 | ABORT | {port1} | 4 | run ABORT1(F) | +
 ctc:MAIN_CONTROL=1 | ABORT | PORTID <U1 2> | 2 | | ABORT:未处于自动运行中,指令拒绝执行.
- | STOP | PORTID <U1 3> | 3 PORTID:2 | | !PORTID
- | PPSelect | RECIPE <A "ETCH"> | 0 | QString_Write_Mem 2 ETCH | +
+ | STOP | PORTID <U1 3> | 3 PORTID:2 | | !PORTID ||  | PPSelect | RECIPE <A "ETCH"> | 0 | QString_Write_Mem 2 ETCH | +
  | PP_Select | RECIPE <A "OTHER"> | 3 RECIPE:2 | | <> 错误 , recipe:OTHER 未找到.
- | PP_Select | JOBID <A "ETCH"> | 3 RECIPE:2 | | !RECIPE
-ctc:MAIN_CONTROL=1 | PP_Select | RECIPE <A "ETCH"> | 2 | | {busy}
+ | PP_Select | JOBID <A "ETCH"> | 3 RECIPE:2 | | !RECIPE || ctc:MAIN_CONTROL=1 | PP_Select | RECIPE <A "ETCH"> | 2 | | {busy}
  | ReadCarrierID | {port1} | 4 | run ReadCarrierID1(F) | +
  | ReadCarrierID | PORTID <U1 2> | 3 PORTID:2 | | <:PORTID> Value 错误 , 必须 Carrier > 0.
  | ChangeAccessMode | PORTID <U1 2>; AccessMode <U1 1> | 4 | run ChangeAccessMode2(F) 1 | +
@@ -236,12 +218,9 @@ ctc:CMx_CarrierID=X | LockWithCarrierID | {carrier} | 3 CarrierID:2 | | !Carrier
  | LoadWithCarrierID | {carrier} | 4 | run LoadWithCarrierID1(F) | +
 ctc:CMx_Carrier=0 | LockWithCarrierID | {carrier} | 3 PORTID:2 | | <:PORTID> Value 错误 , 必须 Carrier > 0.
 ctc:MAIN_CONTROL=1 | UnlockWithCarrierID | {carrier} | 2 | | {busy}
-ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=5 | UnloadWithCarrierID | {carrier} | 4
-    | run UnloadWithCarrierID1(F) | +
-ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=4 | UnloadWithCarrierID | {carrier} | 2 |
-  | <> Error , 设置Wafer数量:5 , 实际Wafer数量:4.
-ctc:CMx_CarrierID= | ProceedWithCarrierID | {carrier} | 4
-    | run ProceedWithCarrierID1(F); QString_Write_Mem 0 FOUP1 | +
+ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=5 | UnloadWithCarrierID | {carrier} | 4 | run UnloadWithCarrierID1(F) | +
+ctc:WAFER_TARGET_COUNT=5 ctc:WAFER_REAL_COUNT=4 | UnloadWithCarrierID | {carrier} | 2 | | <> Error , 设置Wafer数量:5 , 实际Wafer数量:4.
+ctc:CMx_CarrierID= | ProceedWithCarrierID | {carrier} | 4 | run ProceedWithCarrierID1(F); QString_Write_Mem 0 FOUP1 | +
  | ProceedWithCarrierID | PORTID <U1 1>; CarrierID <A ""> | 3 CarrierID:2 | | !CarrierID
 )");
 }
@@ -250,20 +229,15 @@ TEST_F(S02Commands, ProceedWithSlotMapHoldsTheHostsMapAgainstTheWafers) {
     std::string table = R"(
  | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 0> | 4 | {done} | +
  | {map} <A "2">; LotInfo <L {1} {2} {0}>; SlotMap <U1 1 1 0> | 4 | {done} | +
- | {map} <U1 3>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 0> | 3 WaferCount:2 |
-  | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 0 0> | 3 SlotMap:2 |
-    | <> Error , 设置Wafer数量:1 , 实际Wafer数量:2.
- | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 1> | 3 SlotMap:2 |
-  | ProceedWithSlotMap/SlotMap Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
- | {map} <U1 2>; LotInfo <L {1} {2} <L <A ""> <A "W3">>>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
-  | ProceedWithSlotMap/LotInfo Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
- | {map} <U1 2>; LotInfo <L {1} <L <A "L2"> <A "">>>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
-  | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
- | {map} <U1 2>; LotInfo <L {1}>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
-    | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
- | {map} <U1 2>; LotInfo <L {0} {0} {0} {0}>; SlotMap <U1 1 1 0> | 3 LotInfo:2 |
-    | <:LotInfo> ListSize 超限 , 必须是 < 4.
+ | {map} <U1 3>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 0> | 3 WaferCount:2 | | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 0 0> | 3 SlotMap:2 | | <> Error , 设置Wafer数量:1 , 实际Wafer数量:2.
+ | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <U1 1 1 1> | 3 SlotMap:2 | | ProceedWithSlotMap/SlotMap Value错误 ,
+    当实际没有Wafer，但是主机端标记的时候错误.
+ | {map} <U1 2>; LotInfo <L {1} {2} <L <A ""> <A "W3">>>; SlotMap <U1 1 1 0> | 3 LotInfo:2 | | ProceedWithSlotMap/LotInfo
+    Value错误 , 当实际没有Wafer，但是主机端标记的时候错误.
+ | {map} <U1 2>; LotInfo <L {1} <L <A "L2"> <A "">>>; SlotMap <U1 1 1 0> | 3 LotInfo:2 | | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
+ | {map} <U1 2>; LotInfo <L {1}>; SlotMap <U1 1 1 0> | 3 LotInfo:2 | | <:LotInfo> Value <LOTID/WAFERID> 为空错误.
+ | {map} <U1 2>; LotInfo <L {0} {0} {0} {0}>; SlotMap <U1 1 1 0> | 3 LotInfo:2 | | <:LotInfo> ListSize 超限 , 必须是 < 4.
  | {map} <U1 2>; LotInfo <L {1} {2}>; SlotMap <I2 1 1 0 0> | 3 SlotMap:2 | | !SlotMap
 )";
     table = fake::with(table, "map", "ProceedWithSlotMap | PORTID <A \"CM1\">; WaferCount");
@@ -279,20 +253,15 @@ TEST_F(S02Commands, StartProcessChecksJobRecipeAndSlots) {
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 4 | {done} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2>; WaferDes <A "d">; WaferCount <U1 2> | 4 | {done} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 2>; {2} 2>; WaferCount <U1 1> | 4 | {second} | +
- | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 3>; WaferCount <U1 3> | 3 WaferCount:2 |
-  | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
+ | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 3>; WaferCount <U1 3> | 3 WaferCount:2 | | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
  | {start} <A "J,1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 3 JOBID:2 | | !JOBID
- | {start} <A "J1">; RECIPE <A "">; {1} 1>; {2} 2> | 3 RECIPE:2 |
-    | 远程指令<> 作业配方: 获取失败, 指令拒绝执行!
- | {start} <A "J1">; RECIPE <A "ETCH,2">; {1} 1>; {2} 2> | 3 RECIPE:2 |
-  | 远程指令<> 作业配方:ETCH,2 获取失败, 指令拒绝执行!
- | {start} <A "J1">; RECIPE <A "OTHER">; {1} 1>; {2} 2> | 3 RECIPE:2 |
-  | 远程指令<> 作业配方:OTHER 路径不存在, 指令拒绝执行!
+ | {start} <A "J1">; RECIPE <A "">; {1} 1>; {2} 2> | 3 RECIPE:2 | | 远程指令<> 作业配方: 获取失败, 指令拒绝执行!
+ | {start} <A "J1">; RECIPE <A "ETCH,2">; {1} 1>; {2} 2> | 3 RECIPE:2 | | 远程指令<> 作业配方:ETCH,2 获取失败, 指令拒绝执行!
+ | {start} <A "J1">; RECIPE <A "OTHER">; {1} 1>; {2} 2> | 3 RECIPE:2 | | 远程指令<> 作业配方:OTHER 路径不存在, 指令拒绝执行!
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 0>; {2} 2> | 3 StartSlot:2 | | {slots}
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 4> | 3 EndSlot:2 | | {slots}
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 3>; {2} 2> | 3 EndSlot:2 | | {slots}
- | {start} <A "J1">; RECIPE <A "ETCH">; WaferDes <A "">; WaferCount <U1 0> | 3 StartSlot:2 EndSlot:2 |
-    | {slots}
+ | {start} <A "J1">; RECIPE <A "ETCH">; WaferDes <A "">; WaferCount <U1 0> | 3 StartSlot:2 EndSlot:2 | | {slots}
 ctc:MAIN_CONTROL=1 | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 2 | | {busy}
 )";
     table = fake::with(table, "start", "StartProcess | {carrier}; JOBID");

@@ -32,17 +32,14 @@ class S02Constants : public fake::ModuleFixture {
 TEST_F(S02Constants, RequestedValuesAndTheNumbersTheyAreAskedBy) {
     // A number is one byte of any format, two of U1.
     const char* const table = R"(
-S2F13 W <L <U1 1> <U1 0> <U1 2> <U1 3> <U1 1>>. | S2F14 <L <I4 1> <I4 -5> <F4 12.5> <A "L-1"> <I4 1>>. |
-S2F13 W <L <U4 300> <U2 258> <I8 -253> <A "Alarm"> <U1 5 1> <B 2 9> <BOOLEAN T> <F8 1> <L> <A "">>. | S2F14 <L
-    <I4 -5> <F4 12.5> <A "L-1"> <F4 12.5> <A "L-1"> <F4 12.5> <I4 1> <I4 -5> <I4 -5> <I4 -5>>. |
-S2F13 W <L <U1 12> <U4 1234567> <U1 0 255>>. | S2F14 <L <A "-"> <A "-"> <A "-">>.
-    | ECID:12 未识别.@ECID:135 未识别.@ECID:65280 未识别.@
-S2F13 W <L <U1 4> <U1 5> <U1 6> <U1 7> <U1 8> <U1 9>>.
-    | S2F14 <L <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">>.
-    | {unbound}
+S2F13 W <L <U1 1> <U1 0> <U1 2> <U1 3> <U1 1>>. | S2F14 <L <I4 1> <I4 -5> <F4 12.5> <A "L-1"> <I4 1>>.
+S2F13 W <L <U4 300> <U2 258> <I8 -253> <A "Alarm"> <U1 5 1> <B 2 9> <BOOLEAN T> <F8 1> <L> <A "">>. | S2F14 <L <I4 -5> <F4
+    12.5> <A "L-1"> <F4 12.5> <A "L-1"> <F4 12.5> <I4 1> <I4 -5> <I4 -5> <I4 -5>>.
+S2F13 W <L <U1 12> <U4 1234567> <U1 0 255>>. | S2F14 <L <A "-"> <A "-"> <A "-">>. | ECID:12 未识别.@ECID:135 未识别.@ECID:65280 未识别.@
+S2F13 W <L <U1 4> <U1 5> <U1 6> <U1 7> <U1 8> <U1 9>>. | S2F14 <L <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">>. | {unbound}
 S2F13 W <U1 1>. / S2F13 W. | none | 消息头格式错误 , 必须是 L.@
-S2F13 W <L>. | S2F14 <L <I4 -5> <I4 1> <F4 12.5> <A "L-1"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-">
-    <F4 12.5> <I4 -5> <I4 -5> <F4 12.5> <A "L-1">>. | {unbound}
+S2F13 W <L>. | S2F14 <L <I4 -5> <I4 1> <F4 12.5> <A "L-1"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <A "-"> <F4 12.5> <I4 -5>
+    <I4 -5> <F4 12.5> <A "L-1">>. | {unbound}
 )";
     try_all(fake::with(
         table, "unbound",
@@ -54,23 +51,12 @@ S2F13 W <L>. | S2F14 <L <I4 -5> <I4 1> <F4 12.5> <A "L-1"> <A "-"> <A "-"> <A "-
 // A pair, and the values of Door, Valve, Flow and Lot afterwards. 1000 is beyond the limits of 0 to 9, which
 // refuse nothing; limits 0 and 0 refuse 0 alone.
 const char* const accepted = R"(
-<U1 0> <U1 255> | 1 255 12.5 L-1
-<U2 0> <U2 65535> | 1 65535 12.5 L-1
-<U4 0> <U4 4294967295> | 1 -1 12.5 L-1
-<U8 0> <I1 -128> | 1 -128 12.5 L-1
-<I1 0> <I2 -300> | 1 -300 12.5 L-1
-<I2 0> <I4 -70000> | 1 -70000 12.5 L-1
-<I4 0> <A "-12x"> | 1 -12 12.5 L-1
-<I8 0> <A "none"> | 1 0 12.5 L-1
-<A "0"> <I4 1000> | 1 1000 12.5 L-1
-<U1 1> <U1 7> | 7 -5 12.5 L-1
-<U2 2> <F4 0.25> | 1 -5 0.25 L-1
-<U2 2> <F8 -1e300> | 1 -5 -1e+300 L-1
-<U2 2> <A "7.5 sccm"> | 1 -5 7.5 L-1
-<U2 65> <F8 1.25> | 1 -5 1.25 L-1
-<U2 10> <F8 51> | 1 -5 51 L-1
-<U2 261> <A "a new lot"> | 1 -5 12.5 a new lot
-<U2 3> <A "-"> | 1 -5 12.5 -
+<U1 0> <U1 255> | 1 255 12.5 L-1 || <U2 0> <U2 65535> | 1 65535 12.5 L-1 || <U4 0> <U4 4294967295> | 1 -1 12.5 L-1
+<U8 0> <I1 -128> | 1 -128 12.5 L-1 || <I1 0> <I2 -300> | 1 -300 12.5 L-1 || <I2 0> <I4 -70000> | 1 -70000 12.5 L-1
+<I4 0> <A "-12x"> | 1 -12 12.5 L-1 || <I8 0> <A "none"> | 1 0 12.5 L-1 || <A "0"> <I4 1000> | 1 1000 12.5 L-1
+<U1 1> <U1 7> | 7 -5 12.5 L-1 || <U2 2> <F4 0.25> | 1 -5 0.25 L-1 || <U2 2> <F8 -1e300> | 1 -5 -1e+300 L-1
+<U2 2> <A "7.5 sccm"> | 1 -5 7.5 L-1 || <U2 65> <F8 1.25> | 1 -5 1.25 L-1 || <U2 10> <F8 51> | 1 -5 51 L-1
+<U2 261> <A "a new lot"> | 1 -5 12.5 a new lot || <U2 3> <A "-"> | 1 -5 12.5 -
 )";
 
 TEST_F(S02Constants, NewValuesAreTakenInTheFormatsOfTheirPoint) {
@@ -95,12 +81,9 @@ TEST_F(S02Constants, NewValuesAreTakenInTheFormatsOfTheirPoint) {
 
 // The pair, its EAC and its log, where N is the pair's place in the list.
 const char* const refused = R"(
-<L <U2 12> <U1 0>> | 1 | ECID:12 未识别.@
-<L <U4 300> <U1 0>> | 1 | ECID:300 未识别.@
-<L <U1 4> <F4 0>> | 1 | ECID:4 [DIO D2:2] IO未识别.@
-<L <U1 8> <U1 0>> | 1 | ECID:8 [DIO D-:-1] IO未识别.@
-<L <U1 5> <F4 0>> | 1 | ECID:5 [AIO A1:1] IO未识别. @
-<L <U1 6> <F4 0>> | 1 | ECID:6 [SIO S1:1] IO未识别. @
+<L <U2 12> <U1 0>> | 1 | ECID:12 未识别.@ || <L <U4 300> <U1 0>> | 1 | ECID:300 未识别.@
+<L <U1 4> <F4 0>> | 1 | ECID:4 [DIO D2:2] IO未识别.@ || <L <U1 8> <U1 0>> | 1 | ECID:8 [DIO D-:-1] IO未识别.@
+<L <U1 5> <F4 0>> | 1 | ECID:5 [AIO A1:1] IO未识别. @ || <L <U1 6> <F4 0>> | 1 | ECID:6 [SIO S1:1] IO未识别. @
 <L <U1 7> <F4 0>> | 1 | ECID:7 [SIO F0:0] IOType:3 未识别 , 必须是 ASCII. @
 <L <U1 1> <U1 0>> | 3 | ECID:1 [DIO Door:0] ECV 值超限 , 定义范围:[0,0]. @
 <L <U1 11> <I1 5>> / <L <U1 11> <I1 -5>> | 3 | ECID:11 [DIO Valve:1] ECV 值超限 , 定义范围:[5,-5]. @
@@ -132,18 +115,16 @@ TEST_F(S02Constants, ARefusedPairLeavesEveryPointAsItWas) {
 
 TEST_F(S02Constants, NamelistDescribesOnlyConstantsPastTheirPoints) {
     try_all(R"(
-S2F29 W <L <U1 1> <U2 2> <U4 8> <I4 9> <I8 44>>. | S2F30 <L <L> <L> <L> <L> <L>>. |
-S2F29 W <L <U8 4> <A "5">>. | S2F30 <L <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5>
-    <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">>>. |
-S2F29 W <L <I1 3> <I2 6> <U1 7> <U4 300>>. | S2F30 <L <L> <L> <L> <L>>.
-    | ECID:3 IOType:2 未识别. @ECID:6
-    IOType:2 未识别. @ECID:7 IOType:3 未识别. @ECID:300 未识别. @
+S2F29 W <L <U1 1> <U2 2> <U4 8> <I4 9> <I8 44>>. | S2F30 <L <L> <L> <L> <L> <L>>.
+S2F29 W <L <U8 4> <A "5">>. | S2F30 <L <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5> <A "A1"> <F4 0.5>
+    <F4 2.5> <F4 0> <A "u5">>>.
+S2F29 W <L <I1 3> <I2 6> <U1 7> <U4 300>>. | S2F30 <L <L> <L> <L> <L>>. | ECID:3 IOType:2 未识别. @ECID:6 IOType:2 未识别.
+    @ECID:7 IOType:3 未识别. @ECID:300 未识别. @
 S2F29 W <L <U1 1> <F4 2>>. / S2F29 W <L <B 1>>. | none | ECID 格式错误! 必须是 I()/U()/A. @
 S2F29 W <U1 1>. | none | 消息头格式错误 , 必须是 L. @
-S2F29 W <L>. | S2F30 <L <L> <L> <L> <L> <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5>
-    <A "A1"> <F4 0.5> <F4 2.5> <F4 0> <A "u5">> <L> <L> <L> <L> <L> <L> <L> <L> <L>>.
-    | ECID:3 IOType:2 未识别.
-    @ECID:6 IOType:2 未识别. @ECID:7 IOType:3 未识别. @ECID:261 IOType:2 未识别. @
+S2F29 W <L>. | S2F30 <L <L> <L> <L> <L> <L <U4 4> <A "D2"> <I4 -7> <I4 -2147483648> <I4 0> <A "u4">> <L <U4 5> <A "A1"> <F4
+    0.5> <F4 2.5> <F4 0> <A "u5">> <L> <L> <L> <L> <L> <L> <L> <L> <L>>. | ECID:3 IOType:2 未识别. @ECID:6 IOType:2 未识别.
+    @ECID:7 IOType:3 未识别. @ECID:261 IOType:2 未识别. @
 )");
 }
 

@@ -48,9 +48,7 @@ TEST_F(S05, AlarmReportIsBuiltOfItsParameters) {
 
 TEST_F(S05, HostAnswersToAnAlarmReport) {
     try_all(R"(
-S5F2 <B 0>. | =1 |
-S5F2 <B 1>. | =0 | 主机拒绝. @
-S5F2 <U1 0>. / S5F2. | none | <ACKC5> 格式错误 , 必须是 B. @
+S5F2 <B 0>. | =1 || S5F2 <B 1>. | =0 | 主机拒绝. @ || S5F2 <U1 0>. / S5F2. | none | <ACKC5> 格式错误 , 必须是 B. @
 )");
 }
 
@@ -75,13 +73,10 @@ TEST_F(S05, ListAlarms) {
     ALID_List.at(200).ALCD = 0x85;  // posted
     module->QFA_Set_ALID_Enable(100, false);
     std::string table = R"(
-S5F5 W <U4 300 999 100>. | S5F6 <L {300} <L> {100}>. |
-S5F5 W <I8 200 200>. | S5F6 <L {200} {200}>. |
-S5F5 W <U1 100 200>. | S5F6 <L {100} {200}>. |
-S5F5 W <A "200">. | S5F6 <L {200}>. |
-S5F5 W <L <U4 300> <A "100"> <I1 -1>>. | S5F6 <L {300} {100} <L>>. |
-S5F5 W <U4>. / S5F5 W <L>. / S5F5 W. | S5F6 <L {100} {200} {300}>. |
-S5F7 W. / S5F7 W <U4 100>. | S5F8 <L {200} {300}>. |
+S5F5 W <U4 300 999 100>. | S5F6 <L {300} <L> {100}>. || S5F5 W <I8 200 200>. | S5F6 <L {200} {200}>.
+S5F5 W <U1 100 200>. | S5F6 <L {100} {200}>. || S5F5 W <A "200">. | S5F6 <L {200}>.
+S5F5 W <L <U4 300> <A "100"> <I1 -1>>. | S5F6 <L {300} {100} <L>>.
+S5F5 W <U4>. / S5F5 W <L>. / S5F5 W. | S5F6 <L {100} {200} {300}>. || S5F7 W. / S5F7 W <U4 100>. | S5F8 <L {200} {300}>.
 S5F5 W <F4 100>. / S5F5 W <B>. | none | <ALID> 格式错误 , 必须是 I()/U()/A. @
 S5F5 W <L <U4 100> <BOOLEAN T>>. | none | <ALID> 格式错误 , 必须是 I()/U()/A. @
 )";

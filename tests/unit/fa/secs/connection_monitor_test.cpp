@@ -54,14 +54,12 @@ class Monitor : public fake::ModuleFixture {
 // Comm_New_Version; the settings of its side; the link's times, port, device, mode and link test; the other
 // side afterwards.
 const char* const settings = R"(
-new | Comm_IP=127.0.0.9 Comm_Port=5001 Device_ID=12 Comm_Try=1 LinkTest_Enable=4 Init_CommState=0
-    | 60000,5000,10000,5000,10000,5000,5001,12,1,1
-    | fa:Remote_IP=127.0.0.9 fa:Remote_Port=5001 fa:Local_Port=5001 fa:Device_ID=12 fa:ConnMD=1 fa:LinkTest=1
-      fa:Enable=1
-old | fa:Remote_IP=127.0.0.8 fa:Remote_Port=6001 fa:Device_ID=7 fa:ConnMD=1 fa:LinkTest=0 fa:Enable=1
-      fa:T0=1 fa:T3=2 fa:T5=3 fa:T6=4 fa:T7=5 fa:T8=6 Init_CommState=1 LinkTest_Enable=1
-    | 1000,2000,3000,4000,5000,6000,6001,7,1,0
-    | Comm_IP=127.0.0.8 Comm_Port=6001 Device_ID=7 Comm_Try=1 LinkTest_Enable=0 Init_CommState=0
+new | Comm_IP=127.0.0.9 Comm_Port=5001 Device_ID=12 Comm_Try=1 LinkTest_Enable=4 Init_CommState=0 |
+    60000,5000,10000,5000,10000,5000,5001,12,1,1 | fa:Remote_IP=127.0.0.9 fa:Remote_Port=5001 fa:Local_Port=5001
+    fa:Device_ID=12 fa:ConnMD=1 fa:LinkTest=1 fa:Enable=1
+old | fa:Remote_IP=127.0.0.8 fa:Remote_Port=6001 fa:Device_ID=7 fa:ConnMD=1 fa:LinkTest=0 fa:Enable=1 fa:T0=1 fa:T3=2 fa:T5=3
+    fa:T6=4 fa:T7=5 fa:T8=6 Init_CommState=1 LinkTest_Enable=1 | 1000,2000,3000,4000,5000,6000,6001,7,1,0 | Comm_IP=127.0.0.8
+    Comm_Port=6001 Device_ID=7 Comm_Try=1 LinkTest_Enable=0 Init_CommState=0
 )";
 
 TEST_F(Monitor, SettingsAreMirroredAndReachTheDriver) {

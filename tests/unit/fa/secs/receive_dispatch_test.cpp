@@ -27,20 +27,13 @@ class Dispatch : public fake::ModuleFixture {
 // handled); states afterwards.
 const char* const gate = R"(
 Comm_Enable=0 fa:Enable=1 | new | S1F1 W. / S6F12 <B 0>. | =1 | fa:Enable=0
-Comm_Enable=1 fa:Enable=0 | old | S1F1 W. | =1 | Comm_Enable=0
-{off} | new | S2F13 W <L>. | S2F0. |
-{off} | new | S1F3 W <L>. | S1F0. |
-{off} | old | S1F3 W <L>. | S1F0. |
-{on} Online_Status=0 | new | S1F3 W <L>. | S1F0. | fa:CtrlMD=0
-{on} Online_Status=0 | old | S1F3 W <L>. | S1F4 <L>. |
-{on} fa:CtrlMD=0 | old | S1F3 W <L>. | S1F0. | Online_Status=0
-{on} fa:CtrlMD=0 | new | S1F3 W <L>. | S1F4 <L>. |
-{off} | new | S1F1 W. | S1F2 <L <A "CT-200"> <A "1.0.0">>. |
-{off} | old | S1F17 W <U1 1>. | S1F18 <B 0x00>. |
-{off} | new | S1F13 W <L>. | S1F14 <L <B 0x00> <L <A "CT-200"> <A "1.0.0">>>. |
-{off} | new | S6F12 <B 0>. | =1 |
-{off} | new | S4F1 W. | S4F0. |
-{on} | new | S4F1 W. / S3F5 W. / S77F33 W. / S1F4 <L>. / S9F0. / S9F7 <B 1>. | unknown |
+Comm_Enable=1 fa:Enable=0 | old | S1F1 W. | =1 | Comm_Enable=0 || {off} | new | S2F13 W <L>. | S2F0.
+{off} | new | S1F3 W <L>. | S1F0. || {off} | old | S1F3 W <L>. | S1F0.
+{on} Online_Status=0 | new | S1F3 W <L>. | S1F0. | fa:CtrlMD=0 || {on} Online_Status=0 | old | S1F3 W <L>. | S1F4 <L>.
+{on} fa:CtrlMD=0 | old | S1F3 W <L>. | S1F0. | Online_Status=0 || {on} fa:CtrlMD=0 | new | S1F3 W <L>. | S1F4 <L>.
+{off} | new | S1F1 W. | S1F2 <L <A "CT-200"> <A "1.0.0">>. || {off} | old | S1F17 W <U1 1>. | S1F18 <B 0x00>.
+{off} | new | S1F13 W <L>. | S1F14 <L <B 0x00> <L <A "CT-200"> <A "1.0.0">>>. || {off} | new | S6F12 <B 0>. | =1
+{off} | new | S4F1 W. | S4F0. || {on} | new | S4F1 W. / S3F5 W. / S77F33 W. / S1F4 <L>. / S9F0. / S9F7 <B 1>. | unknown
 {on} Control_State=4 | new | S2F0. | =1 | fa:CtrlMD=2 Online_Status=1 Control_State=4
 {on} Control_State=4 | old | S1F0. | =1 | fa:CtrlMD=0 Online_Status=0 Control_State=4
 )";
@@ -61,12 +54,8 @@ TEST_F(Dispatch, GateByCommunicationAndControlState) {
 
 // Message, its device, Comm_Enable; the result; RESPONSEID afterwards, which was 1. REQUESTID is 500.
 const char* const arrivals = R"(
-S6F12 <B 0>. | 0 | 1 | handled | 7001
-S6F12 <B 0>. | 5 | 1 | other device | 1
-S9F7 <B 0>. | 5 | 1 | not handled | 500
-S9F0. | 0 | 1 | not handled | 500
-S1F3 <L>. | 0 | 1 | handled | 7001
-S1F3 W <L>. | 0 | 1 | handled | 1
+S6F12 <B 0>. | 0 | 1 | handled | 7001 || S6F12 <B 0>. | 5 | 1 | other device | 1 || S9F7 <B 0>. | 5 | 1 | not handled | 500
+S9F0. | 0 | 1 | not handled | 500 || S1F3 <L>. | 0 | 1 | handled | 7001 || S1F3 W <L>. | 0 | 1 | handled | 1
 S6F12 <B 0>. | 0 | 0 | handled | 7001
 )";
 
@@ -154,12 +143,9 @@ TEST_F(Dispatch, EveryHandlerOfTheListIsRoutedByItsOwnName) {
 TEST_F(Dispatch, SelectTakesTheLinkOverAndAsksForTheInitialControlState) {
     // Comm_New_Version, states, LinkMD and both switches afterwards, the request.
     const char* const table = R"(
-new | Init_CommState=0 Init_ControlState=0 | 2 1 1 | Offline
-new | Init_CommState=0 Init_ControlState=1 | 2 1 1 | Local
-new | Init_CommState=2 Init_ControlState=2 | 2 1 1 | Remote
-new | Init_CommState=1 Init_ControlState=9 | 1 0 0 | Local
-old | fa:Enable=1 fa:CtrlMD=2 Init_ControlState=0 | 2 1 1 | Remote
-old | fa:Enable=0 fa:CtrlMD=0 | 1 0 0 | Offline
+new | Init_CommState=0 Init_ControlState=0 | 2 1 1 | Offline || new | Init_CommState=0 Init_ControlState=1 | 2 1 1 | Local
+new | Init_CommState=2 Init_ControlState=2 | 2 1 1 | Remote || new | Init_CommState=1 Init_ControlState=9 | 1 0 0 | Local
+old | fa:Enable=1 fa:CtrlMD=2 Init_ControlState=0 | 2 1 1 | Remote || old | fa:Enable=0 fa:CtrlMD=0 | 1 0 0 | Offline
 old | fa:Enable=5 fa:CtrlMD=1 | 2 1 1 | Local
 )";
     for (const fake::Texts& row : fake::rows(table, 4)) {
