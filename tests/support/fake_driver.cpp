@@ -151,8 +151,11 @@ unsigned long Driver::host_sends(const std::string& text, unsigned long msgid, u
 unsigned long Driver::host_sends_bytes(int stream, int function, bool wbit, std::string body,
                                        unsigned long msgid, unsigned short device_id) {
     set(&Recorded::replies_from, sent().size());
-    return Talwen::OnRecvMessageBuffer(&state(), device_id, msgid, static_cast<unsigned char>(stream),
-                                       static_cast<unsigned char>(function), body.data(), body.size(), wbit);
+    const unsigned long result =
+        Talwen::OnRecvMessageBuffer(&state(), device_id, msgid, static_cast<unsigned char>(stream),
+                                    static_cast<unsigned char>(function), body.data(), body.size(), wbit);
+    hsms::reset_item_arena();  // as the driver does once the callback has returned
+    return result;
 }
 
 std::string Driver::replies() const {
