@@ -122,7 +122,7 @@ const std::string_view script_grammar = R"(Script grammar:
   nowait S1F3 W <L>.
         Sends the message and goes on without waiting.
   expect S1F4 <L * <A "ok"> ...>.
-        An even function: the oldest reply of that kind to what was sent before; a reply that nobody
+        An even function: the oldest reply of that kind to what was sent before; a reply that was not
         expected is dropped when the next message is sent. Another reply in its place (such as S1F0)
         fails. An odd function: the oldest primary of that stream and function that no expectation has
         taken yet; other primaries are left for later expectations. Waits for it if need be (T3, or

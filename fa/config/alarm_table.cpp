@@ -25,7 +25,7 @@ unsigned char alarm_category(ALARM_LEVEL level, unsigned char otherwise) {
 bool BC_FA::QFA_Get_All_ALID_List() {
     std::map<int, ALID_STRU> alarms;
     const int count = QSystem_Get_Alarm_Count();
-    unsigned char category = 0;  // an alarm of no known level has that of the alarm before it
+    unsigned char category = 0;  // an alarm of unknown level gets that of the alarm before it
     for (int index = 0; index < count; ++index) {
         const int alid = QAlarm_Get_ID(index);
         category = alarm_category(QAlarm_Get_Level(index), category);

@@ -47,7 +47,7 @@ std::vector<int> numbers(Alarms which) {
     return alids;
 }
 
-/// An ALID, or several, left out: all alarms are meant.
+/// An item without an ALID means all alarms.
 bool names_no_alarm(const _SECS_ITEM& item) {
     if (item.format == SECS_FORMAT_L) return item.count == 0;
     if (item.format == SECS_FORMAT_NONE) return true;  // a header-only message

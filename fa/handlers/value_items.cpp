@@ -46,7 +46,8 @@ Item_Owner Number_Item(unsigned char format, std::string_view text) {
         case SECS_FORMAT_F4:
         case SECS_FORMAT_F8: return Analog_Item(format, Config_Real(std::string(text)));
         case SECS_FORMAT_U8:
-            // What only this format holds is read as such; a negative number wraps here as in the others.
+            // Read unsigned, for the numbers that only this format holds; a negative number wraps, as in the
+            // others.
             if (const auto number = Leading_Number<unsigned long long>(text); number != 0)
                 return Item_Owner(SecsCreateItemU8(number));
             [[fallthrough]];

@@ -25,7 +25,7 @@ struct FA_Message {
 /// Empties the queue and resets the reply wait.
 void QFA_Message_Queue_Init();
 void QFA_Message_Queue_Release();  ///< empties the queue
-/// Takes the entry as the last one.
+/// Appends the entry.
 void Queue_Message(FA_Message entry);
 /// Copies the first entry out and leaves it queued; false when there is none.
 bool QFA_Message_PopFront(FA_Message* entry);

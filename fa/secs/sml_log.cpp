@@ -243,7 +243,7 @@ void QFA_Message_Print_SML(void* handle, unsigned char stream, unsigned char fun
     Item_Dump(handle, stream, function, item, msgid, direction, 0, sml_text);
     OnlineLog(sml_text);
     constexpr std::size_t kept =
-        std::size_t{256} * 1024;  // a huge message once must not pin its text for ever
+        std::size_t{256} * 1024;  // one huge message must not keep its memory for ever
     if (sml_text.capacity() > kept) std::string().swap(sml_text);
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 using asio::ip::tcp;
 
-// How long a connection that was ended from this side may take to hand over what was sent.
+// How long a connection that was ended from this side may take to deliver what was sent.
 constexpr Milliseconds linger_time{500};
 constexpr std::size_t read_size = std::size_t{256} << 10U;
 // Reads made in a row before other work of the I/O thread gets its turn.

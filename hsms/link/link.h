@@ -25,7 +25,8 @@ struct LinkOptions {
     std::string listen_address;
     std::uint16_t port =
         5000;  ///< passive: 0 takes any free port, the same one again when a link is re-created
-    /// Passive: the addresses that may connect; empty for any. Everyone else is closed at once and logged.
+    /// Passive: the addresses that may connect; empty for any. Any other connection is closed at once and
+    /// logged.
     std::vector<std::string> allowed_peers;
     Milliseconds t5{10000};  ///< time between the starts of two attempts to connect (or to listen)
     std::size_t max_message_length = std::size_t{64} << 20U;  ///< header and body of a received message

@@ -6,8 +6,8 @@
 //     sim::machine().io("Door")           // "1"
 //     sim::machine().set_gem("PrnChk", 1);
 //
-// Values are read and written as texts, by name, from any thread. A name that is not there and a value that
-// does not fit throw std::invalid_argument with the reason.
+// Values are read and written as texts, by name, from any thread. An unknown name and a value that does not
+// fit throw std::invalid_argument with the reason.
 #pragma once
 
 #include <filesystem>

@@ -58,7 +58,7 @@ class Timeline {
 class Chance {
   public:
     explicit Chance(unsigned seed) : engine_(seed) {}
-    /// From 0 up to, but not, 1.
+    /// At least 0 and below 1.
     double unit() { return static_cast<double>(engine_()) / 4294967296.0; }
     std::size_t below(std::size_t count) {
         return static_cast<std::size_t>(unit() * static_cast<double>(count));

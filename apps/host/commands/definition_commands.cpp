@@ -109,7 +109,7 @@ struct Definer {
         switch_events(desk, false, wanted.disable);
     }
 
-    // In the place of all that was defined under the DATAID; all events are off before and after.
+    // Replaces all that was defined under the DATAID; all events are off before and after.
     void replace_definitions() const {
         desk.ask_code(2, 33, body(Item::list()), "S2F33 delete all reports", DRACK);
         desk.ask_code(2, 35, body(Item::list()), "S2F35 delete all links", LRACK);

@@ -1,4 +1,4 @@
-// The primaries that the host sent with W, and how each of them fared.
+// The primaries that the host sent with W, and what became of each.
 #pragma once
 
 #include <cstdint>

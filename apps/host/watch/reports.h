@@ -43,7 +43,7 @@ struct AlarmReport {
     bool set() const { return (code & 0x80U) != 0; }
 };
 
-/// Nothing when the message is no S6F11, or no sound one.
+/// Nothing when the message is not a well-formed S6F11.
 std::optional<EventReport> read_event(const sml::Message& message, const Names& names);
 /// L[3] ALCD ALID ALTX; nothing for anything else.
 std::optional<AlarmReport> read_alarm(const hsms::Item& item);

@@ -102,12 +102,12 @@ void WatchModel::track(const EventReport& event) {
     if (wafers_.size() >= most_wafers && wafers_.count(key) == 0) return;
     Wafer& wafer = wafers_[key];
     const std::string source = fmt::format("port {} slot {}", port, slot);
-    if (row->ceid == 30201) wafer = {};  // the first that is heard of a wafer
+    if (row->ceid == 30201) wafer = {};  // the first event of a wafer
     if (row->place == Place::source || wafer.place.empty()) wafer.place = source;
     if (const std::string module = event.value("ToMdlName"); row->place == Place::target && !module.empty())
         wafer.place = module + " " + event.value("ToMdlSlotID");
     wafer.state = row->state;
-    // At its source a wafer is not read yet; the id in the report is of the one before.
+    // At its source a wafer is not read yet; the report has the id of the wafer before.
     if (const std::string id = event.value("WaferID"); row->place != Place::source && !id.empty())
         wafer.id = id;
     if (const std::string lot = event.value("LotID"); !lot.empty()) lot_ = lot;

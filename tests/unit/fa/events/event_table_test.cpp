@@ -1,4 +1,4 @@
-// Which command raises which event, and that nothing else does; the fields in the data variables.
+// Which commands raise which events, and no others; the fields in the data variables.
 #include <map>
 #include <set>
 #include <sstream>

@@ -22,6 +22,7 @@ TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
                "[[digital]]\nname='AccessModeStatus2'\n[[string]]\nname='CM6.PPID'\n");
     EXPECT_TRUE(module->QProgram_Init_Code());
     EXPECT_EQ(sim::calls("QFunction_Set_Regist_Info").value().arguments, "V20250101");
+    const BC_FA copy(*module);
     EXPECT_FALSE(module->QProgram_Enter_Code(nullptr));
     EXPECT_EQ(calls("QIO_Find_PointF"), 6U * 9U);
     EXPECT_EQ(module->Point_F_LP_CONTROL(0), 0);
@@ -29,7 +30,6 @@ TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
     EXPECT_EQ(module->Point_S_CM_PPID(5), 0);
     EXPECT_EQ(module->Point_S_CM_CID(0), unbound);
     for (const int outside : {-1, 6, 100}) EXPECT_EQ(module->Point_D_CM_AccessMode(outside), unbound);
-    const BC_FA copy(*module);
     EXPECT_EQ(BC_FA(copy).Point_D_CM_AccessMode(1), 1);
 }
 
