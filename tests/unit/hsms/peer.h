@@ -1,4 +1,6 @@
-// The other end of a link in tests, in hand-written bytes, and a recorder of callbacks that can be awaited.
+// The other end of a link in tests: which speaks in headers, and a
+// recorder of callbacks that can be awaited. A header is written "FFFF 0000 0001 65" in hexadecimal: session
+// id, header bytes 2 and 3, PType and SType, system bytes.
 #pragma once
 
 #include <condition_variable>
@@ -13,22 +15,45 @@
 
 namespace hsms {
 
-/// Speaks in bytes in hexadecimal.
+inline Header header_of(const std::string& text) {
+    Header h;
+    std::sscanf(text.c_str(), "%hx %2hhx%2hhx %2hhx%2hhx %x", &h.session_id, &h.byte2, &h.byte3, &h.ptype,
+                &h.stype, &h.system);
+    return h;
+}
+inline std::string text_of(const Header& h) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%04X %02X%02X %02X%02X %X", h.session_id, h.byte2, h.byte3, h.ptype,
+                  h.stype, h.system);
+    return text;
+}
+/// The bytes of a whole message.
+inline std::string message(const std::string& header, const std::string& body = "") {
+    const HeaderBytes head = encode_header(header_of(header), body.size());
+    return std::string(head.data(), head.size()) + body;
+}
+
+const char* const select_req = "FFFF 0000 0001 1";
+
+/// Speaks in headers.
 class Peer : public support::Host {
   public:
     using Host::Host;
 
-    void send(const std::string& text) { send_raw(bytes(text)); }
+    void send(const std::string& header) { send_raw(message(header)); }
     void send_raw(const std::string& data) {
         if (!Host::send(data)) throw std::system_error(std::make_error_code(std::errc::broken_pipe));
     }
-    std::string receive(std::size_t size) { return to_hex(receive_bytes(size)); }
-    /// Everything until the connection ends, at most a megabyte.
-    std::string receive_to_end() { return receive(1'000'000); }
+    /// A message without a body, or the bytes that are none.
+    std::string receive() {
+        const std::string raw = receive_bytes(14);
+        const std::string text = raw.size() < 14 ? "" : text_of(decode_header(raw.data() + 4));
+        return raw == message(text) ? text : to_hex(raw);
+    }
     /// Sends, and takes an answer without a body.
-    std::string ask(const std::string& text) {
-        send(text);
-        return receive(14);
+    std::string ask(const std::string& header) {
+        send(header);
+        return receive();
     }
 };
 

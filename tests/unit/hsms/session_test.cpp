@@ -2,24 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/bytes.h"
+#include "peer.h"
 
 namespace hsms {
 namespace {
 
-std::string sent(const Actions& actions) {
+/// What is sent and done, in one text.
+std::string text_of(const Actions& actions) {
     std::string text;
-    for (const Header& header : actions.send) {
-        const HeaderBytes encoded = encode_header(header, 0);
-        text += (text.empty() ? "" : " | ") + to_hex({encoded.data() + 4, header_size});
-    }
-    return text;
-}
-
-/// Everything but what is sent: "selected", "deselected", "deliver", "close", "timeout 101"; notes in
-/// figures' text.
-std::string done(const Actions& actions) {
-    std::string text;
+    for (const Header& header : actions.send) text += " " + text_of(header);
     if (actions.selected) text += " selected";
     if (actions.deselected) text += " deselected";
     if (actions.deliver) text += " deliver";
@@ -29,101 +20,93 @@ std::string done(const Actions& actions) {
     return text.empty() ? text : text.substr(1);
 }
 
-/// A session on a fake clock, spoken to in bytes: 10 header bytes in; what it sends, or what else it does,
-/// out.
-class Bench {
-  public:
+/// A session on a fake clock: a header in, what it sends and does out.
+struct Bench : Session {
     explicit Bench(SessionSettings settings = {}, std::uint32_t first_id = 101)
-        : session(settings, first_id) {}
+        : Session(settings, first_id) {}
 
-    Actions got(const char* header, std::size_t body_size = 0) {
-        return session.received(decode_header(bytes(header).data()), body_size, now);
+    std::string got(const std::string& header, std::size_t body_size = 0) {
+        return text_of(received(header_of(header), body_size, now));
     }
-    /// Moves to the next deadline and runs it: after how many milliseconds which actions, "never" without
-    /// one.
+    /// Moves to the next deadline and runs it: after how many milliseconds what happens; "never" without one.
     std::string next() {
-        if (!session.next_deadline()) return "never";
-        const std::string after = std::to_string(until_next()) + " ";
-        now = *session.next_deadline();
-        const Actions actions = session.timer(now);
-        return after + sent(actions) + done(actions);
+        const long after = until_next();
+        if (after < 0) return "never";
+        now = *next_deadline();
+        return std::to_string(after) + " " + text_of(timer(now));
     }
-    long until_next() const {
-        return session.next_deadline() ? (*session.next_deadline() - now) / Milliseconds(1) : -1;
+    long until_next() const { return next_deadline() ? (*next_deadline() - now) / Milliseconds(1) : -1; }
+    void pass(int milliseconds) {
+        now += Milliseconds(milliseconds);
+        EXPECT_EQ(text_of(timer(now)), "");
     }
     Bench& select() {
-        session.connected(now);
-        got("FF FF 00 00 00 01 00 00 00 01");
+        connected(now);
+        got(select_req);
         return *this;
     }
-    std::uint32_t send(int stream, int function, bool wbit) {
-        const auto header = session.send_primary(static_cast<std::uint8_t>(stream),
-                                                 static_cast<std::uint8_t>(function), wbit, now);
+    std::uint32_t send(std::uint8_t stream, std::uint8_t function, bool wbit) {
+        const auto header = send_primary(stream, function, wbit, now);
         return header ? header->system : 0;
     }
 
     Time now{};
-    Session session;
 };
 
 TEST(Session, AnswersEveryMessageInEveryState) {
-    enum { idle, sel, act };  // passive and not selected, selected, active with its Select.req 0x65 sent
+    // Passive and not selected, selected; active with its Select.req 0x65 sent, and selected by the peer too.
+    enum State { idle, sel, act, both };
     const struct {
-        int state;
-        const char* received;
-        std::size_t body;
-        const char *sent, *done;
-        int after;
+        State state;
+        const char *received, *result;
+        std::size_t body = 0;
     } rows[] = {
         // select
-        {idle, "FF FF 00 00 00 01 00 00 00 07", 0, "FF FF 00 00 00 02 00 00 00 07", "selected", sel},
-        {idle, "00 05 00 00 00 01 00 00 00 07", 0, "00 05 00 00 00 02 00 00 00 07", "selected", sel},
-        {sel, "FF FF 00 00 00 01 00 00 00 07", 0, "FF FF 00 01 00 02 00 00 00 07", "", sel},
-        {act, "FF FF 00 00 00 02 00 00 00 65", 0, "", "selected", sel},
-        {act, "FF FF 00 01 00 02 00 00 00 65", 0, "", "close", idle},
-        {act, "FF FF 00 00 00 01 00 00 00 09", 0, "FF FF 00 00 00 02 00 00 00 09", "selected", sel},
+        {idle, "FFFF 0000 0001 7", "FFFF 0000 0002 7 selected"},
+        {idle, "0005 0000 0001 7", "0005 0000 0002 7 selected"},
+        {sel, "FFFF 0000 0001 7", "FFFF 0001 0002 7"},
+        {act, "FFFF 0000 0002 65", "selected"},
+        {act, "FFFF 0001 0002 65", "close"},
+        {act, "FFFF 0000 0001 9", "FFFF 0000 0002 9 selected"},
+        {both, "FFFF 0001 0002 65", ""},
         // unexpected responses
-        {act, "FF FF 00 00 00 02 00 00 00 66", 0, "FF FF 02 03 00 07 00 00 00 66", "", idle},
-        {act, "FF FF 00 00 00 06 00 00 00 65", 0, "FF FF 06 03 00 07 00 00 00 65", "", idle},
-        {idle, "FF FF 00 00 00 02 00 00 00 07", 0, "FF FF 02 03 00 07 00 00 00 07", "", idle},
-        {sel, "FF FF 00 00 00 04 00 00 00 07", 0, "FF FF 04 03 00 07 00 00 00 07", "", sel},
-        {sel, "FF FF 00 00 00 06 00 00 00 07", 0, "FF FF 06 03 00 07 00 00 00 07", "", sel},
-        // deselect
-        {idle, "FF FF 00 00 00 03 00 00 00 07", 0, "FF FF 00 01 00 04 00 00 00 07", "", idle},
-        {sel, "FF FF 00 00 00 03 00 00 00 07", 0, "FF FF 00 00 00 04 00 00 00 07", "deselected", idle},
-        // linktest
-        {idle, "FF FF 00 00 00 05 00 00 00 07", 0, "FF FF 00 00 00 06 00 00 00 07", "", idle},
-        {sel, "FF FF 00 00 00 05 00 00 00 07", 0, "FF FF 00 00 00 06 00 00 00 07", "", sel},
-        // reject, separate
-        {sel, "FF FF 00 03 00 07 00 00 00 07", 0, "", "message 7 rejected by the peer, reason 3", sel},
-        {act, "FF FF 01 01 00 07 00 00 00 65", 0, "", "close message 101 rejected by the peer, reason 1",
-         idle},
-        {idle, "FF FF 00 00 00 09 00 00 00 07", 0, "", "", idle},
-        {sel, "FF FF 00 00 00 09 00 00 00 07", 0, "", "close", sel},
+        {act, "FFFF 0000 0002 66", "FFFF 0203 0007 66"},
+        {act, "FFFF 0000 0006 65", "FFFF 0603 0007 65"},
+        {idle, "FFFF 0000 0002 7", "FFFF 0203 0007 7"},
+        {sel, "FFFF 0000 0004 7", "FFFF 0403 0007 7"},
+        // deselect, linktest, reject, separate
+        {idle, "FFFF 0000 0003 7", "FFFF 0001 0004 7"},
+        {sel, "FFFF 0000 0003 7", "FFFF 0000 0004 7 deselected"},
+        {idle, "FFFF 0000 0005 7", "FFFF 0000 0006 7"},
+        {sel, "FFFF 0000 0005 7", "FFFF 0000 0006 7"},
+        {sel, "FFFF 0003 0007 7", "message 7 rejected by the peer, reason 3"},
+        {act, "FFFF 0101 0007 65", "close message 101 rejected by the peer, reason 1"},
+        {idle, "FFFF 0000 0009 7", ""},
+        {sel, "FFFF 0000 0009 7", "close"},
         // data
-        {idle, "00 05 81 01 00 00 00 00 00 07", 0, "00 05 00 04 00 07 00 00 00 07", "", idle},
-        {sel, "00 00 81 01 00 00 00 00 00 07", 0, "", "deliver", sel},
-        {sel, "12 34 06 0C 00 00 00 00 00 07", 9, "", "deliver S6F12 came with device 4660, expected 0", sel},
+        {idle, "0005 8101 0000 7", "0005 0004 0007 7"},
+        {sel, "0000 8101 0000 7", "deliver"},
+        {sel, "1234 060C 0000 7", "deliver S6F12 came with device 4660, expected 0", 9},
         // what E37 does not know
-        {sel, "00 05 81 01 01 00 00 00 00 07", 0, "00 05 01 02 00 07 00 00 00 07", "", sel},
-        {idle, "FF FF 00 00 05 01 00 00 00 07", 3, "FF FF 05 02 00 07 00 00 00 07", "", idle},
-        {sel, "FF FF 00 00 00 08 00 00 00 07", 0, "FF FF 08 01 00 07 00 00 00 07", "", sel},
-        {sel, "FF FF 00 00 00 0A 00 00 00 07", 0, "FF FF 0A 01 00 07 00 00 00 07", "", sel},
-        {idle, "FF FF 00 00 00 FF 00 00 00 07", 5, "FF FF FF 01 00 07 00 00 00 07", "", idle},
+        {sel, "0005 8101 0100 7", "0005 0102 0007 7"},
+        {idle, "FFFF 0000 0501 7", "FFFF 0502 0007 7", 3},
+        {sel, "FFFF 0000 0008 7", "FFFF 0801 0007 7"},
+        {sel, "FFFF 0000 000A 7", "FFFF 0A01 0007 7"},
+        {idle, "FFFF 0000 00FF 7", "FFFF FF01 0007 7", 5},
         // control messages with a body
-        {idle, "FF FF 00 00 00 01 00 00 00 07", 1, "", "close", idle},
-        {sel, "FF FF 00 00 00 05 00 00 00 07", 4, "", "close", sel},
-        {sel, "FF FF 00 00 00 09 00 00 00 07", 1, "", "close", sel},
+        {idle, "FFFF 0000 0001 7", "close", 1},
+        {sel, "FFFF 0000 0009 7", "close", 1},
     };
     for (const auto& row : rows) {
-        Bench bench({.role = row.state == act ? Role::active : Role::passive});
-        EXPECT_EQ(sent(bench.got(row.received, row.body)), "") << "not connected";
-        bench.session.connected(bench.now);
-        if (row.state == sel) bench.select();
-        const Actions actions = bench.got(row.received, row.body);
-        EXPECT_EQ(sent(actions), row.sent) << row.received;
-        EXPECT_EQ(done(actions), row.done) << row.received;
-        EXPECT_EQ(bench.session.state() == SessionState::selected, row.after == sel) << row.received;
+        Bench bench({.role = row.state >= act ? Role::active : Role::passive});
+        EXPECT_EQ(bench.got(row.received, row.body), "") << "not connected";
+        bench.connected(bench.now);
+        if (row.state == sel || row.state == both) bench.got(select_req);
+        const bool before = bench.state() == SessionState::selected;
+        EXPECT_EQ(bench.got(row.received, row.body), row.result) << row.state << " " << row.received;
+        const std::string result = row.result;
+        const bool after = result.ends_with("deselected") ? false : before || result.ends_with("selected");
+        EXPECT_EQ(bench.state() == SessionState::selected, after) << row.received;
     }
 }
 
@@ -132,114 +115,114 @@ TEST(Session, DoesNothingWhenNotConnected) {
     for (const bool forgotten : {false, true}) {
         EXPECT_EQ(bench.until_next(), -1);
         EXPECT_EQ(bench.send(1, 1, true), 0U);
-        EXPECT_EQ(done(bench.session.request_separate()), "");
-        EXPECT_FALSE(bench.session.disconnected());
+        EXPECT_EQ(text_of(bench.request_separate()), "");
+        EXPECT_FALSE(bench.disconnected());
         if (forgotten) continue;
         bench.select().send(1, 1, true);
-        bench.session.request_linktest(bench.now);
-        bench.session.inside_message(true, bench.now);
-        EXPECT_TRUE(bench.session.disconnected());
-        EXPECT_EQ(bench.session.state(), SessionState::not_connected);
+        bench.request_linktest(bench.now);
+        bench.inside_message(true, bench.now);
+        bench.hold(true, bench.now);
+        EXPECT_TRUE(bench.disconnected());
+        EXPECT_EQ(bench.state(), SessionState::not_connected);
     }
+    bench.connected(bench.now);
+    EXPECT_EQ(bench.until_next(), 10000);
 }
 
 TEST(Session, ClosesWhenItsTimersRunOut) {
     Bench active({.role = Role::active});
-    EXPECT_EQ(sent(active.session.connected(active.now)), "FF FF 00 00 00 01 00 00 00 65");
+    EXPECT_EQ(text_of(active.connected(active.now)), "FFFF 0000 0001 65");
     EXPECT_EQ(active.next(), "5000 close");  // T6
 
     Bench passive;
-    passive.session.connected(passive.now);
-    passive.now += Milliseconds(9999);
-    EXPECT_EQ(done(passive.session.timer(passive.now)), "");
+    passive.connected(passive.now);
+    passive.pass(9999);
     EXPECT_EQ(passive.next(), "1 close");  // T7
 
     Bench deselected({.t0 = Milliseconds(9000), .link_test = true});
-    deselected.select().got("FF FF 00 00 00 03 00 00 00 07");
+    deselected.select().got("FFFF 0000 0003 7");
     EXPECT_EQ(deselected.next(), "10000 close");  // T7 again, and no more link tests
 
     Bench broken_off;
-    broken_off.select().session.inside_message(true, broken_off.now);
-    broken_off.session.inside_message(false, broken_off.now);
+    broken_off.select().inside_message(true, broken_off.now);
+    broken_off.inside_message(false, broken_off.now);
     EXPECT_EQ(broken_off.next(), "never");
-    broken_off.session.inside_message(true, broken_off.now);
-    broken_off.now += Milliseconds(4000);
-    broken_off.session.inside_message(true, broken_off.now);
+    broken_off.inside_message(true, broken_off.now);
+    broken_off.pass(4000);
+    broken_off.inside_message(true, broken_off.now);
     EXPECT_EQ(broken_off.next(), "5000 close");  // T8
 }
 
 TEST(Session, RepliesEndTheirTransactionsOnly) {
     Bench bench({.device_id = 5, .t3 = Milliseconds(1000)});
     bench.select();
-    const auto first = bench.session.send_primary(6, 11, true, bench.now);
+    const auto first = bench.send_primary(6, 11, true, bench.now);
     EXPECT_EQ(to_hex({encode_header(*first, 3).data(), 14}), "00 00 00 0D 00 05 86 0B 00 00 00 00 00 65");
-    bench.now += Milliseconds(100);
+    bench.pass(100);
     EXPECT_EQ(bench.send(6, 11, false), 102U);
-    EXPECT_EQ(bench.send(1, 1, true), 103U);
-    EXPECT_EQ(bench.send(2, 17, true), 104U);
-    EXPECT_EQ(bench.send(1, 13, true), 105U);
-    EXPECT_TRUE(bench.session.end_transaction(105));
-    bench.got("00 05 01 02 00 00 00 00 00 67");  // S1F2 for 103
-    bench.got("00 05 81 0D 00 00 00 00 00 65");  // a primary of the peer with the number of ours
+    for (const std::uint32_t id : {103U, 104U, 105U}) EXPECT_EQ(bench.send(1, 1, true), id);
+    EXPECT_TRUE(bench.end_transaction(105));
+    bench.got("0005 0102 0000 67");  // S1F2 for 103
+    bench.got("0005 810D 0000 65");  // a primary of the peer with the number of ours
     EXPECT_EQ(bench.next(), "900 timeout 101");
     EXPECT_EQ(bench.next(), "100 timeout 104");
-    EXPECT_EQ(bench.until_next(), -1);
-    EXPECT_FALSE(bench.session.end_transaction(104));
-    EXPECT_EQ(done(bench.got("00 05 06 0C 00 00 00 00 00 65")), "deliver");  // late reply
-    for (const auto& [device, note] : {std::pair("07", " S6F12 came with device 7, expected 5"),
-                                       {"07", ""},
-                                       {"08", " S6F12 came with device 8, expected 5"}})
-        EXPECT_EQ(done(bench.got((std::string("00 ") + device + " 06 0C 00 00 00 00 00 65").c_str())),
-                  std::string("deliver") + note);
+    EXPECT_EQ(bench.next(), "never");
+    EXPECT_FALSE(bench.end_transaction(104));
+    EXPECT_EQ(bench.got("0005 060C 0000 65"), "deliver");  // late reply
+    EXPECT_EQ(bench.got("0007 060C 0000 65"), "deliver S6F12 came with device 7, expected 5");
+    EXPECT_EQ(bench.got("0007 060C 0000 65"), "deliver");
+    EXPECT_EQ(bench.got("0008 060C 0000 65"), "deliver S6F12 came with device 8, expected 5");
 }
 
 TEST(Session, IdsWrapTo101) {
     Bench bench({}, 0xFFFFFFFE);
     bench.select();
-    EXPECT_EQ(bench.send(1, 1, false), 0xFFFFFFFEU);
-    EXPECT_EQ(bench.send(1, 1, true), 0xFFFFFFFFU);
-    EXPECT_EQ(bench.send(1, 1, true), 101U);
+    for (const std::uint32_t id : {0xFFFFFFFEU, 0xFFFFFFFFU, 101U}) EXPECT_EQ(bench.send(1, 1, true), id);
     EXPECT_EQ(Bench({}, 0).select().send(1, 1, false), 101U);
 }
 
 TEST(Session, TestsTheLink) {
-    Bench bench({.t0 = Milliseconds(60000), .link_test = true});
+    Bench bench({.link_test = true});
     bench.select();
-    EXPECT_EQ(bench.next(), "60000 FF FF 00 00 00 05 00 00 00 65");
+    EXPECT_EQ(bench.next(), "60000 FFFF 0000 0005 65");
     EXPECT_EQ(bench.until_next(), 5000);
-    EXPECT_EQ(sent(bench.got("FF FF 00 00 00 06 00 00 00 65")), "");
-    EXPECT_EQ(bench.next(), "60000 FF FF 00 00 00 05 00 00 00 66");
+    EXPECT_EQ(bench.got("FFFF 0000 0006 65"), "");
+    EXPECT_EQ(bench.next(), "60000 FFFF 0000 0005 66");
     EXPECT_EQ(bench.next(), "5000 close");
 }
 
 TEST(Session, HoldsItsTimersWhileNothingIsRead) {
     Bench bench({.t3 = Milliseconds(20000)});
-    bench.select().session.inside_message(true, bench.now);
-    bench.session.request_linktest(bench.now);
+    bench.select().inside_message(true, bench.now);
+    bench.request_linktest(bench.now);
     bench.send(1, 1, true);
-    bench.session.hold(true, bench.now);
+    bench.hold(true, bench.now);
     EXPECT_EQ(bench.until_next(), 20000);
-    bench.now += Milliseconds(15000);
-    EXPECT_EQ(done(bench.session.timer(bench.now)), "");
-    bench.session.hold(false, bench.now);
+    bench.pass(15000);
+    bench.hold(false, bench.now);
     EXPECT_EQ(bench.until_next(), 5000);
+
+    Bench tested({.link_test = true});
+    tested.select().hold(true, tested.now);
+    tested.pass(15000);
+    tested.hold(false, tested.now);
+    EXPECT_EQ(tested.until_next(), 60000);
 }
 
 TEST(Session, UserRequests) {
     Bench bench;
-    bench.session.connected(bench.now);
-    EXPECT_EQ(sent(bench.session.request_deselect(bench.now)), "");
-    EXPECT_EQ(done(bench.session.request_separate()), "close");
-    bench.got("FF FF 00 00 00 01 00 00 00 01");
-    EXPECT_EQ(sent(bench.session.request_linktest(bench.now)), "FF FF 00 00 00 05 00 00 00 65");
-    EXPECT_EQ(sent(bench.session.request_linktest(bench.now)), "");  // one at a time
-    EXPECT_EQ(sent(bench.session.request_deselect(bench.now)), "FF FF 00 00 00 03 00 00 00 66");
-    EXPECT_EQ(done(bench.got("FF FF 00 02 00 04 00 00 00 66")), "deselect refused with status 2");
-    EXPECT_EQ(sent(bench.session.request_deselect(bench.now)), "FF FF 00 00 00 03 00 00 00 67");
-    EXPECT_EQ(done(bench.got("FF FF 00 00 00 04 00 00 00 67")), "deselected");
-    bench.got("FF FF 00 00 00 01 00 00 00 02");
-    const Actions separate = bench.session.request_separate();
-    EXPECT_EQ(sent(separate) + " " + done(separate), "FF FF 00 00 00 09 00 00 00 68 close");
+    bench.connected(bench.now);
+    EXPECT_EQ(text_of(bench.request_deselect(bench.now)), "");
+    EXPECT_EQ(text_of(bench.request_separate()), "close");
+    bench.got(select_req);
+    EXPECT_EQ(text_of(bench.request_linktest(bench.now)), "FFFF 0000 0005 65");
+    EXPECT_EQ(text_of(bench.request_linktest(bench.now)), "");  // one at a time
+    EXPECT_EQ(text_of(bench.request_deselect(bench.now)), "FFFF 0000 0003 66");
+    EXPECT_EQ(bench.got("FFFF 0002 0004 66"), "deselect refused with status 2");
+    EXPECT_EQ(text_of(bench.request_deselect(bench.now)), "FFFF 0000 0003 67");
+    EXPECT_EQ(bench.got("FFFF 0000 0004 67"), "deselected");
+    bench.got(select_req);
+    EXPECT_EQ(text_of(bench.request_separate()), "FFFF 0000 0009 68 close");
 }
 
 }  // namespace

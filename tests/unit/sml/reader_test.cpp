@@ -78,6 +78,8 @@ TEST(Reader, MistakesAreFoundInTheirPlace) {
         {"S1F3 W <L[3] <U4 1>>.", "1:11: expected 3 elements, as the count says, found 1"},
         {"S1F3 W <A[3] \"ab\">.", "1:11: expected 3 elements, as the count says, found 2"},
         {"\x01", "1:1: expected a message such as S1F3, found byte 0x01"},
+        {"\x7F", "1:1: expected a message such as S1F3, found byte 0x7F"},
+        {"a~b", "1:1: expected a message such as S1F3, found 'a~b'"},
         {deep, "1:264: expected at most 128 lists in each other, found one more"},
         {deep.substr(0, 7 + 2 * 129) + std::string(129, '>') + ".",
          "1:264: expected at most 128 lists in each other, found one more"},

@@ -92,7 +92,7 @@ TEST(Writer, Layout) {
     const std::pair<sml::Message, std::string> cases[] = {
         {{1, 1, true, {}}, "S1F1 W."},
         {{1, 3, true, Item::list({ids, ids})}, "S1F3 W <L <U4 1001> <U4 1001>>."},
-        {{1, 3, false, Item::ascii("a\"\r\nb\xC2\x9B")}, R"(S1F3 <A "a" 0x22 0x0D 0x0A "b" 0xC2 0x9B>.)"},
+        {{1, 3, false, Item::ascii("a\"\r\nü\xC2\x9B")}, R"(S1F3 <A "a" 0x22 0x0D 0x0A "ü" 0xC2 0x9B>.)"},
         {{1, 3, false, Item{Format::text2, {}, "\0A\x4E\x2D"s}}, "S1F3 <W 0x0041 0x4E2D>."},
         {{1, 3, false, Item{Format::boolean, {}, "\1\0\2"s}}, "S1F3 <BOOLEAN T F 0x02>."},
         {{1, 4, false, Item::list({Item::ascii(filler), Item::list({ids})})},

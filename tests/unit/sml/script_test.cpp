@@ -10,7 +10,7 @@ namespace {
 
 TEST(Script, EveryKindOfStep) {
     const auto steps = sml::parse_script(
-        "# a comment\n S1F13 W <L>.   expect S1F14 <L <B 0> ...>. nowait 'S1F1' W. send S6F12 <B 0>.\n"
+        "# a comment\n S1F13 W <L>.   expect S1F14 <L <B 0> ...>. nowait 'S1F1' W. s6f12 <B 0>.\n"
         "await S6F11 <L * <U4 100> *>. // and another\n"
         "expect timeout wait 500 wait selected wait closed reconnect clear timeout 2000 quit");
     using enum sml::Action;
