@@ -151,8 +151,8 @@ struct Kind {
     bool (BC_FA::*add)(char* text);  // null when records cannot be added
 };
 
-#define EQUIPMENT_VARIABLES(kind)                                                  \
-    Kind {                                                                         \
+#define EQUIPMENT_VARIABLES(kind)                                                          \
+    Kind {                                                                                 \
 #kind, [] { return ids(*Talwen::kind##_List.read()); },                                  \
             [](BC_FA& module, std::string_view id) {                                     \
                 return variable<Talwen::kind##_STRU>(module, &BC_FA::QFA_Get_##kind##_Stru, \

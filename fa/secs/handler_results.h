@@ -1,5 +1,5 @@
-// What handlers and the dispatcher result in where it is not the driver's result of a reply: 1 taken, 0 refused
-// by the host, and these.
+// What handlers and the dispatcher result in where it is not the driver's result of a reply: 1 taken, 0
+// refused by the host, and these.
 #pragma once
 
 namespace Talwen {
