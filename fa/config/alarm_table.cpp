@@ -4,10 +4,6 @@
 
 namespace Talwen {
 
-std::mutex ALID_Mutex;
-std::map<int, ALID_STRU>& ALID_List =
-    *new std::map<int, ALID_STRU>;  // never destroyed, as the variable tables
-
 namespace {
 
 /// Category (SEMI E5) of an alarm level; `otherwise` for a level without one.

@@ -20,7 +20,7 @@ struct ALID_STRU {
 
 /// Held by the four operations while they touch the table, and by those who walk it. Nothing else is locked
 /// and the controller is not called under it.
-extern std::mutex ALID_Mutex;
+extern std::mutex& ALID_Mutex;
 
 /// Ascending by ALID. Must not be rebuilt while the link runs: pointers into it would dangle. Records that
 /// are only added leave pointers good.

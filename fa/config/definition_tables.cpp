@@ -6,12 +6,6 @@
 
 namespace Talwen {
 
-// Never destroyed: a process may exit while another thread still reads them.
-Definition_List<RPTID_STRU>& RPTID_List = *new Definition_List<RPTID_STRU>(&RPTID_STRU::RPTID);
-Definition_List<CEID_STRU>& CEID_List = *new Definition_List<CEID_STRU>(&CEID_STRU::CEID);
-Definition_List<TRID_STRU>& TRID_List = *new Definition_List<TRID_STRU>(&TRID_STRU::TRID);
-std::map<int, TMSG_STRU>& TMSG_List = *new std::map<int, TMSG_STRU>;
-
 namespace {
 
 /// Hands out a plain pointer, kept good until the same thread looks up another record of the list.

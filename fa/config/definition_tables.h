@@ -210,8 +210,8 @@ class Definition_List {
     std::unordered_map<int, std::size_t> places_;
 };
 
-// One each for the module. The module's own readers use find() and all() of these; the operations of BC_FA
-// are for the controller and for changes.
+// One each for the module: members of Module_Data. The module's own readers use find() and all() of these;
+// the operations of BC_FA are for the controller and for changes.
 extern Definition_List<RPTID_STRU>& RPTID_List;
 extern Definition_List<CEID_STRU>& CEID_List;
 extern Definition_List<TRID_STRU>& TRID_List;

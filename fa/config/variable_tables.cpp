@@ -9,12 +9,6 @@
 
 namespace Talwen {
 
-// Never destroyed: a process may exit while a callback still reads them.
-Variable_Table<SVID_STRU>& SVID_List = *new Variable_Table<SVID_STRU>;
-Variable_Table<ECID_STRU>& ECID_List = *new Variable_Table<ECID_STRU>;
-Variable_Table<RVID_STRU>& RVID_List = *new Variable_Table<RVID_STRU>;
-Variable_Table<DVID_STRU>& DVID_List = *new Variable_Table<DVID_STRU>;
-
 namespace {
 
 /// Takes bracketed text out of a description.

@@ -135,7 +135,7 @@ class Variable_Table {
     Pointer now_ = std::make_shared<const Variables<Record>>();
 };
 
-// One each for the module.
+// One each for the module: members of Module_Data.
 extern Variable_Table<SVID_STRU>& SVID_List;
 extern Variable_Table<ECID_STRU>& ECID_List;
 extern Variable_Table<RVID_STRU>& RVID_List;

@@ -1,7 +1,5 @@
 #include "fa/events/event_context.h"
 
-#include <mutex>
-
 #include "fa/events/event_values.h"
 #include "fa/module/bc_fa.h"
 #include "fa/secs/primaries.h"
@@ -9,9 +7,6 @@
 namespace Talwen {
 
 namespace {
-
-// Never destroyed: a process may exit while an event is being raised.
-std::mutex& Event_Mutex = *new std::mutex;
 
 /// True while this thread is inside an event. The framework never raises one from there; if a controller
 /// does, it is refused, since its values would mix with those of the outer event.

@@ -4,11 +4,15 @@
 #pragma once
 
 #include <array>
+#include <mutex>
 #include <string>
 
 namespace Talwen {
 
 class BC_FA;
+
+/// A member of Module_Data; held while one event's values are written and its report is queued.
+extern std::mutex& Event_Mutex;
 
 /// The kinds of context that events carry.
 enum class Event_Family {

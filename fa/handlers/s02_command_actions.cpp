@@ -6,9 +6,6 @@
 
 namespace Talwen {
 
-std::array<std::atomic<int>, 4> Signal_Tower_State{-1, -1, -1, -1};
-std::atomic<int> Alarm_Buzzer_State{-1};
-
 namespace remote_command {
 
 namespace {

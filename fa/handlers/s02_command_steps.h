@@ -11,8 +11,9 @@
 namespace Talwen {
 
 /// The last commanded states, -1 before the first command: lamps red, green, yellow, blue, and the buzzer.
-extern std::array<std::atomic<int>, 4> Signal_Tower_State;
-extern std::atomic<int> Alarm_Buzzer_State;
+/// Members of Module_Data.
+extern std::array<std::atomic<int>, 4>& Signal_Tower_State;
+extern std::atomic<int>& Alarm_Buzzer_State;
 
 namespace remote_command {
 

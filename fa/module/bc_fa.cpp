@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "fa/framework/qtime.h"
+#include "fa/module/module_data.h"
 #include "fa/module/module_threads.h"
 #include "fa/module/point_table.h"
 #include "fa/secs/module_state.h"
@@ -10,7 +11,7 @@
 namespace Talwen {
 
 BC_FA::BC_FA() : points_(std::make_shared<Point_Table>()) {
-    FA_Instance = this;
+    The_Module_Data().FA_Instance = this;  // a static object may come before the short names are bound
 }
 
 // K1: copies share the point table (docs/kept-behaviour.md).
@@ -72,7 +73,7 @@ FUNC_STATUS BC_FA::QProgram_Main_Code(const char* /*argument*/) {
 void BC_FA::QProgram_Exit_Code() {}
 
 unsigned long BC_FA::Unique_DATAID() {
-    static std::atomic<std::uint32_t> counter{0xFFFFFFFFU};
+    std::atomic<std::uint32_t>& counter = The_Module_Data().Last_DATAID;
     std::uint32_t last = counter;
     std::uint32_t next = 0;
     do {

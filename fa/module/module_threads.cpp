@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "fa/module/bc_fa.h"
+#include "fa/module/module_data.h"
 #include "fa/secs/connection_monitor.h"
 #include "fa/secs/message_queue.h"
 #include "fa/secs/module_state.h"
@@ -12,10 +13,6 @@
 namespace Talwen {
 
 namespace {
-
-// Never destroyed: a process may exit without having deleted the module.
-std::unique_ptr<std::thread>& Main_Monitor_Thread = *new std::unique_ptr<std::thread>;
-std::unique_ptr<std::thread>& TRID_Monitor_Thread = *new std::unique_ptr<std::thread>;
 
 void join_and_forget(std::unique_ptr<std::thread>& thread) {
     if (thread && thread->joinable()) thread->join();
@@ -26,8 +23,9 @@ void join_and_forget(std::unique_ptr<std::thread>& thread) {
 
 void Start_Module_Threads(BC_FA& module) {
     End_Module_Threads();  // those of an earlier run, should they not have seen their stop
-    Main_Monitor_Thread = std::make_unique<std::thread>(&BC_FA::Thread_FA_Main_Monitor, &module);
-    TRID_Monitor_Thread = std::make_unique<std::thread>(&BC_FA::Thread_FA_TRID_Monitor, &module);
+    Module_Data& data = The_Module_Data();
+    data.Main_Monitor_Thread = std::make_unique<std::thread>(&BC_FA::Thread_FA_Main_Monitor, &module);
+    data.TRID_Monitor_Thread = std::make_unique<std::thread>(&BC_FA::Thread_FA_TRID_Monitor, &module);
 }
 
 // A thread killed outright could die holding a lock or half-way through a message; so the threads are asked,
@@ -35,8 +33,8 @@ void Start_Module_Threads(BC_FA& module) {
 void End_Module_Threads() {
     Threads_Ending = true;
     QFA_Notify_Reply(0, 0);
-    join_and_forget(Main_Monitor_Thread);
-    join_and_forget(TRID_Monitor_Thread);
+    join_and_forget(The_Module_Data().Main_Monitor_Thread);
+    join_and_forget(The_Module_Data().TRID_Monitor_Thread);
     Callback_Use::await_none();
     QFA_Message_Clear();
     Threads_Ending = false;

@@ -16,6 +16,7 @@
 #include "fa/secs/module_state.h"
 #include "fa/secs/primaries.h"
 #include "fa/secs/reply_wait.h"
+#include "fa/secs/secs_data.h"
 #include "fa/secs/secs_driver.h"
 
 namespace Talwen {
@@ -25,10 +26,6 @@ namespace {
 constexpr unsigned int disabled_poll_ms = 100;
 constexpr unsigned int idle_poll_ms = 15;
 constexpr unsigned int not_ready_poll_ms = 1000;
-
-// Only the main monitor touches these two.
-__secs_sets Secs_Settings{};
-void* Secs_Handle = nullptr;
 
 /// The link settings of one pass, read from the authoritative side and written to the other.
 struct Link_Settings {
@@ -75,30 +72,31 @@ std::uint32_t milliseconds(int seconds, std::uint32_t when_zero) {
 }
 
 void fill_settings(QSequence& fa, const Link_Settings& from) {
-    Secs_Settings = {};
-    Secs_Settings.t0 = milliseconds(fa.QFA_Get_T0(), 60000);
-    Secs_Settings.t3 = milliseconds(fa.QFA_Get_T3(), 5000);
-    Secs_Settings.t5 = milliseconds(fa.QFA_Get_T5(), 10000);
-    Secs_Settings.t6 = milliseconds(fa.QFA_Get_T6(), 5000);
-    Secs_Settings.t7 = milliseconds(fa.QFA_Get_T7(), 10000);
-    Secs_Settings.t8 = milliseconds(fa.QFA_Get_T8(), 5000);
-    std::snprintf(Secs_Settings.ip, sizeof Secs_Settings.ip, "%s", from.ip.c_str());
-    Secs_Settings.port = static_cast<std::uint16_t>(from.port);
-    Secs_Settings.device_id = static_cast<std::uint16_t>(from.device);
-    Secs_Settings.conn_mode = from.mode;
-    Secs_Settings.link_test = from.link_test ? 1 : 0;
-    Secs_Settings.on_select = OnSelect;
-    Secs_Settings.on_deselect = OnDeselect;
-    Secs_Settings.on_close = OnClose;
-    Secs_Settings.on_recv = OnRecvMessageBuffer;
-    Secs_Settings.on_error = OnError;
-    Set_Link_Device_Id(Secs_Settings.device_id);
+    __secs_sets& sets = Secs.Secs_Settings;
+    sets = {};
+    sets.t0 = milliseconds(fa.QFA_Get_T0(), 60000);
+    sets.t3 = milliseconds(fa.QFA_Get_T3(), 5000);
+    sets.t5 = milliseconds(fa.QFA_Get_T5(), 10000);
+    sets.t6 = milliseconds(fa.QFA_Get_T6(), 5000);
+    sets.t7 = milliseconds(fa.QFA_Get_T7(), 10000);
+    sets.t8 = milliseconds(fa.QFA_Get_T8(), 5000);
+    std::snprintf(sets.ip, sizeof sets.ip, "%s", from.ip.c_str());
+    sets.port = static_cast<std::uint16_t>(from.port);
+    sets.device_id = static_cast<std::uint16_t>(from.device);
+    sets.conn_mode = from.mode;
+    sets.link_test = from.link_test ? 1 : 0;
+    sets.on_select = OnSelect;
+    sets.on_deselect = OnDeselect;
+    sets.on_close = OnClose;
+    sets.on_recv = OnRecvMessageBuffer;
+    sets.on_error = OnError;
+    Set_Link_Device_Id(sets.device_id);
 }
 
 void destroy_link() {
-    SecsDisconnect(Secs_Handle);
-    SecsDestroy(Secs_Handle);
-    Secs_Handle = nullptr;
+    SecsDisconnect(Secs.Secs_Handle);
+    SecsDestroy(Secs.Secs_Handle);
+    Secs.Secs_Handle = nullptr;
     Link_Is_Gone();
 }
 
@@ -120,8 +118,8 @@ void send_queue(QSequence& fa) {
         FA_Message entry;
         if (!QFA_Message_PopFront(&entry)) return;
         QPrint_Cyan(fa.Print_Tag, "准备发送:S%d,F%d", entry.stream, entry.function);
-        const unsigned long msgid = QFA_Message_Send(Secs_Handle, &entry);
-        QFA_Wait_Reply(entry.stream, entry.function, msgid, Secs_Settings.t7);
+        const unsigned long msgid = QFA_Message_Send(Secs.Secs_Handle, &entry);
+        QFA_Wait_Reply(entry.stream, entry.function, msgid, Secs.Secs_Settings.t7);
         // K7: sent, timed out or failed, it is not sent again (docs/kept-behaviour.md).
         QFA_Message_RemoveFront();
     }
@@ -154,18 +152,18 @@ void one_pass(QSequence& fa) {
     QPrint_Cyan(fa.Print_Tag, "DeviceID:%d", settings.device);
     Connection_Begins(fa);
     fill_settings(fa, settings);
-    if (Secs_Handle != nullptr) destroy_link();  // an exception ended the pass before this one
-    Secs_Handle = SecsCreate(&Secs_Settings);
-    if (Secs_Handle == nullptr) {
+    if (Secs.Secs_Handle != nullptr) destroy_link();  // an exception ended the pass before this one
+    Secs.Secs_Handle = SecsCreate(&Secs.Secs_Settings);
+    if (Secs.Secs_Handle == nullptr) {
         QPrint_Red(fa.Print_Tag, "SecsCreate failed... ...");
         OnlineLog("SecsCreate failed... ...");
-        Sleep_Unless_Stopping(fa, Secs_Settings.t5);
+        Sleep_Unless_Stopping(fa, Secs.Secs_Settings.t5);
         return;
     }
-    QPrint_Yellow(fa.Print_Tag, "COMM_IP:%s , COMM_PORT:%d", Secs_Settings.ip, settings.port);
+    QPrint_Yellow(fa.Print_Tag, "COMM_IP:%s , COMM_PORT:%d", Secs.Secs_Settings.ip, settings.port);
     // A host may select at once: what its select makes the equipment queue is not part of this purge.
     const std::uint64_t mark = QFA_Message_Queue_Mark();
-    SecsConnect(Secs_Handle, Secs_Settings.ip, Secs_Settings.port);
+    SecsConnect(Secs.Secs_Handle, Secs.Secs_Settings.ip, Secs.Secs_Settings.port);
     QFA_Message_Purge_Unspooled(mark);
     run_connection(fa);
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "fa/secs/reply_wait.h"
+#include "fa/secs/secs_data.h"
 #include "fa/secs/secs_driver.h"
 #include "fa/secs/spool_table.h"
 #include "winapi/winapi.h"
@@ -13,10 +14,7 @@ namespace Talwen {
 
 namespace {
 
-// Never destroyed, nor is the lock: a process may exit while a callback still queues.
-std::deque<FA_Message>& FA_Message_Queue = *new std::deque<FA_Message>;
-std::uint64_t Entries_Queued = 0;  // under the queue lock
-CRITICAL_SECTION Queue_Lock;
+CRITICAL_SECTION Queue_Lock;  // never destroyed: a process may exit while a callback still queues
 
 /// Holds the queue lock, which the first user makes.
 class Queue_Guard {
@@ -49,35 +47,35 @@ void QFA_Message_Queue_Release() {
 
 void Queue_Message(FA_Message entry) {
     Queue_Guard guard;
-    entry.number = Entries_Queued++;
-    FA_Message_Queue.push_back(std::move(entry));
+    entry.number = Secs.Entries_Queued++;
+    Secs.FA_Message_Queue.push_back(std::move(entry));
 }
 
 bool QFA_Message_PopFront(FA_Message* entry) {
     Queue_Guard guard;
-    if (FA_Message_Queue.empty()) return false;
-    *entry = FA_Message_Queue.front();
+    if (Secs.FA_Message_Queue.empty()) return false;
+    *entry = Secs.FA_Message_Queue.front();
     return true;
 }
 
 void QFA_Message_RemoveFront() {
     Queue_Guard guard;
-    if (FA_Message_Queue.empty()) return;
-    SecsDeleteItem(FA_Message_Queue.front().item);
-    FA_Message_Queue.pop_front();
+    if (Secs.FA_Message_Queue.empty()) return;
+    SecsDeleteItem(Secs.FA_Message_Queue.front().item);
+    Secs.FA_Message_Queue.pop_front();
 }
 
 void Forget_Front_Item(const _SECS_ITEM* item) {
     Queue_Guard guard;
-    if (!FA_Message_Queue.empty() && FA_Message_Queue.front().item == item)
-        FA_Message_Queue.front().item = nullptr;
+    if (!Secs.FA_Message_Queue.empty() && Secs.FA_Message_Queue.front().item == item)
+        Secs.FA_Message_Queue.front().item = nullptr;
 }
 
 void QFA_Message_Clear() {
     std::deque<FA_Message> dropped;
     {
         Queue_Guard guard;
-        dropped.swap(FA_Message_Queue);
+        dropped.swap(Secs.FA_Message_Queue);
     }
     free_items(dropped);
 }
@@ -88,7 +86,7 @@ void QFA_Message_Purge_Unspooled() {
 
 std::uint64_t QFA_Message_Queue_Mark() {
     Queue_Guard guard;
-    return Entries_Queued;
+    return Secs.Entries_Queued;
 }
 
 void QFA_Message_Purge_Unspooled(std::uint64_t mark) {
@@ -96,20 +94,20 @@ void QFA_Message_Purge_Unspooled(std::uint64_t mark) {
     {
         Queue_Guard guard;
         std::deque<FA_Message> kept;
-        for (FA_Message& entry : FA_Message_Queue) {
+        for (FA_Message& entry : Secs.FA_Message_Queue) {
             if (entry.number >= mark || QFA_Get_Spool_Enable(entry.stream, entry.function))
                 kept.push_back(std::move(entry));
             else
                 dropped.push_back(std::move(entry));
         }
-        FA_Message_Queue.swap(kept);
+        Secs.FA_Message_Queue.swap(kept);
     }
     free_items(dropped);
 }
 
 std::size_t QFA_Message_Queue_Length() {
     Queue_Guard guard;
-    return FA_Message_Queue.size();
+    return Secs.FA_Message_Queue.size();
 }
 
 }  // namespace Talwen

@@ -4,19 +4,9 @@
 
 #include "fa/framework/qsequence.h"
 #include "fa/framework/qtime.h"
+#include "fa/secs/secs_data.h"
 
 namespace Talwen {
-
-std::atomic<QSequence*> FA_Instance{nullptr};
-std::atomic<bool> Comm_New_Version{true};
-std::atomic<bool> Main_Monitor_Running{false};
-std::atomic<bool> TRID_Monitor_Running{false};
-std::atomic<bool> Reconnect{false};
-std::atomic<bool> Threads_Ending{false};
-
-namespace {
-std::atomic<int> Callbacks_Running{0};
-}
 
 bool QFA_Get_Comm_New_Version_Flag() {
     return Comm_New_Version;
@@ -43,14 +33,14 @@ void Sleep_Unless_Stopping(const QSequence& module, unsigned int ms) {
 // The count rises before the pointer is read, and the destructor clears the pointer before it looks at the
 // count.
 Callback_Use::Callback_Use() {
-    ++Callbacks_Running;
+    ++Secs.Callbacks_Running;
     module_ = FA_Instance;
 }
 Callback_Use::~Callback_Use() {
-    --Callbacks_Running;
+    --Secs.Callbacks_Running;
 }
 void Callback_Use::await_none() {
-    while (Callbacks_Running != 0) QTime_MSleep(1);
+    while (Secs.Callbacks_Running != 0) QTime_MSleep(1);
 }
 
 }  // namespace Talwen

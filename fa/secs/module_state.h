@@ -1,4 +1,5 @@
-// Module-wide state: one copy per loaded module, shared by its threads and by the driver's callbacks.
+// Module-wide state: one copy per loaded module, shared by its threads and by the driver's callbacks. The
+// references name members of Module_Data (fa/module/module_data.h).
 #pragma once
 
 #include <atomic>
@@ -8,14 +9,14 @@ namespace Talwen {
 class QSequence;
 
 /// The one object (a BC_FA), set by its default constructor; null before it and after its destruction.
-extern std::atomic<QSequence*> FA_Instance;
+extern std::atomic<QSequence*>& FA_Instance;
 
 // Flags. Each has one writer in normal operation; atomics, so that any thread may read them.
-extern std::atomic<bool> Comm_New_Version;      ///< true: GEM points decide, false: FA settings decide
-extern std::atomic<bool> Main_Monitor_Running;  ///< true while Thread_FA_Main_Monitor runs
-extern std::atomic<bool> TRID_Monitor_Running;  ///< true while Thread_FA_TRID_Monitor runs
-extern std::atomic<bool> Reconnect;             ///< raised by the event command, lowered by the main monitor
-extern std::atomic<bool> Threads_Ending;        ///< true while a destructor ends the module's threads
+extern std::atomic<bool>& Comm_New_Version;      ///< true: GEM points decide, false: FA settings decide
+extern std::atomic<bool>& Main_Monitor_Running;  ///< true while Thread_FA_Main_Monitor runs
+extern std::atomic<bool>& TRID_Monitor_Running;  ///< true while Thread_FA_TRID_Monitor runs
+extern std::atomic<bool>& Reconnect;             ///< raised by the event command, lowered by the main monitor
+extern std::atomic<bool>& Threads_Ending;        ///< true while a destructor ends the module's threads
 
 bool QFA_Get_Comm_New_Version_Flag();
 bool QFA_Get_Main_Monitor_Running_Flag();

@@ -1,4 +1,3 @@
-#include <atomic>
 #include <cstdint>
 #include <stdexcept>
 
@@ -11,15 +10,13 @@
 #include "fa/secs/message_handlers.h"
 #include "fa/secs/module_state.h"
 #include "fa/secs/reply_wait.h"
+#include "fa/secs/secs_data.h"
 #include "fa/secs/secs_driver.h"
 #include "fa/secs/sml_log.h"
 
 namespace Talwen {
 
 namespace {
-
-std::atomic<std::uint16_t> Link_Device_Id{0};
-std::atomic<std::uint32_t> Link_Epoch{0};
 
 bool passes_off_line(const Received_Message& message) {
     if (!message.is_primary()) return true;
@@ -28,7 +25,7 @@ bool passes_off_line(const Received_Message& message) {
 
 /// K4: the callback stays here until its connection or the module ends (docs/kept-behaviour.md).
 void stay_in_off_line_filter(const QSequence& module, std::uint32_t epoch) {
-    while (Link_Epoch == epoch && !Module_Stopping(module)) QTime_MSleep(50);
+    while (Secs.Link_Epoch == epoch && !Module_Stopping(module)) QTime_MSleep(50);
 }
 
 /// Gate, handler, and the wake-up of a sender that may be waiting for this message.
@@ -61,10 +58,10 @@ unsigned long dispatch(QSequence& module, const Received_Message& m, std::uint32
 }  // namespace
 
 void Set_Link_Device_Id(std::uint16_t device_id) {
-    Link_Device_Id = device_id;
+    Secs.Link_Device_Id = device_id;
 }
 void Link_Is_Gone() {
-    ++Link_Epoch;
+    ++Secs.Link_Epoch;
 }
 
 unsigned long OnRecvMessageBuffer(void* handle, unsigned short device_id, unsigned long msgid,
@@ -74,12 +71,12 @@ unsigned long OnRecvMessageBuffer(void* handle, unsigned short device_id, unsign
     QSequence* module = use.module();
     if (module == nullptr) return Not_Handled;
 
-    const std::uint32_t epoch = Link_Epoch;  // first of all: a close from here on is this connection's
+    const std::uint32_t epoch = Secs.Link_Epoch;  // first of all: a close from here on is this connection's
     _SECS_ITEM item;
     SecsInitItem(&item);
     SecsItemLoadBuffer(&item, buffer, static_cast<int>(length));
     QFA_Message_Print_SML(handle, stream, function, &item, msgid, 0);
-    if (device_id != Link_Device_Id && stream != 9) return Other_Device;
+    if (device_id != Secs.Link_Device_Id && stream != 9) return Other_Device;
     try {
         return dispatch(*module, {handle, msgid, stream, function, &item}, epoch, reply_expected);
     } catch (const std::runtime_error& error) {

@@ -1,30 +1,21 @@
 #include "fa/secs/reply_wait.h"
 
-#include <atomic>
-
 #include "fa/framework/qprint.h"
 #include "fa/framework/qsequence.h"
 #include "fa/secs/module_state.h"
-#include "winapi/winapi.h"
+#include "fa/secs/secs_data.h"
 
 namespace Talwen {
 
 namespace {
-
-// The event stays for the life of the process: a driver callback or another framework thread may still hold
-// it.
-std::atomic<HANDLE> Reply_Event{nullptr};
-std::atomic<std::uint32_t> REQUESTID{101};
-std::atomic<std::uint32_t> RESPONSEID{100};
-std::atomic<bool> Ended{false};  // a stream 9 message has come since the last send began
 
 /// The wait that both forms share.
 template <class TimedOut>
 bool wait_for_response(unsigned long msgid, std::uint32_t timeout_ms, TimedOut timed_out) {
     if (msgid == 1 || msgid == 2) return true;
     if (msgid <= 100) return false;
-    while (REQUESTID != RESPONSEID && !Ended) {
-        if (WaitForSingleObject(Reply_Event, timeout_ms) != WAIT_OBJECT_0) {
+    while (Secs.REQUESTID != Secs.RESPONSEID && !Secs.Wait_Ended) {
+        if (WaitForSingleObject(Secs.Reply_Event, timeout_ms) != WAIT_OBJECT_0) {
             timed_out();
             return false;
         }
@@ -58,40 +49,40 @@ bool answer_is_not_awaited(unsigned char stream, unsigned char function) {
 }  // namespace
 
 void QFA_Set_RequestID(unsigned long msgid) {
-    REQUESTID = static_cast<std::uint32_t>(msgid);
+    Secs.REQUESTID = static_cast<std::uint32_t>(msgid);
     if (extra_prints()) QPrint_Green(print_tag(), "SET REQUESTID:%d", static_cast<int>(msgid));
 }
 
 void QFA_Set_ResponseID(unsigned long msgid) {
-    RESPONSEID = static_cast<std::uint32_t>(msgid);
+    Secs.RESPONSEID = static_cast<std::uint32_t>(msgid);
     if (extra_prints()) QPrint_Cyan(print_tag(), "SET RESPONSEID:%d", static_cast<int>(msgid));
 }
 
 std::uint32_t QFA_Get_RequestID() {
-    return REQUESTID;
+    return Secs.REQUESTID;
 }
 std::uint32_t QFA_Get_ResponseID() {
-    return RESPONSEID;
+    return Secs.RESPONSEID;
 }
 
 void Reset_Reply_Wait() {
-    REQUESTID = 101;
-    RESPONSEID = 100;
-    Ended = false;
-    if (Reply_Event == nullptr) Reply_Event = CreateEventA(nullptr, 0, 0, nullptr);
+    Secs.REQUESTID = 101;
+    Secs.RESPONSEID = 100;
+    Secs.Wait_Ended = false;
+    if (Secs.Reply_Event == nullptr) Secs.Reply_Event = CreateEventA(nullptr, 0, 0, nullptr);
 }
 
 void Send_Begins() {
-    Ended = false;
+    Secs.Wait_Ended = false;
 }
 
 void End_Wait_In_Flight() {
-    Ended = true;  // REQUESTID may still be the id before that of the primary in flight
-    QFA_Set_ResponseID(REQUESTID);
+    Secs.Wait_Ended = true;  // REQUESTID may still be the id before that of the primary in flight
+    QFA_Set_ResponseID(Secs.REQUESTID);
 }
 
 bool QFA_Notify_Reply(unsigned long /*msgid*/, unsigned long /*result*/) {
-    return SetEvent(Reply_Event) != 0;
+    return SetEvent(Secs.Reply_Event) != 0;
 }
 
 bool QFA_Wait_Reply(unsigned char stream, unsigned char function, unsigned long msgid,

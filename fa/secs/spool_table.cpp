@@ -1,9 +1,10 @@
 #include "fa/secs/spool_table.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <iterator>
+
+#include "fa/secs/secs_data.h"
 
 namespace Talwen {
 
@@ -24,8 +25,6 @@ constexpr Pair candidates[] = {
     {16, 7}, {16, 9},                                               //
 };
 
-std::atomic<bool> Spool_Table[Spool_Streams][Spool_Functions];
-
 }  // namespace
 
 bool QFA_Is_Spool_Candidate(int stream, int function) {
@@ -34,17 +33,17 @@ bool QFA_Is_Spool_Candidate(int stream, int function) {
 }
 
 bool QFA_Get_Spool_Enable(int stream, int function) {
-    return QFA_Is_Spool_Candidate(stream, function) && Spool_Table[stream][function];
+    return QFA_Is_Spool_Candidate(stream, function) && Secs.Spool_Table[stream][function];
 }
 
 bool QFA_Set_Spool_Enable(int stream, int function, bool enable) {
     if (!QFA_Is_Spool_Candidate(stream, function)) return false;
-    Spool_Table[stream][function] = enable;
+    Secs.Spool_Table[stream][function] = enable;
     return true;
 }
 
 void QFA_Clear_Spool_Table() {
-    for (auto& row : Spool_Table)
+    for (auto& row : Secs.Spool_Table)
         for (auto& flag : row) flag = false;
 }
 

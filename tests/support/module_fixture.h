@@ -6,7 +6,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,20 +14,16 @@
 #include "fa/config/definition_tables.h"
 #include "fa/config/variable_tables.h"
 #include "fa/module/bc_fa.h"
-#include "fa/module/handler_routes.h"
-#include "fa/secs/dispatch.h"
 #include "fa/secs/message_queue.h"
 #include "fa/secs/module_state.h"
 #include "fa/secs/primaries.h"
 #include "fa/secs/reply_wait.h"
 #include "fa/secs/spool_table.h"
-#include "hsms/core/item_codec.h"
 #include "sim/controller/calls.h"
 #include "sim/controller/clock.h"
 #include "sim/controller/console.h"
 #include "sim/controller/file_layer.h"
 #include "sim/machine/machine.h"
-#include "sml/reader.h"
 #include "support/fake_driver.h"
 #include "support/temp_folder.h"
 
@@ -39,47 +34,15 @@ using Texts = std::vector<std::string>;
 constexpr unsigned long format_error = static_cast<unsigned long>(-7L);
 inline const std::string on_line = "Comm_Enable=1 Online_Status=1 ";
 
-inline Texts split(const std::string& text, const std::regex& between) {
-    return {std::sregex_token_iterator(text.begin(), text.end(), between, -1), std::sregex_token_iterator()};
-}
-
 /// The rows of a table in text, a line each or several with "||" between, with their columns between "|" and
 /// blanks; a line that begins with two blanks goes on with the one above it.
-inline std::vector<Texts> rows(const std::string& table, std::size_t columns) {
-    std::vector<std::string> lines;
-    std::istringstream text(table);
-    for (std::string line; std::getline(text, line);)
-        if (line.starts_with("  "))
-            lines.back() += line.substr(line.find_first_not_of(' ') - 1);
-        else if (!line.empty())
-            lines.push_back(line);
-    std::vector<Texts> all;
-    static const std::regex rows_end(" +[|][|] "), columns_end(" *[|]( +|$)| +[|]$"), choices_end(" / ");
-    Texts texts;
-    for (const std::string& line : lines) std::ranges::move(split(line, rows_end), std::back_inserter(texts));
-    for (const std::string& line : texts) {
-        Texts row = split(line, columns_end);
-        EXPECT_LE(row.size(), columns) << line;
-        row.resize(columns);
-        const auto choices = std::ranges::find_if(row, [](const auto& c) { return c.find(" / ") != c.npos; });
-        if (choices == row.end())
-            all.push_back(row);
-        else
-            for (const std::string& choice : split(std::string(*choices), choices_end)) {
-                *choices = choice;
-                all.push_back(row);
-            }
-    }
-    return all;
-}
+std::vector<Texts> rows(const std::string& table, std::size_t columns);
 
 /// The text with every "{word}" replaced.
-inline std::string with(std::string text, const std::string& word, const std::string& value) {
-    const std::string braced = "{" + word + "}";
-    for (auto at = text.find(braced); at != std::string::npos; at = text.find(braced, at + value.size()))
-        text.replace(at, braced.size(), value);
-    return text;
-}
+std::string with(std::string text, const std::string& word, const std::string& value);
+
+/// The text with every match of a regular expression replaced.
+std::string replaced(const std::string& text, const std::string& pattern, const std::string& by);
 
 /// The numbers of a list, "1,2".
 template <class Numbers>
@@ -90,224 +53,70 @@ std::string joined(const Numbers& numbers) {
 }
 
 /// Alarms of a machine file: "ALID level text", separated by commas.
-inline std::string alarms(const std::string& list) {
-    std::string toml;
-    std::istringstream all(list);
-    int id = 0;
-    int level = 0;
-    for (std::string text; all >> id >> level && std::getline(all >> std::ws, text, ',');)
-        toml += "[[alarm]]\nid=" + std::to_string(id) + "\nlevel=" + std::to_string(level) + "\ntext='" +
-                text + "'\n";
-    return toml;
-}
+std::string alarms(const std::string& list);
 
 /// IO points of a machine file: "kind name value unit" with commas between; the unit may be left out.
-inline std::string points(const std::string& list) {
-    std::string toml;
-    std::istringstream all(list);
-    for (std::string one; std::getline(all, one, ',');) {
-        std::istringstream words(one);
-        std::string kind, name, value, unit;
-        words >> kind >> name >> value >> unit;
-        toml += "[[" + kind + "]]\nname='" + name + "'\nvalue=" + value +
-                (unit.empty() ? "\n" : "\nunit='" + unit + "'\n");
-    }
-    return toml;
-}
+std::string points(const std::string& list);
 
 /// The pairs enabled for spooling, "5,1 6,11".
-inline std::string spooled() {
-    std::string text;
-    for (int s = 0; s < 128; ++s)
-        for (int f = 0; f < 256; ++f)
-            if (Talwen::QFA_Get_Spool_Enable(s, f))
-                text += (text.empty() ? "" : " ") + std::to_string(s) + "," + std::to_string(f);
-    return text;
-}
+std::string spooled();
 
 class ModuleFixture : public ::testing::Test {
   protected:
-    void SetUp() override {
-        sim::set_console_sink([this](const sim::ConsoleLine& line) { console.push_back(line.text); });
-        sim::set_sleep_scale(0.01);
-        sim::set_data_folder(folder.path());
-        start_over();
-    }
+    void SetUp() override;
+    void TearDown() override;
 
-    void TearDown() override {
-        module.reset();
-        sim::set_console_sink(nullptr);
-        sim::set_data_folder(".");
-        sim::machine().reset();
-    }
-
-    /// A fresh machine, module, driver and tables; `toml` is appended to the machine's [tool] section.
-    void start_over(const std::string& toml = "") {
-        module.reset();
-        sim::machine().load_text("[tool]\nmodel = \"CT-200\"\nrevision = \"1.0.0\"\nreact = false\n" + toml);
-        sim::reset_calls();
-        console.clear();
-        driver().reset();
-        forget_tables();
-        Talwen::Reconnect = false;
-        Talwen::Set_Link_Device_Id(0);
-        module = std::make_unique<Talwen::BC_FA>();
-    }
-
-    static void forget_tables() {
-        Talwen::SVID_List.clear();
-        Talwen::ECID_List.clear();
-        Talwen::RVID_List.clear();
-        Talwen::DVID_List.clear();
-        Talwen::ALID_List.clear();
-        Talwen::RPTID_List.clear();
-        Talwen::CEID_List.clear();
-        Talwen::TRID_List.clear();
-        Talwen::TMSG_List.clear();
-        Talwen::QFA_Clear_Spool_Table();
-        Talwen::Comm_New_Version = true;
-    }
+    /// A fresh machine, module and driver; `toml` is appended to the machine's [tool] section.
+    void start_over(const std::string& toml = "");
+    /// A module loaded anew, with nothing in its tables.
+    void load_module();
 
     /// Calls the handler of a message written in SML, past the state gate.
-    unsigned long sml_call(const std::string& text, unsigned long msgid = 7000) {
-        const sml::Message message = sml::parse_message(text);
-        std::string body;
-        if (message.body) hsms::encode_item(*message.body, body);
-        Talwen::_SECS_ITEM item;
-        Talwen::SecsInitItem(&item);
-        Talwen::SecsItemLoadBuffer(&item, body.data(), static_cast<int>(body.size()));
-        const Talwen::Message_Handler handler = Talwen::Find_Handler(message.stream, message.function);
-        return (module.get()->*handler)(nullptr, &item, msgid);
-    }
+    unsigned long sml_call(const std::string& text, unsigned long msgid = 7000);
 
     /// "name=value" pairs separated by blanks: GEM points, FA states where the name begins with "fa:".
-    static void set_states(const std::string& pairs) {
-        std::istringstream words(pairs);
-        for (std::string pair; words >> pair;) {
-            const std::size_t equals = pair.find('=');
-            const std::string name = pair.substr(0, equals);
-            const std::string value = pair.substr(equals + 1);
-            if (name.starts_with("fa:"))
-                sim::machine().set_fa(name.substr(3), value);
-            else
-                sim::machine().set_gem(name, value);
-        }
-    }
+    static void set_states(const std::string& pairs);
 
     /// Puts records into a table of variables: "id type point format min max name", with commas between; what
     /// is left out is 0 or empty, the unit is "u" and the id.
     template <class Record>
-    static void define(Talwen::Variable_Table<Record>& table, const std::string& records) {
-        std::vector<Record> defined;
-        std::istringstream all(records);
-        for (std::string one; std::getline(all, one, ',');) {
-            std::istringstream words(one);
-            Record record;
-            int type = 0;
-            int format = 0;
-            words >> record.id >> type >> record.point >> format >> record.min >> record.max >>
-                record.sv_name;
-            record.io_type = static_cast<Talwen::IO_TYPE>(type);
-            record.format = static_cast<unsigned char>(format);
-            record.unit = "u" + std::to_string(record.id);
-            defined.push_back(record);
-        }
-        table.put(defined);
-    }
+    static void define(Talwen::Variable_Table<Record>& table, const std::string& records);
 
     /// What the host's message comes to: the reply, or "=" and the result without one, "none" for a format
     /// error; then the log.
-    std::string answer_to(const std::string& message, unsigned long replied = 7000) {
-        driver().reset();
-        const unsigned long result = driver().host_sends(message);
-        const std::string reply = driver().replies();
-        EXPECT_EQ(result == replied, !reply.empty()) << message << " gave " << result;
-        if (!reply.empty()) return reply;
-        return result == format_error ? "none" : "=" + std::to_string(result);
-    }
+    std::string answer_to(const std::string& message, unsigned long replied = 7000);
 
     /// The driver's log, line after line; the place in the code is "@" where it lies in `handler` ("S01F03"
     /// with reply_, recv_ or send_ before it), the end of a line without a place is "~".
-    static std::string log_of(const std::string& handler) {
-        const std::regex place("\\[代码行:Talwen::BC_FA::" + handler + ":[0-9]+\\]");
-        std::string text;
-        for (const std::string& line : driver().log())
-            text += std::regex_search(line, place) ? std::regex_replace(line, place, "@") : line + "~";
-        return text;
-    }
+    static std::string log_of(const std::string& handler);
 
     /// The primary that is queued for these parameters, "" for none.
-    static std::string queued(unsigned char stream, unsigned char function, Texts p) {
-        driver().reset();
-        p.resize(5);
-        const bool pushed = Talwen::QFA_Message_PushBack(stream, function, &p[0], &p[1], &p[2], &p[3], &p[4]);
-        EXPECT_EQ(Talwen::QFA_Message_Queue_Length(), pushed ? 1U : 0U);
-        Talwen::FA_Message entry;
-        if (!Talwen::QFA_Message_PopFront(&entry)) return "";
-        Talwen::QFA_Message_Send(nullptr, &entry);
-        Talwen::QFA_Message_RemoveFront();
-        return driver().sent().back().sml;
-    }
+    static std::string queued(unsigned char stream, unsigned char function, Texts p);
 
     /// The handler of a message in SML.
-    static std::string handler_of(const std::string& message) {
-        const sml::Message m = sml::parse_message(message);
-        char name[20];
-        std::snprintf(name, sizeof name, "%s_S%02dF%02d", m.function % 2 != 0 ? "reply" : "recv", m.stream,
-                      m.function);
-        return name;
-    }
+    static std::string handler_of(const std::string& message);
 
     /// The answer to the message, then the log of its handler.
-    std::string outcome(const std::string& message, unsigned long replied = 7000) {
-        const std::string answer = answer_to(message, replied);
-        return answer + log_of(handler_of(message));
-    }
+    std::string outcome(const std::string& message, unsigned long replied = 7000);
 
     /// Sends the message of every row; its columns are the message, the answer, the log and, when `state` is
     /// given, that state afterwards. `prepare` runs before each row.
     void try_all(
         const std::string& table, const std::function<std::string()>& state = [] { return ""; },
-        const std::function<void()>& prepare = [] {}) {
-        for (const Texts& row : rows(table, 4)) {
-            SCOPED_TRACE(row[0].substr(0, 200));
-            prepare();
-            EXPECT_EQ(answer_to(row[0]), row[1]);
-            EXPECT_EQ(log_of(handler_of(row[0])), row[2]);
-            EXPECT_EQ(state(), row[3]);
-        }
-    }
+        const std::function<void()>& prepare = [] {});
 
     /// The values of states, named as in set_states, joined by a blank.
-    static std::string states(const std::string& names) {
-        std::istringstream words(names);
-        std::string text;
-        for (std::string name; words >> name;)
-            text += (text.empty() ? "" : " ") +
-                    (name.starts_with("fa:") ? sim::machine().fa(name.substr(3)) : sim::machine().gem(name));
-        return text;
-    }
+    static std::string states(const std::string& names);
 
     /// Compares states with the values that set_states would give them.
-    static void expect_states(const std::string& pairs) {
-        const std::string names = std::regex_replace(pairs, std::regex("=[^ ]*"), "");
-        EXPECT_EQ(states(names), std::regex_replace(pairs, std::regex("[^ ]*="), "")) << pairs;
-    }
+    static void expect_states(const std::string& pairs);
 
-    static int gem(const std::string& name) { return std::stoi(sim::machine().gem(name)); }
-    static int fa(const std::string& name) { return std::stoi(sim::machine().fa(name)); }
-    static unsigned long long calls(const std::string& operation) {
-        return sim::calls(operation).value().count;
-    }
+    static int gem(const std::string& name);
+    static int fa(const std::string& name);
+    static unsigned long long calls(const std::string& operation);
 
     /// The control-state events asked for so far, joined by a blank.
-    static std::string report_events() {
-        std::string joined;
-        for (const char* event : {"ONLINE_LOCAL", "ONLINE_REMOTE", "EQUIP_OFFLINE", "HOST_OFFLINE"})
-            for (auto n = calls(std::string("QFA_Report_Event_") + event); n > 0; --n)
-                joined += (joined.empty() ? "" : " ") + std::string(event);
-        return joined;
-    }
+    static std::string report_events();
 
     support::TempFolder folder;
     std::unique_ptr<Talwen::BC_FA> module;

@@ -10,7 +10,7 @@ class Alarm_Table_Test : public Config_Test {
   protected:
     /// Takes over alarms of "ALID level"; the table then, "ALID ALCD index enable" for each record.
     std::string load(const std::string& list) {
-        sim::machine().load_text(fake::alarms(std::regex_replace(list, std::regex("(,|$)"), " a$1")));
+        sim::machine().load_text(fake::alarms(fake::replaced(list, "(,|$)", " a$1")));
         EXPECT_TRUE(module->QFA_Get_All_ALID_List());
         return table();
     }

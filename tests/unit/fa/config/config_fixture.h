@@ -25,7 +25,7 @@ inline std::string columns(const std::string& fields, const std::string& between
         if (colon == std::string::npos)
             line += between;
         else
-            line += std::regex_replace(word.substr(0, colon), std::regex("\\+"), " ") +
+            line += fake::replaced(word.substr(0, colon), "\\+", " ") +
                     std::string(std::stoul(word.substr(colon + 1)) - colon, ' ');
     }
     return line + "\n";
@@ -44,14 +44,13 @@ class Config_Test : public fake::ModuleFixture {
         sim::set_console_sink([this](const sim::ConsoleLine& line) {
             if (line.tag == "framework") return;  // the controller's own
             const char letter = "-rgybc"[static_cast<std::size_t>(line.colour)];
-            static const std::regex place("(\\[代码行:[^\\]]*:)[0-9]+\\]$");
-            printed_.push_back(std::string(1, letter) + ' ' + std::regex_replace(line.text, place, "$1#]"));
+            printed_.push_back(std::string(1, letter) + ' ' +
+                               fake::replaced(line.text, "(\\[代码行:[^\\]]*:)[0-9]+\\]$", "$1#]"));
         });
     }
     void TearDown() override {
         sim::close_open_files();
         ModuleFixture::TearDown();
-        forget_tables();
     }
 
     /// Writes a file below the data folder, byte for byte.

@@ -22,7 +22,7 @@ class Definition_Files_Test : public Config_Test {
   protected:
     /// Variables 5 (Door), 6 (Temp), 7 (Flow) and 9 (Temp again); for events the reports 10 and 20.
     void begin(const Definitions& kind) {
-        forget_tables();
+        load_module();
         for (const auto add : {&BC_FA::QFA_Add_RVID_List, &BC_FA::QFA_Add_SVID_List}) {
             std::string variables = "5&0&0&1&0&0&d|9&0&1&1&0&0&t|6&0&1&1&0&0&t|7&1&1&1&0&0&f";
             (module.get()->*add)(variables.data());
@@ -68,14 +68,14 @@ TEST_F(Definition_Files_Test, TakesWhatIsGoodAndNamesWhatIsNot) {
         SCOPED_TRACE(row[1]);
         const Definitions& kind = *std::ranges::find(kinds, row[0], &Definitions::list);
         begin(kind);
-        write(primary + row[0] + ".cfg", std::regex_replace(row[1], std::regex("/"), "\n"));
+        write(primary + row[0] + ".cfg", fake::replaced(row[1], "/", "\n"));
         // Traces and messages with a fault are loaded with a false result.
         EXPECT_EQ(load(kind), row[3].empty() || row[0] == "RPTID" || row[0] == "CEID");
         EXPECT_EQ(listed(row[0]), row[2]);
         std::string all;
         for (const std::string& text : printed()) all += text;
-        EXPECT_EQ(all, std::regex_replace(
-                           std::regex_replace(row[3], std::regex("(^|@.)(?=.)"), "$1r "), std::regex("@(.)"),
+        EXPECT_EQ(all, fake::replaced(
+                           fake::replaced(row[3], "(^|@.)(?=.)", "$1r "), "@(.)",
                            "[文件行:Z:\\FA\\" + row[0] + ".cfg:$1][代码行:FILE_GET_ALL_" + row[0] + ":#]"));
         EXPECT_TRUE(sim::open_files().empty());
     }
@@ -98,7 +98,7 @@ TEST_F(Definition_Files_Test, WritesAFixedLayoutThatLoadsBack) {
         const Definitions& kind = *std::ranges::find(kinds, row[0], &Definitions::list);
         const std::string file = row[0] + ".cfg";
         begin(kind);
-        write(primary + file, std::regex_replace(row[1], std::regex("/"), "\n"));
+        write(primary + file, fake::replaced(row[1], "/", "\n"));
         ASSERT_TRUE(load(kind) && save(kind));
         const std::string written = read(primary + file);
         EXPECT_EQ(written, dashes + "#" + columns(row[2]) + dashes + " " + columns(row[3], "\n "));

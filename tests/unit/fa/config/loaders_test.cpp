@@ -77,7 +77,7 @@ TEST_P(Loader_Test, ReadsThePrimaryFileElseTheFallback) {
     write(fallback_file, other_line + "\n");
     EXPECT_TRUE(load());
     EXPECT_EQ(state(), other_loaded);
-    forget_tables();
+    load_module();
     printed();
     write(primary_file, line + "\n");
     EXPECT_TRUE(load());
@@ -100,7 +100,7 @@ TEST_P(Loader_Test, LoadsWhatIsThereHoweverItsLinesEnd) {
     };
     for (const auto& [bytes, loads] : table) {
         SCOPED_TRACE(bytes.substr(0, 80));
-        forget_tables();
+        load_module();
         sim::machine().set_fa("T3", 0);
         write(primary_file, bytes);
         EXPECT_TRUE(load());
@@ -114,7 +114,7 @@ TEST_P(Loader_Test, EndsAtALineThatIsTooLongOrUnknown) {
     const std::string good = "# head\n" + line + "\n";
     for (const std::size_t length : {longest + 1, std::size_t{1024}, std::size_t{1025}, std::size_t{5000}}) {
         SCOPED_TRACE(length);
-        forget_tables();
+        load_module();
         write(primary_file,
               good + other_line + std::string(length - other_line.size(), ' ') + "\n" + other_line);
         EXPECT_FALSE(load());
@@ -123,7 +123,7 @@ TEST_P(Loader_Test, EndsAtALineThatIsTooLongOrUnknown) {
         EXPECT_TRUE(sim::open_files().empty());
     }
     if (refused.empty()) return;
-    forget_tables();
+    load_module();
     write(primary_file, good + "#\n" + refused + "\n" + other_line + "\n");
     EXPECT_FALSE(load());
     EXPECT_EQ(state(), loaded);

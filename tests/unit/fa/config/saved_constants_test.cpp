@@ -35,8 +35,7 @@ class Saved_Constants_Test : public Config_Test {
     std::string said() {
         std::string all;
         for (const std::string& text : printed())
-            all +=
-                std::regex_replace(text, std::regex("\\[ECID_SAVE\\]|读取并赋初值 |Z:\\\\FA\\\\"), "") + '/';
+            all += fake::replaced(text, "\\[ECID_SAVE\\]|读取并赋初值 |Z:\\\\FA\\\\", "") + '/';
         return all;
     }
 };
@@ -65,8 +64,7 @@ TEST_F(Saved_Constants_Test, RestoresTheFirstGoodFile) {
     for (Texts row : fake::rows(table, 4)) {
         SCOPED_TRACE(row[0].substr(0, 80));
         for (std::string* text : {&row[0], &row[1]})
-            *text =
-                std::regex_replace(std::regex_replace(*text, std::regex("\v"), " "), std::regex("/"), "\n");
+            *text = fake::replaced(fake::replaced(*text, "\v", " "), "/", "\n");
         set_values(0, 0, "-");
         write(file, row[0]);
         write(backup, row[1].empty() ? "$D Door -7" : row[1]);
@@ -133,7 +131,7 @@ TEST_F(Saved_Constants_Test, ThrowsForAGapInTheNumbersAndForAValueThatIsNoNumber
 0&0&1&&&& | $A Temp | stod || 0&0&1&&&& | $A Nowhere x
 )",
                                        3)) {
-        constants(std::regex_replace(row[0], std::regex("!"), "|"));
+        constants(fake::replaced(row[0], "!", "|"));
         write(file, row[1]);
         write(backup, "");
         std::string what;

@@ -31,7 +31,7 @@ class Settings_File_Test : public Config_Test {
         return module->FILE_SYSTEM_SETUP();
     }
     static void set_all_to(const std::string& value) {
-        set_states(std::regex_replace(names, std::regex("[^ ]+"), "$&=" + value));
+        set_states(fake::replaced(names, "[^ ]+", "$&=" + value));
     }
 };
 
@@ -65,8 +65,7 @@ COMM_TRY 2 | fa:ConnMD=1 Comm_Try=1 fa:CtrlMD=2 Init_ControlState=2
 TEST_F(Settings_File_Test, SetsWhatEachKeySaysAndNothingElse) {
     std::string times;
     for (const char n : std::string("035678"))
-        times += std::regex_replace("T# 4#; T#_PRM 4#s | fa:T#=4# T#_Prm=4#\n", std::regex("#"),
-                                    std::string(1, n));
+        times += fake::replaced("T# 4#; T#_PRM 4#s | fa:T#=4# T#_Prm=4#\n", "#", std::string(1, n));
     for (const Texts& row : fake::rows(with(with(keys, "times", times), "bytes", "\xFF\x80"), 4)) {
         std::istringstream lines(row[0]);
         for (std::string line; std::getline(lines >> std::ws, line, ';');)
@@ -149,7 +148,7 @@ TEST_F(Settings_File_Test, WritesAWordForEveryValue) {
             const std::string end = std::string(is_newer ? "COMM_TRY " : "CONN_MODE ") + row[1] +
                                     " COMM_CTRL " + row[2] + " LINK_TEST " + row[3] + " COMM_ENABLE " +
                                     row[3] + " ";
-            const std::string bytes = std::regex_replace(read("Z/FA/FA_SAVE.inf"), std::regex("[ \n]+"), " ");
+            const std::string bytes = fake::replaced(read("Z/FA/FA_SAVE.inf"), "[ \n]+", " ");
             EXPECT_TRUE(bytes.ends_with(is_newer ? end + "COMM_METHOD HSMS " : end)) << bytes;
         }
 }

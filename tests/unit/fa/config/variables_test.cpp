@@ -46,7 +46,7 @@ TEST_F(Variable_Files_Test, BindsEachRowToItsPoint) {
               "-4 0 1 250.25 -5.5 2 7|Temp|℃|128|F8||; 3 1 0 3 -1 0 0|Valve|pos|104|I2||plain text \xB0\xFF; "
               "5 1 1 30 0 1 0|Flow|slm|144|F4||; 20 0 0 1 0 0 1|Door||164|U1||Door  of the chamber; ");
     EXPECT_EQ(printed(), Texts{});
-    forget_tables();
+    load_module();
     const std::string name(63, 'N');  // there is such a point; long fields are cut
     EXPECT_EQ(load_all("1 " + name + "N A 1 " + std::string(300, 'v') + " \"" + std::string(300, 'd') +
                        "\"\n" + "99999999999 Door U1 -99999999999 V d\n"),
@@ -143,7 +143,7 @@ TEST_F(Variable_Files_Test, EveryTableIsWrittenInItsOwnFormAndReadsBackButTakesA
     const std::string in_quotes = "Wall \xB0 of PM1" + std::string(115, ' ');
 
     // The written width stays inside the quotes; the variable name is not kept.
-    forget_tables();
+    load_module();
     EXPECT_TRUE(module->FILE_GET_ALL_SVID() && module->FILE_GET_ALL_RVID());
     EXPECT_EQ(records(RVID_List), "-3 0 1 250.25 -5.5 2 -1|Temp|℃|144|F4||" + in_quotes +
                                       "; 12 0 1 250.25 -5.5 2 -1|Temp|℃|144|F4||" + in_quotes + "; ");
@@ -189,7 +189,7 @@ const char* const record_texts = R"(
 TEST_F(Variable_Tables_Test, RecordsAreTakenFromTexts) {
     std::string table = with(with(record_texts, "bytes", "\xFF\xFE"), "d199", std::string(199, 'd'));
     for (Texts row : fake::rows(with(table, "0280", std::string(280, '0')), 2)) {
-        for (std::string& text : row) text = std::regex_replace(text, std::regex("!"), "|");
+        for (std::string& text : row) text = fake::replaced(text, "!", "|");
         SVID_List.clear();
         add(row[0]);
         EXPECT_EQ(records(SVID_List), row[1] + " ") << row[0];

@@ -4,6 +4,7 @@
 #include <set>
 #include <thread>
 
+#include "hsms/core/item_codec.h"
 #include "hsms/driver/secs_item_codec.h"
 #include "sml/writer.h"
 #include "support/module_fixture.h"

@@ -1,4 +1,6 @@
 // S1F3, S1F11, S1F14's format checks and S1F75 through the receive dispatcher.
+#include <regex>
+
 #include "support/module_fixture.h"
 
 namespace {

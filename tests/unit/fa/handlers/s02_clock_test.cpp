@@ -2,7 +2,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <regex>
 
+#include "sml/reader.h"
 #include "support/module_fixture.h"
 #include "winapi/equipment_clock.h"
 

@@ -105,8 +105,7 @@ TEST_F(S02Constants, ARefusedPairLeavesEveryPointAsItWas) {
             std::string message = "S2F15 W <L";
             for (int i = 0; i < length; ++i) message += i == at ? " " + row[0] : good[i % 3];
             EXPECT_EQ(answer_to(message + ">."), row[1].empty() ? "none" : "S2F16 <B 0x0" + row[1] + ">.");
-            EXPECT_EQ(log_of("reply_S02F15"),
-                      std::regex_replace(row[2], std::regex("\\[N"), "[" + std::to_string(at)));
+            EXPECT_EQ(log_of("reply_S02F15"), fake::replaced(row[2], "\\[N", "[" + std::to_string(at)));
             EXPECT_EQ(values(), "1 -5 12.5 L-1 ");
         }
     EXPECT_EQ(writes(), 0U);

@@ -1,6 +1,7 @@
 // Stream 6: what each builder and each request makes of a variable, unknown numbers, texts of the log,
 // acknowledges.
 #include <malloc.h>
+#include <regex>
 
 #include "support/module_fixture.h"
 

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "fa/module/handler_routes.h"
 #include "fa/secs/dispatch.h"
 #include "fa/secs/message_queue.h"
 #include "sim/controller/calls.h"

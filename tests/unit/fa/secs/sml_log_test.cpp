@@ -53,9 +53,9 @@ const char* const bodies = R"(
 TEST_F(SmlLog, EveryFormat) {
     for (const fake::Texts& row : fake::rows(bodies, 2)) {
         fake::driver().host_sends("S6F12 " + row[0] + ".", 9);
-        const std::string body = std::regex_replace("/" + row[1], std::regex("/(?!\\.)"), "\n        ");
+        const std::string body = fake::replaced("/" + row[1], "/(?!\\.)", "\n        ");
         EXPECT_EQ(logged(), "Receive Secondary Message               [9,0]\n    'S6F12'" +
-                                std::regex_replace(body, std::regex("/"), "\n"));
+                                fake::replaced(body, "/", "\n"));
     }
 }
 
