@@ -2,9 +2,9 @@
 
 #include "config_fixture.h"
 
-namespace fa_test {
-
 namespace {
+
+using namespace fa_test;
 
 class Alarm_Table_Test : public Config_Test {
   protected:
@@ -23,8 +23,6 @@ class Alarm_Table_Test : public Config_Test {
         return all.str();
     }
 };
-
-}  // namespace
 
 TEST_F(Alarm_Table_Test, TakesTheFrameworksListAnewOnlyForAnotherNumberOfAlarms) {
     EXPECT_EQ(load("300 1,100 2,200 3"), "100 4 1 on; 200 5 2 on; 300 3 0 on; ");
@@ -61,4 +59,4 @@ TEST_F(Alarm_Table_Test, EnablesOneAlarmOrAllByNumberFromZero) {
     EXPECT_EQ(table(), "0 3 0 off; 1 4 1 off; 2 5 2 off; 3 0 0 off; 4 5 3 on; ");
 }
 
-}  // namespace fa_test
+}  // namespace

@@ -2,10 +2,9 @@
 
 #include "config_fixture.h"
 
-namespace fa_test {
-
 namespace {
 
+using namespace fa_test;
 using Talwen::BC_FA;
 
 struct Definitions {
@@ -58,8 +57,6 @@ TRID | 1 000001/1 000002/2 000001 | 1 000001=1000 0 0 [] ;2 000001=1000 0 0 [] ;
 TMSG | 2  "two  "words"{bytes}"/1 one{return}again{cr}/-3/ | -3 ;1 one again;2 two  words{bytes};
 TMSG | 1 first/#/1 second/2 last | 1 first;2 last; | TID 定义重复! @3
 )";
-
-}  // namespace
 
 TEST_F(Definition_Files_Test, TakesWhatIsGoodAndNamesWhatIsNot) {
     std::string table = with(with(files, "498", std::string(498, 'N')), "bytes", "\xB0\xFF");
@@ -134,4 +131,4 @@ TEST_F(Definition_Files_Test, AReportOfManyVariablesIsWrittenInLinesThatLoad) {
     EXPECT_EQ(listed("RPTID"), before);
 }
 
-}  // namespace fa_test
+}  // namespace

@@ -1,10 +1,9 @@
 // What every loader does alike: where the file lies, how lines are read and counted.
 #include "config_fixture.h"
 
-namespace fa_test {
-
 namespace {
 
+using namespace fa_test;
 using Talwen::BC_FA;
 
 // File; a line that loads and another one for the same thing; what they give; what is said without a file,
@@ -67,8 +66,6 @@ class Loader_Test : public Config_Test, public testing::WithParamInterface<std::
         return all;
     }
 };
-
-}  // namespace
 
 TEST_P(Loader_Test, ReadsThePrimaryFileElseTheFallback) {
     EXPECT_EQ(load(), name == "SPOOLING");
@@ -134,4 +131,4 @@ TEST_P(Loader_Test, EndsAtALineThatIsTooLongOrUnknown) {
 INSTANTIATE_TEST_SUITE_P(Files, Loader_Test, testing::Range(std::size_t{0}, std::size(operations)),
                          [](const auto& test) { return fake::rows(loaders, 9)[test.param][0].substr(0, 4); });
 
-}  // namespace fa_test
+}  // namespace

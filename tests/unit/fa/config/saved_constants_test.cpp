@@ -3,9 +3,9 @@
 #include "config_fixture.h"
 #include "sim/controller/system_log.h"
 
-namespace fa_test {
-
 namespace {
+
+using namespace fa_test;
 
 constexpr char file[] = "Z/FA/ECID_SAVE.inf";
 constexpr char backup[] = "Z/FA/ECID_SAVE2.inf";
@@ -54,8 +54,6 @@ $D Temp x/$D door x/$A Flow 1/$D/ | | 0 0 - || {1022}{cr}/ | | 2 0 - | b [0002:0
 $A Temp 3/$B Door 1/$S Lot kept/ | | -7 3 kept | b [0002:0003][A] Temp - 3/r 字符串不能正常解析[$B Door 1],转ECID_SAVE.inf2/b
     [0003:0003][S] Lot - kept/b [0004:0003][D] Door - -7/
 )";
-
-}  // namespace
 
 TEST_F(Saved_Constants_Test, RestoresTheFirstGoodFile) {
     std::string table = with(with(with(files, "cr", "\r"), "tab", "\t"), "bytes", "\xFF\xFE");
@@ -165,4 +163,4 @@ TEST_F(Saved_Constants_Test, SavesBothFilesAndReadsThemBack) {
     EXPECT_EQ(read(backup), "$D Door 1\n");
 }
 
-}  // namespace fa_test
+}  // namespace

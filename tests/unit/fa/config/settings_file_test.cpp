@@ -3,10 +3,9 @@
 
 #include "config_fixture.h"
 
-namespace fa_test {
-
 namespace {
 
+using namespace fa_test;
 using Settings = std::map<std::string, std::string>;
 
 /// Every setting, by "fa:NAME" on one side and "NAME" on the other.
@@ -59,8 +58,6 @@ COMM_TRY ACTIVE | fa:ConnMD=1 Comm_Try=1 fa:CtrlMD=1 Init_ControlState=1
 COMM_TRY 0 | fa:ConnMD=0 Comm_Try=0 fa:CtrlMD=0 Init_ControlState=0
 COMM_TRY 2 | fa:ConnMD=1 Comm_Try=1 fa:CtrlMD=2 Init_ControlState=2
 )";
-
-}  // namespace
 
 TEST_F(Settings_File_Test, SetsWhatEachKeySaysAndNothingElse) {
     std::string times;
@@ -177,4 +174,4 @@ TEST_F(Settings_File_Test, SaysWhyItCouldNotWrite) {
     EXPECT_EQ(printed(), Texts{"r [Z:\\FA\\FA_SAVE.inf] 文件保存失败!"});
 }
 
-}  // namespace fa_test
+}  // namespace

@@ -1,6 +1,8 @@
 #include "config_fixture.h"
 
-namespace fa_test {
+namespace {
+
+using namespace fa_test;
 
 TEST_F(Config_Test, SpoolingReplacesTheListAndRefusesWhatCannotBeSpooled) {
     Talwen::QFA_Set_Spool_Enable(9, 1, true);
@@ -31,4 +33,4 @@ TEST_F(Config_Test, SpoolingIsWrittenInOrderAndReadBack) {
     EXPECT_EQ(printed(), Texts{"r [Z:\\FA\\SPOOLING.inf] 文件保存失败!"});
 }
 
-}  // namespace fa_test
+}  // namespace

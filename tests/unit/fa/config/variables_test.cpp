@@ -1,10 +1,9 @@
 // The tables of variables: their files, and the texts they take records from.
 #include "config_fixture.h"
 
-namespace fa_test {
-
 namespace {
 
+using namespace fa_test;
 using Talwen::BC_FA;
 using Talwen::ECID_List;
 using Talwen::RVID_List;
@@ -37,8 +36,6 @@ class Variable_Files_Test : public Config_Test {
         return all == records(RVID_List) && all == records(ECID_List) ? all : "they differ";
     }
 };
-
-}  // namespace
 
 TEST_F(Variable_Files_Test, BindsEachRowToItsPoint) {
     EXPECT_EQ(load_all("20 Door  U1 1 DoorState \"Door  of the \"chamber\"\"\n"
@@ -157,8 +154,6 @@ TEST_F(Variable_Files_Test, EveryTableIsWrittenInItsOwnFormAndReadsBackButTakesA
                                 "r [Z:\\FA\\RVID.cfg] 文件保存失败!"}));
 }
 
-namespace {
-
 class Variable_Tables_Test : public Config_Test {
   protected:
     /// Adds to the status variables; the text is consumed.
@@ -167,8 +162,6 @@ class Variable_Tables_Test : public Config_Test {
         EXPECT_EQ(text[0], '\0');
     }
 };
-
-}  // namespace
 
 // Text to add, then all records; "!" is the text's "|" there. A later record replaces one of its id; an
 // unknown kind of point keeps the name before it, within a text; an empty record has id 0; a record has 299
@@ -265,4 +258,4 @@ TEST_F(Variable_Tables_Test, FindsTheSmallestReportVariableOfAName) {
     EXPECT_EQ(record->id, 20);
 }
 
-}  // namespace fa_test
+}  // namespace

@@ -150,14 +150,17 @@ TEST_F(EventTable, FieldsReachTheirVariables) {
     ECID_List.read()->at(40).type = "U1";
     sim::Machine& machine = sim::machine();
     machine.set_mem("AccessModeStatus2", 9);
-    machine.set_ctc("RUN_CONTROL", -1, -1, 7);
-    machine.set_ctc("MAIN_CONTROL", 1, -1, 6);
-    machine.set_ctc("CMx_CarrierID", 1, -1, "C-2");
-    machine.set_ctc("LOT_RECIPE", 1, -1, "LR-2");
-    machine.set_ctc("JOB_ID", 1, -1, "J-2");
-    machine.set_ctc("CMx_WAFER_ID", 1, 1, "W-22");
-    machine.set_ctc("CMx_Wafer_Status", 1, 0, 3);
-    machine.set_ctc("CMx_Wafer_Status", 1, 1, 12);
+    for (const auto& [name, port, slot, value] :
+         std::initializer_list<std::tuple<const char*, int, int, const char*>>{
+             {"RUN_CONTROL", -1, -1, "7"},
+             {"MAIN_CONTROL", 1, -1, "6"},
+             {"CMx_CarrierID", 1, -1, "C-2"},
+             {"LOT_RECIPE", 1, -1, "LR-2"},
+             {"JOB_ID", 1, -1, "J-2"},
+             {"CMx_WAFER_ID", 1, 1, "W-22"},
+             {"CMx_Wafer_Status", 1, 0, "3"},
+             {"CMx_Wafer_Status", 1, 1, "12"}})
+        machine.set_ctc(name, port, slot, std::string(value));
     const char* const none =
         "SubstTrack_FromMdlName= SubstTrack_FromMdlID= SubstTrack_FromMdlSlotID= "
         "SubstTrack_ToMdlName= SubstTrack_ToMdlID= SubstTrack_ToMdlSlotID=";
@@ -172,8 +175,7 @@ TEST_F(EventTable, WhatIsNotThereRaisesAndWritesNothing) {
     std::istringstream commands(
         "PM_STATE 1|2; PM_STATE 1|-1; PORT_STATE 1|3; PORT_TRANSFER 7|-1|1|x; PORT_AMHS 1|3; "
         "PORT_MATERIAL 1|3; PORT_RESERVE 1|-1; SUBST_TRACK x|3|0||1; SUBST_OCR 1|0|3; SUBST_OCR 1|0|-1; "
-        "SUBST_OCR 1|2|0; "
-        "SUBST_TRACK x|0|3||1; CARRIER_ID 1|3; CARRIER_ID 13|0|3|x; CARRIER_ID 13|0|-1|x; "
+        "SUBST_OCR 1|2|0; SUBST_TRACK x|0|3||1; CARRIER_ID 1|3; CARRIER_ID 13|0|3|x; CARRIER_ID 13|0|-1|x; "
         "SUBST_TRACK x|0|0|PM1|5|-1|PM2|0; CARRIER_MAP 1|3; CARRIER_ASSOC 1|3; CARRIER_ACCESS 1|3; "
         "SUBST_TRACK x|0|0|PM1|8|0|PM2|-1; CARRIER_ACTION 7|; CARRIER_ACTION 1|3; CARRIER_IDMANL 1|3; "
         "PRCSJOB_STATE 1|99999999999; PRCSJOB_STATE 1|3; CARRIER_ACCESS 1|-1; CARRIER_ACCESS 1|2147483648");
@@ -190,12 +192,9 @@ TEST_F(EventTable, RoutinesWithoutACommand) {
         " PortID=2 SlotID=2 SubstState_PortID=PORT2 SubstState_SlotID=SLOT2 SubstState_WaferID=W-22";
     const std::string load = " PortID=2 SlotID=2 RejectCode=1 RejectName=why PortState_PortID=PORT2";
     std::istringstream cases(
-        "S 0 1 -, S 1 1 31001, S 3 1 31003, S 4 1 -, S 1 3 -, L 0 1 -, L 6 1 40106, L 7 1 40201, L 8 1 -, L "
-        "1 -1 -,");
+        "S 0 1 - S 1 1 31001 S 3 1 31003 S 4 1 - S 1 3 - L 0 1 - L 6 1 40106 L 7 1 40201 L 8 1 - L 1 -1 -");
     int kind = 0;
-    for (std::string routine, port, raised; cases >> routine >> kind >> port; cases.ignore()) {
-        std::getline(cases >> std::ws, raised, ',');
-        cases.unget();
+    for (std::string routine, port, raised; cases >> routine >> kind >> port >> raised;) {
         SCOPED_TRACE(routine + std::to_string(kind) + port);
         forget();
         const auto raise = routine == "L" ? Raise_Port_Load_Event : Raise_Substrate_State_Event;

@@ -65,9 +65,7 @@ TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {
     std::thread events([&] {
         while (!done) raise();
     });
-    int torn_traces = 0;
-    int spooling_lost = 0;
-    int alarm_changes = 0;
+    int torn_traces = 0, spooling_lost = 0, alarm_changes = 0, refused = 0;
     std::thread traces([&] {
         while (!done) {
             for (const auto& trace : TRID_List.all()) {
@@ -96,7 +94,6 @@ TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {
          "S2F23 W <L <U4 1> <A \"000002\"> <U4 9> <U4 1> <L <U4 3> <U4 4> <U4 3>>>.",
          "S5F3 W <L <B 0x80> <U4>>.", "S2F43 W <L <L <U1 5> <L>> <L <U1 6> <L <U1 1> <U1 11>>>>."},
     };
-    int refused = 0;
     for (int round = 0; round < rounds; ++round) {
         fake::driver().reset();
         std::string variable = std::to_string(1000 + round) + "&0&0&1&0&0&v";
@@ -113,9 +110,7 @@ TEST_F(Redefinition, ReadersOnOtherThreadsSeeOneDefinitionOrTheOtherWhole) {
 
     EXPECT_EQ(refused, 0);
     EXPECT_EQ(torn_reports, std::set<std::string>{});
-    EXPECT_EQ(torn_traces, 0);
-    EXPECT_EQ(spooling_lost, 0) << "S6F11 was enabled for spooling before and after every change";
-    EXPECT_EQ(alarm_changes, 0);
+    EXPECT_EQ(torn_traces + spooling_lost + alarm_changes, 0) << torn_traces << ' ' << spooling_lost;
     EXPECT_EQ(raise(), "<L <U4 2> <U4 100> <L <L <U4 20> <L <U4 4>>> <L <U4 10> <L <U4 3> <U4 4> <U4 3>>>>>");
 }
 

@@ -70,8 +70,8 @@ TEST_F(S02Clock, TimesAreReadByPositionAndImpossibleOnesLeaveTheClock) {
     EXPECT_LT(std::chrono::system_clock::now() - machine_before, std::chrono::hours(1));
     answer_to("S2F31 W <A \"20251130223344567890\">.");
     EXPECT_EQ(console.back(),
-              "时间获取: 20251130223344567890   -  nYear:2025 , nMonth:11 , nDay:30 , nHour:22 , "
-              "nMin:33 , nSec:44 , nMilSec567.");
+              "时间获取: 20251130223344567890   -  nYear:2025 , nMonth:11 , nDay:30 , nHour:22 , nMin:33 , "
+              "nSec:44 , nMilSec567.");
 }
 
 TEST_F(S02Clock, NoTextAndOtherFormatsSetNothing) {

@@ -163,6 +163,9 @@ TEST_F(S02Commands, LongNamesAreCutInTheReplyAndLongTextsRefused) {
                               "\"> <L <L>>> <L <A \"JOBID\"> <A \"" + std::string(256, 'j') + "\">>>>.");
     EXPECT_EQ(fake::driver().replies(), "S2F42 <L <B 0x03> <L <L <A \"" + name.substr(0, 255) +
                                             "\"> <B 0x01>> <L <A \"JOBID\"> <B 0x02>>>>.");
+    const std::string fits(255, 'j'), rest = "START | LotInfo <L <L <A \"";
+    for (const std::string& texts : {fits + "j\"> <A \"" + fits, fits + "\"> <A \"j" + fits})
+        try_commands(" | " + rest + texts + "\">>> | 3 LotInfo:2 | | !LotInfo");
     EXPECT_EQ(done, "");
 }
 
@@ -255,6 +258,7 @@ TEST_F(S02Commands, StartProcessChecksJobRecipeAndSlots) {
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 4 | {done} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2>; WaferDes <A "d">; WaferCount <U1 2> | 4 | {done} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 2>; {2} 2>; WaferCount <U1 1> | 4 | {second} | +
+ | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 1>; WaferCount <U1 1> | 4 | {first} | +
  | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 3>; WaferCount <U1 3> | 3 WaferCount:2 | | <> Error , 设置Wafer数量:3 , 实际Wafer数量:2.
  | {start} <A "J,1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 3 JOBID:2 | | !JOBID
  | {start} <A "J1">; RECIPE <A "">; {1} 1>; {2} 2> | 3 RECIPE:2 | | 远程指令<> 作业配方: 获取失败, 指令拒绝执行!
@@ -269,8 +273,10 @@ ctc:MAIN_CONTROL=1 | {start} <A "J1">; RECIPE <A "ETCH">; {1} 1>; {2} 2> | 2 | |
     table = fake::with(table, "start", "StartProcess | {carrier}; JOBID");
     table = fake::with(fake::with(table, "1", "StartSlot <U1"), "2", "EndSlot <U1");
     table = fake::with(table, "slots", "远程指令<> 起始片槽号与结束片槽号获取异常，指令拒绝执行!");
-    table = fake::with(table, "second", "run StartProcess1(F) J1,ETCH,2,2; QString_Write_Mem 2 ETCH");
-    try_commands(fake::with(table, "done", "run StartProcess1(F) J1,ETCH,1,2; QString_Write_Mem 2 ETCH"));
+    for (const auto& [word, slots] : {std::pair{"first", "1,1"}, {"second", "2,2"}, {"done", "1,2"}})
+        table = fake::with(
+            table, word, std::string("run StartProcess1(F) J1,ETCH,") + slots + "; QString_Write_Mem 2 ETCH");
+    try_commands(table);
 }
 
 }  // namespace

@@ -135,19 +135,17 @@ TEST_F(S06, UnknownNumbersLeaveTheirMarksInTheReport) {
     define_variable("1", "0 0 164");
     define_variable("2", "1 0 128");
     define_event(true, {2, 99, 1}, {3, 44});
-    const std::string event = " <L <U4 77> <U4 12> <L <L <U4 3> <L ";
-    const std::string end = ">> <L <U4 44> <L>>>>.";
-    EXPECT_EQ(queued(6, 3, {"12"}), "S6F3 W" + event +
-                                        "<L <A \"V2\"> <F4 0.75>> <L <A \"-\"> <A \"-\">> "
-                                        "<L <A \"V1\"> <I4 7>>>> <L <U4 0> <L>>>>.");
+    const std::string event = " <L <U4 77> <U4 12> <L <L <U4 3> <L ", end = ">> <L <U4 44> <L>>>>.";
+    const std::string plain = "<F8 0.75> <A \"-\"> <U1 7>";
+    EXPECT_EQ(queued(6, 3, {"12"}), "S6F3 W" + event + R"(<L <A "V2"> <F4 0.75>> <L <A "-"> <A "-">> )" +
+                                        R"(<L <A "V1"> <I4 7>>>> <L <U4 0> <L>>>>.)");
     EXPECT_EQ(queued(6, 9, {"12"}), "S6F9 W" + event + "<F4 0.75> <A \"-\"> <I4 7>" + end);
-    EXPECT_EQ(queued(6, 11, {"12"}), "S6F11 W" + event + "<F8 0.75> <A \"-\"> <U1 7>" + end);
-    EXPECT_EQ(queued(6, 13, {"12"}),
-              "S6F13 W" + event + "<L <I4 2> <F4 0.75>> <L <I4 0> <A \"-\">> <L <I4 1> <I4 7>>" + end);
+    EXPECT_EQ(queued(6, 11, {"12"}), "S6F11 W" + event + plain + end);
+    const std::string pairs = R"(<L <I4 2> <F4 0.75>> <L <I4 0> <A "-">> <L <I4 1> <I4 7>>)";
+    EXPECT_EQ(queued(6, 13, {"12"}), "S6F13 W" + event + pairs + end);
     EXPECT_TRUE(queued(6, 1, {"9", "1"}).ends_with("\"> <L <F8 0.75> <U1 7>>>."));
     EXPECT_EQ(fake::driver().log(), Texts{});
 
-    const std::string plain = "<F8 0.75> <A \"-\"> <U1 7>";
     const std::string numbered = "<L <U4 2> <F8 0.75>> <L <U4 99> <A \"-\">> <L <U4 1> <U1 7>>";
     const std::string unknown = "<CEID:12><RPTID:3> RVID99 未识别. @<CEID:12> RPTID:44 未识别. @";
     EXPECT_EQ(outcome("S6F15 W <U4 12>.", 1), "S6F16" + event + plain + end + unknown);

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "fa/module/module_threads.h"
+#include "fa/module/point_table.h"
 #include "support/module_fixture.h"
 
 namespace {
@@ -31,6 +32,24 @@ TEST_F(Lifecycle, PointsOfCarrierModulesAreBoundByName) {
     EXPECT_EQ(module->Point_S_CM_CID(0), unbound);
     for (const int outside : {-1, 6, 100}) EXPECT_EQ(module->Point_D_CM_AccessMode(outside), unbound);
     EXPECT_EQ(BC_FA(copy).Point_D_CM_AccessMode(1), 1);
+}
+
+TEST_F(Lifecycle, EntrySucceedsWithEveryPointAndFileAndNotWithoutOne) {
+    for (const char* file : {"FA_SAVE.inf", "ECID.cfg", "SVID.cfg", "RVID.cfg", "RPTID.cfg", "CEID.cfg",
+                             "TRID.cfg", "TMSG.cfg", "SPOOLING.inf", "ECID_SAVE.inf"})
+        folder.put(std::string("Z/FA/") + file, "");
+    for (const bool whole : {true, false}) {
+        std::string toml = "[[carrier_module]]\nname='LP1'\nslots=25\n";
+        for (const Point_Binding& point : Point_Bindings) {
+            const std::string name = std::regex_replace(point.pattern, std::regex("%d"), "1");
+            const char* kind = point.type == IO_DIGITAL  ? "digital"
+                               : point.type == IO_STRING ? "string"
+                                                         : "function";
+            toml += std::string("[[") + kind + "]]\nname='" + name + (whole ? "'\n" : "-'\n");
+        }
+        start_over(toml);
+        EXPECT_EQ(module->QProgram_Enter_Code(""), whole);
+    }
 }
 
 template <class Record>

@@ -70,10 +70,10 @@ TEST_F(Monitor, SettingsAreMirroredAndReachTheDriver) {
         run_until(row[0] == "new" ? "connect 127.0.0.9 5001" : "connect 127.0.0.8 6001");
         stop();
         const __secs_sets s = fake::driver().settings();
-        const std::vector<unsigned> sets{
-            s.t0,       s.t3, s.t5, s.t6, s.t7, s.t8, s.port, s.device_id, static_cast<unsigned>(s.conn_mode),
-            s.link_test};
-        EXPECT_EQ(fake::joined(sets), row[2]);
+        const unsigned mode = static_cast<unsigned>(s.conn_mode);
+        EXPECT_EQ(fake::joined(std::vector<unsigned>{s.t0, s.t3, s.t5, s.t6, s.t7, s.t8, s.port, s.device_id,
+                                                     mode, s.link_test}),
+                  row[2]);
         expect_states(row[3]);
         EXPECT_EQ(fake::driver().calls().back(), "destroy");
         EXPECT_EQ(console.front(), "Thread_FA_Main_Monitor 启动... ...");
@@ -101,9 +101,14 @@ TEST_F(Monitor, CreateIsTriedAgainAfterFailing) {
 }
 
 TEST_F(Monitor, SwitchingTheGemPointOffTearsDownAndTheNextPassSwitchesItOnAgain) {
+    QFA_Set_Spool_Enable(1, 13, true);
     run_until("connect  0");
+    const auto sleeps = calls("QTime_MSleep");
+    await([=] { return calls("QTime_MSleep") > sleeps + 2; });
+    push(1, 13);
     sim::machine().set_gem("Comm_Enable", 0);
     await("connect  0", 2);
+    EXPECT_EQ(QFA_Message_Queue_Length(), 0U);
     EXPECT_EQ(gem("Comm_Enable"), 1);
     EXPECT_EQ(fake::driver().count("disconnect") * 10 + fake::driver().count("destroy"), 11);
 }
@@ -118,6 +123,10 @@ TEST_F(Monitor, ReconnectTearsDownAndKeepsOnlySpooledEntries) {
     await([] { return !Reconnect; });
     EXPECT_EQ(fake::driver().count("destroy"), 1);
     await_length(1);
+    const std::uint64_t mark = QFA_Message_Queue_Mark();
+    push(1, 1);
+    QFA_Message_Purge_Unspooled(mark);
+    EXPECT_EQ(QFA_Message_Queue_Length(), 2U) << "queued after the mark";
     FA_Message left;
     ASSERT_TRUE(QFA_Message_PopFront(&left));
     EXPECT_EQ(left.function, 13);
@@ -143,7 +152,10 @@ TEST_F(Monitor, SendsOneAtATimeAndWaitsForEachAnswer) {
         ASSERT_EQ(sent.size(), 3U);
         EXPECT_EQ(sent[0].sml + sent[1].sml, "S1F13 W <L <A \"CT-200\"> <A \"1.0.0\">>.S1F1 W.");
         EXPECT_EQ(QFA_Get_RequestID(), 103U);
+        Reconnect = true;  // seen, for the empty queue is left
+        await("connect  0", 2);
         stop();
+        EXPECT_EQ(std::count(console.begin(), console.end(), "准备发送:S0,F0"), 0);
     }
 }
 
@@ -186,9 +198,8 @@ TEST_F(Monitor, WaitForReplyByMessageIdAndStreamSixSwitches) {
     QFA_Message_Queue_Init();
     // Stream, function, message id, the switches S6F2Res_Enable and so on; whether the wait ends well.
     std::istringstream cases(
-        "1 13 0 1 0, 1 13 1 1 1, 1 13 2 1 1, 1 13 3 1 0, 1 13 100 1 0, 1 13 101 1 0, 6 1 101 1 0, 6 1 101 0 "
-        "1, "
-        "6 11 101 0 1, 6 13 101 0 1, 6 3 101 0 0, 6 11 101 1 0, 6 11 0 0 0, 7 11 101 0 0");
+        "1 13 0 1 0, 1 13 1 1 1, 1 13 2 1 1, 1 13 3 1 0, 1 13 100 1 0, 1 13 101 1 0, 6 1 101 1 0, "
+        "6 1 101 0 1, 6 11 101 0 1, 6 13 101 0 1, 6 3 101 0 0, 6 11 101 1 0, 6 11 0 0 0, 7 11 101 0 0");
     unsigned long msgid = 0;
     for (int s, f, on, result; cases >> s >> f >> msgid >> on >> result; cases.ignore()) {
         for (const char* name : {"S6F2Res_Enable", "S6F12Res_Enable", "S6F14Res_Enable"})
@@ -220,10 +231,9 @@ TEST_F(Monitor, SpoolTableTakesCandidatesOnly) {
     for (int stream = 0; stream < 130; ++stream)
         for (int function = 0; function < 256; ++function)
             EXPECT_EQ(QFA_Set_Spool_Enable(stream, function, true), QFA_Is_Spool_Candidate(stream, function));
-    EXPECT_EQ(
-        fake::spooled(),
-        "1,1 1,13 2,25 5,1 6,1 6,3 6,9 6,11 6,13 7,1 7,3 7,5 7,27 7,29 9,1 9,3 9,5 9,7 9,9 9,11 9,13 10,1 "
-        "16,7 16,9");
+    EXPECT_EQ(fake::spooled(),
+              "1,1 1,13 2,25 5,1 6,1 6,3 6,9 6,11 6,13 7,1 7,3 7,5 7,27 7,29 9,1 9,3 9,5 9,7 9,9 9,11 "
+              "9,13 10,1 16,7 16,9");
 }
 
 }  // namespace
