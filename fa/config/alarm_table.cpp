@@ -19,8 +19,13 @@ unsigned char alarm_category(ALARM_LEVEL level, unsigned char otherwise) {
 }  // namespace
 
 bool BC_FA::QFA_Get_All_ALID_List() {
-    std::map<int, ALID_STRU> alarms;
     const int count = QSystem_Get_Alarm_Count();
+    {
+        const std::lock_guard lock(ALID_Mutex);
+        // Same number: keep the table, and with it the enable flags that the host has set.
+        if (static_cast<int>(ALID_List.size()) == count) return true;
+    }
+    std::map<int, ALID_STRU> alarms;
     unsigned char category = 0;  // an alarm of unknown level gets that of the alarm before it
     for (int index = 0; index < count; ++index) {
         const int alid = QAlarm_Get_ID(index);
@@ -34,8 +39,7 @@ bool BC_FA::QFA_Get_All_ALID_List() {
         record.enable = true;
     }
     const std::lock_guard lock(ALID_Mutex);
-    // Same number: keep the table, and with it the enable flags that the host has set.
-    if (static_cast<int>(ALID_List.size()) != count) ALID_List.swap(alarms);
+    ALID_List.swap(alarms);
     return true;
 }
 

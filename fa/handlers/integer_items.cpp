@@ -55,9 +55,11 @@ std::size_t Integer_Count(const _SECS_ITEM& item) {
 }
 
 long long Integer_Element(const _SECS_ITEM& item, std::size_t index) {
-    if (index >= Integer_Count(item)) return 0;
-    const Integer_Format& integers = *find_format(item.format);
-    return integers.element(Item_Text(item) + index * integers.size);
+    const Integer_Format* integers = find_format(item.format);
+    if (integers == nullptr) return 0;
+    // The first one is at the start of the value area; a driver need not give numbers a length.
+    if (index == 0) return integers->element(item.value);
+    return index < Integer_Count(item) ? integers->element(Item_Text(item) + index * integers->size) : 0;
 }
 
 int To_32_Bits(long long number) {
@@ -79,7 +81,7 @@ bool Read_Identifier(const _SECS_ITEM& item, int* id) {
 bool Read_Low_32_Bits(const _SECS_ITEM& item, int* id) {
     if (Integer_Size(item.format) != 8) return Read_Identifier(item, id);
     std::uint64_t number = 0;
-    if (Integer_Count(item) != 0) std::memcpy(&number, Item_Text(item), sizeof number);
+    std::memcpy(&number, item.value, sizeof number);
     *id = static_cast<int>(static_cast<std::uint32_t>(number));
     return true;
 }

@@ -59,6 +59,12 @@ const Outcome& outcome_of(int state) {
     return state == 2 ? Remote : Local;
 }
 
+void set_disconnected(QSeqCon& fa) {
+    set_link(fa, Link_State::disconnected);
+    fa.QIO_Set_GEM_Comm_Status(0);
+    fa.QIO_Set_GEM_Comm_Status2(0);
+}
+
 /// What the host and the operator switch.
 void set_enables(QSeqCon& fa, bool enable) {
     fa.QFA_Set_Enable(enable ? 1 : 0);
@@ -135,9 +141,7 @@ void Communication_Found_Disabled(QSeqCon& fa) {
 }
 
 void Connection_Begins(QSeqCon& fa) {
-    set_link(fa, Link_State::disconnected);
-    fa.QIO_Set_GEM_Comm_Status(0);
-    fa.QIO_Set_GEM_Comm_Status2(0);
+    set_disconnected(fa);
 }
 
 // The driver's callbacks.
@@ -176,7 +180,7 @@ void Link_Deselected(QSeqCon& fa) {
 }
 
 void Link_Closed(QSeqCon& fa) {
-    Connection_Begins(fa);
+    set_disconnected(fa);
     fa.QIO_Set_GEM_Comm_Establish(0);
 }
 

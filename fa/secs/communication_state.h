@@ -1,5 +1,6 @@
-// Communication and control state (SEMI E30): the one place that reads and writes LinkMD, CtrlMD and the
-// points that mirror them.
+// Communication and control state (SEMI E30): the one place where LinkMD, CtrlMD and the points that mirror
+// them change while the module runs. Their start values come from the settings file
+// (fa/config/settings_file.cpp).
 //
 //   LinkMD       0 not connected, 1 disabled, 2 enabled, 3 communicating
 //                mirrors: Comm_Enable and the controller's Enable, Comm_Status, Comm_Status2, Comm_Establish
@@ -35,7 +36,8 @@ bool Communication_Enabled(QSeqCon& fa);
 bool Enabled_At_Start(QSeqCon& fa);
 /// There is a connection, selected or not.
 bool Link_Is_Up(QSeqCon& fa);
-/// Communicating and on-line: events reach the host now.
+/// Events are raised for the host: communicating and on-line; with the newer settings switched on and
+/// on-line, connected or not.
 bool Host_Takes_Events(QSeqCon& fa);
 
 // The connection monitor.

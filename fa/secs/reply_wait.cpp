@@ -14,7 +14,7 @@ template <class TimedOut>
 bool wait_for_response(unsigned long msgid, std::uint32_t timeout_ms, TimedOut timed_out) {
     if (msgid == 1 || msgid == 2) return true;
     if (msgid <= 100) return false;
-    while (Secs.REQUESTID != Secs.RESPONSEID && !Secs.Wait_Ended) {
+    while (Secs.REQUESTID != Secs.RESPONSEID && Secs.Ended_Send != Secs.Sends) {
         if (WaitForSingleObject(Secs.Reply_Event, timeout_ms) != WAIT_OBJECT_0) {
             timed_out();
             return false;
@@ -68,17 +68,21 @@ std::uint32_t QFA_Get_ResponseID() {
 void Reset_Reply_Wait() {
     Secs.REQUESTID = 101;
     Secs.RESPONSEID = 100;
-    Secs.Wait_Ended = false;
+    Secs.Sends = 1;
+    Secs.Ended_Send = 0;
     if (Secs.Reply_Event == nullptr) Secs.Reply_Event = CreateEventA(nullptr, 0, 0, nullptr);
 }
 
 void Send_Begins() {
-    Secs.Wait_Ended = false;
+    ++Secs.Sends;
 }
 
+// REQUESTID may still be the id before that of the primary in flight, so the send itself is marked too. The
+// id is read first: whatever the sender does meanwhile, one message ends the wait of one send.
 void End_Wait_In_Flight() {
-    Secs.Wait_Ended = true;  // REQUESTID may still be the id before that of the primary in flight
-    QFA_Set_ResponseID(Secs.REQUESTID);
+    const std::uint32_t id = Secs.REQUESTID;
+    Secs.Ended_Send = Secs.Sends.load();
+    QFA_Set_ResponseID(id);
 }
 
 bool QFA_Notify_Reply(unsigned long /*msgid*/, unsigned long /*result*/) {

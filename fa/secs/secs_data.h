@@ -28,7 +28,8 @@ struct Secs_Data {
     std::atomic<HANDLE> Reply_Event{nullptr};
     std::atomic<std::uint32_t> REQUESTID{101};
     std::atomic<std::uint32_t> RESPONSEID{100};
-    std::atomic<bool> Wait_Ended{false};  ///< a stream 9 message has come since the last send began
+    std::atomic<std::uint32_t> Sends{1};       ///< sends begun; the last one is in flight
+    std::atomic<std::uint32_t> Ended_Send{0};  ///< the send that a stream 9 message has ended
 
     // receive_dispatch.cpp
     std::atomic<std::uint16_t> Link_Device_Id{0};

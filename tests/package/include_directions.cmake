@@ -6,7 +6,7 @@ cmake_minimum_required(VERSION 3.25)
 # One row a room: files it holds | folders of this tree it may include | headers in <> beside the standard library's.
 set(rooms
     "fa/framework/*  | fa/framework"
-    "fa/secs/*       | fa/framework fa/secs fa/module/bc_fa.h winapi"
+    "fa/secs/*       | fa/framework fa/secs winapi"
     "fa/config/*     | fa/framework fa/secs fa/config fa/module/bc_fa.h"
     "fa/handlers/*   | fa/framework fa/secs fa/config fa/handlers fa/module/bc_fa.h fa/module/point_table.h fa/module/handler_routes.h winapi"
     "fa/events/*     | fa/framework fa/secs fa/config fa/events fa/module/bc_fa.h fa/module/point_table.h"
