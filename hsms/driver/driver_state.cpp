@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "fa/secs/secs_driver.h"
@@ -106,25 +107,35 @@ void journal(const std::string& line) {
 }  // namespace hsms
 
 namespace Talwen {
+namespace {
+
+void log_formatted(hsms::LogFile& log, const char* format, std::va_list arguments) {
+    constexpr std::size_t kept_size = std::size_t{64} << 10U;
+    thread_local std::string text(1024, '\0');
+    std::va_list again;
+    va_copy(again, arguments);
+    int length = std::vsnprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    if (length >= static_cast<int>(text.size())) {
+        text.resize(static_cast<std::size_t>(length) + 1);
+        length = std::vsnprintf(text.data(), text.size(), format, arguments);
+    }
+    if (length >= 0) hsms::log_entry(log, {text.data(), static_cast<std::size_t>(length)});
+    if (text.size() > kept_size) std::string(1024, '\0').swap(text);
+}
+
+}  // namespace
 
 void OnlineLog(const char* format, ...) {
     const auto log = hsms::current_log();
     if (!log || format == nullptr) return;
-    constexpr std::size_t kept_size = std::size_t{64} << 10U;
-    thread_local std::string text(1024, '\0');
     std::va_list arguments;
     va_start(arguments, format);
-    std::va_list again;
-    va_copy(again, arguments);
-    int length = std::vsnprintf(text.data(), text.size(), format, arguments);
-    va_end(arguments);
-    if (length >= static_cast<int>(text.size())) {
-        text.resize(static_cast<std::size_t>(length) + 1);
-        length = std::vsnprintf(text.data(), text.size(), format, again);
+    try {
+        log_formatted(*log, format, arguments);
+    } catch (const std::bad_alloc&) {  // only this line is lost: it may come while an exception is handled
     }
-    va_end(again);
-    if (length >= 0) hsms::log_entry(*log, {text.data(), static_cast<std::size_t>(length)});
-    if (text.size() > kept_size) std::string(1024, '\0').swap(text);
+    va_end(arguments);
 }
 
 void OnlineLog(std::string& text) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <asio/buffer.hpp>
 #include <asio/post.hpp>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -58,6 +59,8 @@ Connection::Connection(asio::io_context& io, tcp::socket socket, const LinkOptio
 
 void Connection::start(ConnectionEvents events) {
     events_ = std::move(events);
+    up_ = true;  // from here on abandon() undoes whatever fails
+    events_.log("connected with " + peer_);
     asio::error_code ignored;
     socket_.set_option(tcp::no_delay(true), ignored);
     // Set before anyone else knows the socket: from here on its state is only read until it is closed.
@@ -65,7 +68,6 @@ void Connection::start(ConnectionEvents events) {
     outbox_->start([weak = weak_from_this()](const char* reason) {
         if (const auto self = weak.lock()) self->abandon(reason);
     });
-    up_ = true;
     Actions actions;
     {
         const Lock lock(session_mutex_);
@@ -197,6 +199,7 @@ void Connection::watch_hold() {
     hold_timer_.async_wait(
         [self = shared_from_this(), callback = lane_->current_callback()](const asio::error_code& error) {
             if (error || !self->reading_held_ || !self->up_) return;
+            if (!self->lane_->full()) return self->resume();  // the lane had no memory to say so
             if (self->lane_->current_callback() == callback)
                 self->fail("callback queue full and its callback does not end");
             else
@@ -323,9 +326,11 @@ void Connection::go_down(const std::string& reason) {
     }
     timer_.cancel();
     hold_timer_.cancel();
-    events_.log("connection with " + peer_ + " closed: " + reason);
+    try {
+        events_.log("connection with " + peer_ + " closed: " + reason);
+    } catch (const std::bad_alloc&) {  // only this line is lost
+    }
     events_.down();
-    lane_->close();  // last: the link's state must have changed before on_closed
 }
 
 /// Sends what is left, then waits for the peer to close: closing with unread input would make the peer's TCP

@@ -22,7 +22,9 @@ namespace hsms {
 /// What a connection reports to its owner, on the I/O thread.
 struct ConnectionEvents {
     std::function<void(SessionState)> state_changed;
-    std::function<void()> down;  ///< no message passes any more; the socket may linger
+    /// No message passes any more; the socket may linger. The owner closes the lane once its own state has
+    /// changed.
+    std::function<void()> down;
     std::function<void()> gone;  ///< the socket is closed
     std::function<void(std::string_view)> log;
 };

@@ -1,8 +1,9 @@
 #include "hsms/link/link_core.h"
 
+#include <algorithm>
 #include <asio/post.hpp>
+#include <exception>
 #include <new>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -45,15 +46,15 @@ bool LinkCore::start() {
         started = listener_.listen();
     else
         state_ = LinkState::connecting;
-    asio::post(io_, [this] { take_up(); });
     running_ = true;
     try {
+        asio::post(io_, [this] { take_up(); });
         spawn_thread([self = shared_from_this()] { self->run(); });
-    } catch (const std::system_error& error) {  // no thread left
+    } catch (const std::exception& error) {  // no thread left, or no memory
         running_ = false;
         state_ = LinkState::stopped;
         listener_.close();  // or peers would be connected and never answered
-        log(std::string("cannot start the I/O thread: ") + error.what());
+        log("cannot start the I/O thread: ", error.what());
         return false;
     }
     return started;
@@ -73,7 +74,7 @@ void LinkCore::run() {
         } catch (const std::bad_alloc&) {
             failure = "out of memory";
         } catch (const std::exception& error) {
-            log(std::string("the I/O thread goes on after an error: ") + error.what());
+            log("the I/O thread goes on after an error: ", error.what());
             failure = "internal error";
         }
         if (failure != nullptr) std::this_thread::sleep_for(failure_pause);
@@ -86,14 +87,19 @@ void LinkCore::run() {
     changed_.notify_all();
 }
 
+/// Lingering connections go too: the failure may have come before the timer that ends them was set.
 void LinkCore::recover(const char* failure) {
-    if (const auto current = connection()) current->abandon(failure);
+    while (!connections_.empty()) {
+        const auto connection = *connections_.begin();
+        connection->abandon(failure);
+        connections_.erase(connection);
+    }
     take_up();
 }
 
 /// Listens or connects, and watches what is ending.
 void LinkCore::take_up() {
-    if (stopping_) return end_if_done();
+    if (stopping_) return on_watch_timer();
     if (passive())
         listener_.run();
     else if (!connection())
@@ -161,10 +167,11 @@ std::uint32_t LinkCore::next_id() const {
     return current_ ? current_->next_id() : next_id_;
 }
 
-void LinkCore::log(std::string_view line) const {
+/// Also for use while an exception is handled.
+void LinkCore::log(std::string_view line, std::string_view detail) const {
     if (!options_.log) return;
     try {
-        options_.log(line);
+        options_.log(detail.empty() ? line : std::string(line).append(detail));
     } catch (const std::bad_alloc&) {  // only this line is lost
     }
 }
@@ -172,14 +179,10 @@ void LinkCore::log(std::string_view line) const {
 // ---- a connection comes
 
 void LinkCore::on_accepted(tcp::socket socket, const asio::ip::address& peer) {
-    try {
-        // A peer that closes and reconnects at once must not be refused because of its old connection.
-        if (const auto current = connection()) current->drain();
-        if (connection()) return listener_.refuse(peer, "one is up");
-        adopt(std::move(socket));
-    } catch (const std::exception& error) {
-        log("connection from " + peer.to_string() + " closed: " + error.what());
-    }
+    // A peer that closes and reconnects at once must not be refused because of its old connection.
+    if (const auto current = connection()) current->drain();
+    if (connection()) return listener_.refuse(peer, "one is up");
+    adopt(std::move(socket));
 }
 
 // ---- connecting
@@ -225,40 +228,22 @@ void LinkCore::on_connected(tcp::socket socket, const ErrorCode& error) {
 
 // ---- the connection
 
-/// The callback thread of a new connection; null, with a line in the log, when none can be started.
-std::shared_ptr<CallbackLane> LinkCore::start_lane() {
-    const auto self = weak_from_this();
-    auto progress = [self] {
+std::shared_ptr<CallbackLane> LinkCore::make_lane() {
+    auto progress = [self = weak_from_this()] {
         // A handler that owned its core would keep it alive from within its own queue.
-        if (const auto core = self.lock())
+        const auto core = self.lock();
+        if (!core) return;
+        try {
             asio::post(core->io_, [running = core.get()] { running->on_lane_progress(); });
+        } catch (const std::bad_alloc&) {  // the watch, or that of held reading, looks for itself
+        }
     };
-    auto lane = std::make_shared<CallbackLane>(callbacks_, last_lane(), std::move(progress));
-    try {
-        lane->start();
-    } catch (const std::system_error& error) {
-        log(std::string("connection closed: cannot start its callback thread: ") + error.what());
-        return nullptr;
-    }
-    return lane;
+    return std::make_shared<CallbackLane>(callbacks_, last_lane(), std::move(progress));
 }
 
-void LinkCore::adopt(tcp::socket socket) {
-    const auto lane = start_lane();
-    if (!lane) return;
-    auto connection = std::make_shared<Connection>(io_, std::move(socket), options_, next_id_, lane);
-    connections_.insert(connection);
-    {
-        const std::lock_guard lock(mutex_);
-        current_ = connection;
-        last_lane_ = lane;
-    }
-    if (muted_) lane->mute();
-    state_ = LinkState::connected;
-    log("connected with " + connection->peer());
-
+ConnectionEvents LinkCore::events_of(const std::shared_ptr<Connection>& connection) {
     const std::weak_ptr<Connection> weak = connection;
-    connection->start({
+    return {
         [this](SessionState state) { on_session_state(state); },
         [this, weak] {
             if (const auto closed = weak.lock()) on_down(*closed);
@@ -267,7 +252,30 @@ void LinkCore::adopt(tcp::socket socket) {
             if (const auto closed = weak.lock()) on_gone(closed);
         },
         [this](std::string_view line) { log(line); },
-    });
+    };
+}
+
+/// All that may fail comes before the lane's thread, which only the end of a started connection ends.
+void LinkCore::adopt(tcp::socket socket) {
+    const auto lane = make_lane();
+    const auto connection = std::make_shared<Connection>(io_, std::move(socket), options_, next_id_, lane);
+    ConnectionEvents events = events_of(connection);
+    watched_.reserve(watched_.size() + 1);
+    connections_.insert(connection);
+    try {
+        lane->start();
+    } catch (const std::exception& error) {
+        connections_.erase(connection);
+        return log("connection closed: cannot start its callback thread: ", error.what());
+    }
+    {
+        const std::lock_guard lock(mutex_);
+        current_ = connection;
+        last_lane_ = lane;
+    }
+    if (muted_) lane->mute();
+    state_ = LinkState::connected;
+    connection->start(std::move(events));
 }
 
 void LinkCore::on_session_state(SessionState state) {
@@ -289,8 +297,12 @@ void LinkCore::on_down(Connection& connection) {
         current_ = nullptr;
     }
     state_ = passive() ? LinkState::listening : LinkState::connecting;
-    if (stopping_) connection.lane()->drop_queued();
-    watch(connection.lane());
+    const auto& lane = connection.lane();
+    if (stopping_) lane->drop_queued();
+    watched_.push_back({lane, lane->current_callback(), now() + callback_grace});
+    lane->close();
+    // From here on an exception does no harm.
+    if (watched_.size() == 1) on_watch_timer();
     // Active: the retry timer of the attempt that led here may still run; it connects then.
     if (!passive() && retry_timer_.expiry() <= now()) connect();
 }
@@ -300,27 +312,19 @@ void LinkCore::on_gone(const std::shared_ptr<Connection>& connection) {
     end_if_done();
 }
 
-void LinkCore::watch(std::shared_ptr<CallbackLane> lane) {
-    const std::uint64_t callback = lane->current_callback();
-    watched_.push_back({std::move(lane), callback, now() + callback_grace});
-    if (watched_.size() == 1) on_watch_timer();
-}
-
 void LinkCore::on_watch_timer() {
     while (!watched_.empty() && watched_.front().until <= now()) {
-        Watched watched = std::move(watched_.front());
-        watched_.pop_front();
+        Watched& watched = watched_.front();
         watched.lane->drop_queued();
         try {
             watched.lane->take_over(watched.callback);
-        } catch (const std::system_error& error) {
-            log(std::string("cannot start a thread for the close after a stuck callback: ") + error.what());
+        } catch (const std::exception& error) {
+            log("cannot start a thread for the close after a stuck callback: ", error.what());
         }
-        if (!watched.lane->closed_delivered()) {
-            watched.callback = watched.lane->current_callback();
-            watched.until = now() + callback_grace;
-            watched_.push_back(std::move(watched));
-        }
+        watched.callback = watched.lane->current_callback();
+        watched.until = now() + callback_grace;
+        std::rotate(watched_.begin(), watched_.begin() + 1, watched_.end());
+        if (watched_.back().lane->closed_delivered()) watched_.pop_back();
     }
     end_if_done();
     if (watched_.empty()) return;

@@ -8,11 +8,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "hsms/link/connection.h"
 #include "hsms/link/link.h"
@@ -57,7 +58,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     void run();
     void recover(const char* failure);
     void take_up();
-    void log(std::string_view line) const;
+    void log(std::string_view line, std::string_view detail = {}) const;
     bool passive() const { return options_.session.role == Role::passive; }
 
     void on_accepted(tcp::socket socket, const asio::ip::address& peer);
@@ -65,12 +66,12 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     tcp::endpoint resolve(ErrorCode& error) const;
     void on_connected(tcp::socket socket, const ErrorCode& error);
 
-    std::shared_ptr<CallbackLane> start_lane();
+    std::shared_ptr<CallbackLane> make_lane();
+    ConnectionEvents events_of(const std::shared_ptr<Connection>& connection);
     void adopt(tcp::socket socket);
     void on_session_state(SessionState state);
     void on_down(Connection& connection);
     void on_gone(const std::shared_ptr<Connection>& connection);
-    void watch(std::shared_ptr<CallbackLane> lane);
     void on_watch_timer();
     void on_lane_progress();
     void end_if_done();
@@ -90,7 +91,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     asio::steady_timer retry_timer_;
     asio::steady_timer watch_timer_;
     std::set<std::shared_ptr<Connection>> connections_;  // sockets that are open, lingering ones included
-    std::deque<Watched> watched_;                        // closing lanes, in order of `until`
+    std::vector<Watched> watched_;  // closing lanes, in order of `until`; has room for that of current_
     bool connect_error_logged_ = false;
     bool stopping_ = false;
 

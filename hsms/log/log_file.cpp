@@ -95,7 +95,9 @@ class LogFile::Impl {
         flush_wanted_ = true;
         wake_.notify_one();
         written_.wait(lock, [&] { return batches_done_ >= wanted; });
-        return std::exchange(failure_, {});
+        const int error = std::exchange(failure_, 0);
+        lock.unlock();
+        return error == 0 ? std::string() : reason(error);
     }
 
   private:
@@ -112,7 +114,7 @@ class LogFile::Impl {
             const int error = write(batch);
             batch.clear();
             lock.lock();
-            if (error != 0) failure_ = reason(error);
+            if (error != 0) failure_ = error;
             batches_done_ = batches_begun_;
             written_.notify_all();
         }
@@ -176,9 +178,13 @@ class LogFile::Impl {
             return 0;
         }
         last_error_ = error;
-        if (!std::exchange(reported_, true))
+        if (reported_) return error;
+        try {
             std::fprintf(stderr, "log file %s; entries are lost until it can be written\n",
                          reason(error).c_str());
+            reported_ = true;
+        } catch (const std::bad_alloc&) {  // reported with a later batch
+        }
         return error;
     }
 
@@ -200,7 +206,7 @@ class LogFile::Impl {
     std::size_t no_memory_for_ = 0;  // entries
     std::uint64_t batches_begun_ = 0;
     std::uint64_t batches_done_ = 0;
-    std::string failure_;  // of a batch since the last flush
+    int failure_ = 0;  // error of a batch since the last flush
     bool flush_wanted_ = false;
     bool stopping_ = false;
 
