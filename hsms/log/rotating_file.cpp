@@ -26,7 +26,7 @@ RotatingFile::RotatingFile(std::string path, std::size_t rotate_bytes, std::size
 
 int RotatingFile::ensure_open() {
     std::error_code error;
-    if (file_ && fs::file_size(path_, error) >= size_ && !error) return 0;
+    if (file_ && fs::file_size(path_, error) == size_ && fs::last_write_time(path_, error) == time_) return 0;
     return open();
 }
 
@@ -41,6 +41,7 @@ int RotatingFile::open() {
     std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // blocks come in one piece, and say how much got in
     size_ = fs::file_size(path_, error);
     if (error) size_ = 0;  // no plain file
+    time_ = fs::last_write_time(path_, error);
     return 0;
 }
 
@@ -57,6 +58,8 @@ std::size_t RotatingFile::write(std::string_view block, int& error) {
         std::clearerr(file_.get());
     }
     size_ += written;
+    std::error_code ignored;
+    time_ = fs::last_write_time(path_, ignored);
     return written;
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,8 +17,8 @@ class RotatingFile {
   public:
     RotatingFile(std::string path, std::size_t rotate_bytes, std::size_t rotate_count);
 
-    /// Opens the file to append, with its folder; also when it is not at its path any more, or shorter than
-    /// what was written to it. An error number, 0 when it is open.
+    /// Opens the file to append, with its folder; also when there is no file at its path, or it is not as the
+    /// last write left it: it was moved, replaced or cut. An error number, 0 when it is open.
     int ensure_open();
     /// Appends the block, to a new file when this one would grow too large. Returns the bytes that got in;
     /// with fewer than all, `error` says why.
@@ -37,7 +38,8 @@ class RotatingFile {
     const std::size_t rotate_bytes_;
     const std::size_t rotate_count_;
     std::unique_ptr<std::FILE, Close> file_;
-    std::uintmax_t size_ = 0;
+    std::uintmax_t size_ = 0;  // as the last write left it, and the time of that
+    std::filesystem::file_time_type time_;
 };
 
 }  // namespace hsms

@@ -120,6 +120,12 @@ TEST(LogFile, IsMadeAnewWhenItWasMovedOrRemoved) {
         EXPECT_EQ(folder.read("log/a.log"), "after\n");
     }
     EXPECT_EQ(folder.read("moved.log"), "before\n");
+    std::filesystem::rename(path, folder.path() / "moved.log");
+    std::filesystem::copy(folder.path() / "moved.log", path);  // as large
+    std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now());
+    log.line("again");
+    EXPECT_EQ(log.flush(), "");
+    EXPECT_EQ(folder.read("log/a.log"), "after\nagain\n");
 }
 
 }  // namespace
