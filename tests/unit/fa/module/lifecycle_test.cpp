@@ -41,7 +41,7 @@ TEST_F(Lifecycle, EntrySucceedsWithEveryPointAndFileAndNotWithoutOne) {
     for (const bool whole : {true, false}) {
         std::string toml = "[[carrier_module]]\nname='LP1'\nslots=25\n";
         for (const Point_Binding& point : Point_Bindings) {
-            const std::string name = std::regex_replace(point.pattern, std::regex("%d"), "1");
+            const std::string name = fake::replaced(point.pattern, "%d", "1");
             const char* kind = point.type == IO_DIGITAL  ? "digital"
                                : point.type == IO_STRING ? "string"
                                                          : "function";
