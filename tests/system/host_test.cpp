@@ -203,12 +203,23 @@ TEST(HostWork, DefinesLinksEnablesAndReadsTheEventInWords) {
         << bad_variable.output;
     EXPECT_EQ(equipment.command("table CEID 30301"), event);
     EXPECT_EQ(equipment.command("table RPTID 903").substr(0, 1), "!");
-    folder.put("wafers.txt", "report 901 9001\nevent 30301 901\nenable 30301 99999\n");
-    const support::Finished bad_event = support::run_host(equipment, "define " + file);
-    EXPECT_EQ(bad_event.status, 1);
-    EXPECT_TRUE(holds(bad_event.output, "got ERACK 1, no such event; all events are on now"))
-        << bad_event.output;
-    EXPECT_TRUE(holds(equipment.command("table CEID 30301"), "CEID=30301 enable=1 "));
+    const std::string on = "; on: all events that the equipment still has, those that were off before too\n";
+    const std::string removed = "; removed: all reports of DATAID 1, all its links; defined: 1 report(s)";
+    std::string too_many = "event 30301";  // reports of an event
+    for (int i = 0; i < 51; ++i) too_many += " 901";
+    const std::array<std::string, 3> refused_later[] = {
+        // and what the equipment has of event 30301
+        {too_many, "LRACK 1, no space, or too many reports of an event" + removed, "!"},
+        {"event 30301 901\nenable 30301 99999", "ERACK 1, no such event" + removed + ", links of 1 event(s)",
+         "= DATAID=1 CEID=30301 enable=1 "},
+    };
+    for (const auto& [lines, says, record] : refused_later) {
+        folder.put("wafers.txt", "report 901 9001\n" + lines);
+        const support::Finished run_again = support::run_host(equipment, "define " + file);
+        EXPECT_EQ(run_again.status, 1);
+        EXPECT_TRUE(holds(run_again.output, says + on)) << run_again.output;
+        EXPECT_TRUE(equipment.command("table CEID 30301").starts_with(record));
+    }
     EXPECT_EQ(equipment.quit(), 0);
 }
 

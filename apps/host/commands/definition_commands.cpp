@@ -43,9 +43,21 @@ void switch_events(Desk& desk, bool on, const Definitions::Switch& which) {
     if (!which.ceids.empty()) switch_events(desk, on, which.ceids);
 }
 
+/// For the line that says where a define ended: what is gone and what has come.
+struct Progress {
+    std::string removed, defined;
+
+    static void add(std::string& to, const std::string& what) { to += (to.empty() ? "" : ", ") + what; }
+    std::string text() const {
+        const auto or_nothing = [](const std::string& list) { return list.empty() ? "nothing" : list; };
+        return "; removed: " + or_nothing(removed) + "; defined: " + or_nothing(defined);
+    }
+};
+
 struct Definer {
     Desk& desk;
     const Definitions& wanted;
+    Progress progress = {};
 
     Item body(Item entries) const { return Item::list({number_item(wanted.dataid), std::move(entries)}); }
 
@@ -85,23 +97,34 @@ struct Definer {
         }
     }
 
-    void define_reports() const {
+    void define_reports() {
         if (wanted.reports.empty()) return;
         const std::string what = fmt::format("S2F33 define {} report(s)", wanted.reports.size());
-        if (desk.ask_code(2, 33, body(reports(true)), what, DRACK, defined_already) == 0) return;
-        // Defined under another DATAID: on some equipments the empty list does not delete those.
-        desk.ask_code(2, 33, body(reports(false)), "S2F33 delete the same by number", DRACK);
-        desk.ask_code(2, 33, body(reports(true)), what, DRACK);
+        if (desk.ask_code(2, 33, body(reports(true)), what, DRACK, defined_already) != 0) {
+            // Defined under another DATAID: on some equipments the empty list does not delete those.
+            desk.ask_code(2, 33, body(reports(false)), "S2F33 delete the same by number", DRACK);
+            Progress::add(progress.removed, "reports with the file's numbers");
+            desk.ask_code(2, 33, body(reports(true)), what, DRACK);
+        }
+        Progress::add(progress.defined, fmt::format("{} report(s)", wanted.reports.size()));
     }
 
-    void link_events() const {
-        if (wanted.events.empty()) return;
-        const std::string what = fmt::format("S2F35 link {} event(s)", wanted.events.size());
-        if (desk.ask_code(2, 35, body(links()), what, LRACK, defined_already) == 0) return;
-        for (const Definitions::Event& event : wanted.events)
+    void unlink_events() {
+        for (const Definitions::Event& event : wanted.events) {
             desk.ask_code(2, 35, body(Item::list({pair(event.ceid, {})})),
                           fmt::format("S2F35 unlink event {}", event.ceid), LRACK, no_such_event);
-        desk.ask_code(2, 35, body(links()), what, LRACK);
+            Progress::add(progress.removed, fmt::format("links of event {}", event.ceid));
+        }
+    }
+
+    void link_events() {
+        if (wanted.events.empty()) return;
+        const std::string what = fmt::format("S2F35 link {} event(s)", wanted.events.size());
+        if (desk.ask_code(2, 35, body(links()), what, LRACK, defined_already) != 0) {
+            unlink_events();
+            desk.ask_code(2, 35, body(links()), what, LRACK);
+        }
+        Progress::add(progress.defined, fmt::format("links of {} event(s)", wanted.events.size()));
     }
 
     void switch_as_wanted() const {
@@ -110,25 +133,28 @@ struct Definer {
     }
 
     // Replaces all that was defined under the DATAID; all events are off before and after.
-    void replace_definitions() const {
+    void replace_definitions() {
         desk.ask_code(2, 33, body(Item::list()), "S2F33 delete all reports", DRACK);
+        Progress::add(progress.removed, fmt::format("all reports of DATAID {}", wanted.dataid));
         desk.ask_code(2, 35, body(Item::list()), "S2F35 delete all links", LRACK);
+        Progress::add(progress.removed, "all its links");
         desk.monitor().name_reports(wanted);
         define_reports();
         link_events();
     }
 
-    // The equipment cannot be asked which events were on before; usually all are on at its start.
+    // The equipment cannot be asked which events were on before; usually all are on at its start. Without its
+    // link an event may be gone altogether.
     std::string enable_again() const {
         try {
             switch_events(desk, true, std::vector<std::uint32_t>{});
-            return "; all events are on now";
+            return "; on: all events that the equipment still has, those that were off before too";
         } catch (const Refusal&) {
-            return "; all events are off now";
+            return "; off: all events but those enabled above";
         }
     }
 
-    void run() const {
+    void run() {
         if (wanted.reports.empty() && wanted.events.empty()) return switch_as_wanted();
         try_reports();
         switch_events(desk, false, std::vector<std::uint32_t>{});
@@ -136,7 +162,7 @@ struct Definer {
             replace_definitions();
             switch_as_wanted();
         } catch (const Refusal& refusal) {
-            throw Refusal(refusal.what() + enable_again());
+            throw Refusal(refusal.what() + progress.text() + enable_again());
         }
     }
 };

@@ -98,9 +98,10 @@ const std::string_view definition_grammar = R"(Definition file, a line each; # b
   enable CEID ...|all            events that are sent
   disable CEID ...|all           events that are not
   dataid N                       of the messages that define; 1 unless given
-A file with reports or events takes the place of all that was defined under its DATAID; when a number is defined
-already under another, that one gives way. Each report is tried first; when one is refused, nothing is changed. When
-links or enables are refused, all events are enabled again.
+A file with reports or events takes the place of all that was defined under its DATAID, and events that it does not
+enable are off; when a number is defined already under another DATAID, that one gives way. Each report is tried first;
+when one is refused, nothing is changed. When links or enables are refused, what was removed does not come back; all
+events that are left are enabled then, also those that were off, and the error line says so.
 The live screen knows the names PortID, SlotID, WaferID, LotID, ToMdlName and ToMdlSlotID.
 )";
 
