@@ -42,8 +42,10 @@ void read_wait(Cursor& cursor, Step& step) {
         step.action = Action::wait_selected;
     else if (cursor.take("closed"))
         step.action = Action::wait_closed;
+    else if (cursor.take("communicating"))
+        step.action = Action::wait_communicating;
     else
-        step.duration = read_duration(cursor, "milliseconds, selected or closed");
+        step.duration = read_duration(cursor, "milliseconds, selected, closed or communicating");
 }
 
 void read_expect(Cursor& cursor, Step& step) {
@@ -136,12 +138,16 @@ const std::string_view script_grammar = R"(Script grammar:
   wait 500          goes on after so many milliseconds
   wait selected     goes on when the link is selected
   wait closed       goes on when the link has been closed since it was selected
+  wait communicating
+        Goes on when the equipment communicates. It has half a second to send its own S1F13; after that
+        the host sends S1F13, which may put the equipment back to its initial control state, and again
+        each second after a denial or T3. Fails when --timeout is over.
   reconnect         closes the link, selects again and forgets what was received
   clear             forgets what was received so far
   timeout 2000      from here on expectations wait so many milliseconds
   quit              ends the script
-  A command of the host (see help) is a step too. It goes up to the end of its line, sends S1F13 first
-  where communication is not established yet, and fails when the equipment refuses.
+  A command of the host (see help) is a step too. It goes up to the end of its line, begins as wait
+  communicating does, and fails when the equipment refuses. Messages do not wait for communication.
 
   SML: <L ...>, <A "text" 0x0D>, <B 0x1F 31>, <BOOLEAN T F>, <U1 ...> to <U8 ...>, <I1 ...> to <I8 ...>,
   <F4 1.5 inf>, <F8 ...>, <J "text">, <W "text" 0x4E2D>; counts as in <L[2] ...> are checked when written.

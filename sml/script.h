@@ -23,6 +23,7 @@ enum class Action : std::uint8_t {
     pause,           ///< goes on after `duration`
     wait_selected,
     wait_closed,
+    wait_communicating,
     reconnect,
     clear,    ///< forgets what was received so far
     timeout,  ///< sets how long the following steps wait for a message

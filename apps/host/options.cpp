@@ -77,7 +77,8 @@ void define_times(CLI::App& app, Arguments& arguments) {
             ->check(CLI::Range(least, 86400.0))
             ->capture_default_str();
     };
-    seconds("--timeout", arguments.timeout, "longest time for the link to be selected");
+    seconds("--timeout", arguments.timeout,
+            "longest time for the link to be selected, and for communication");
     seconds("--t3", arguments.t3, "reply time-out; scripts wait as long for what they expect");
     seconds("--t5", arguments.t5, "time between two attempts to connect");
     seconds("--t6", arguments.t6, "control transaction time-out");

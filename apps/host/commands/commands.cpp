@@ -45,7 +45,10 @@ std::string command_list() {
     return text +
            "  reconnect                              closes the link and selects again\n"
            "  quit                                   ends the host\n"
-           "A value may be an SML item too: <U1 5>. All else is SML up to its dot: S1F3 W <L <U4 1001>>.\n";
+           "Where the equipment does not communicate yet, commands that send wait for that (help script: "
+           "wait "
+           "communicating).\nA value may be an SML item too: <U1 5>. All else is SML up to its dot: S1F3 W "
+           "<L <U4 1001>>.\n";
 }
 
 std::span<const std::string_view> command_names() {

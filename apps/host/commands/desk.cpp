@@ -1,5 +1,6 @@
 #include "apps/host/commands/desk.h"
 
+#include <chrono>
 #include <fmt/format.h>
 
 #include "apps/host/commands/values.h"
@@ -14,14 +15,28 @@ std::string Codes::text(std::uint64_t code) const {
     return fmt::format("{} {}, {}", name, code, known ? words[code] : "a code without a known meaning");
 }
 
-// The answer is not looked at: an equipment without S1F13 may take the rest, and one that refuses says so
-// again.
+// What came in place of the acceptance; empty when the host may go on.
+std::string Desk::try_to_establish() {
+    const Host::Sent sent = host_.usable() ? host_.send({1, 13, true, Item::list()}) : Host::Sent{};
+    if (sent.id == 0) return "a closed link";
+    const Outcome outcome = host_.wait_outcome(sent.id).outcome;
+    if (outcome == Outcome::timed_out) return "no reply within T3";
+    if (outcome == Outcome::lost) return "a closed link";
+    const std::optional<Received> reply = host_.take_reply_to(sent.id);
+    if (!reply || reply->message.function == 0 || host_.wait_communicating(Milliseconds(0))) return "";
+    return sml::one_line(reply->message);
+}
+
+// The host's S1F13 may put the equipment back to its initial control state, so the equipment's own, which it
+// sends once selected, goes first.
 void Desk::establish() {
-    if (!host_.needs_establishing()) return;
-    const Host::Sent sent = host_.send({1, 13, true, Item::list()});
-    if (!sent.error.empty()) return;
-    host_.wait_outcome(sent.id);
-    host_.take_reply_to(sent.id);
+    const auto deadline = std::chrono::steady_clock::now() + patience_;
+    for (Milliseconds pause(500); !host_.wait_communicating(pause); pause = Milliseconds(1000)) {
+        const std::string got = try_to_establish();
+        if (got.empty()) return;
+        if (!host_.usable() || std::chrono::steady_clock::now() >= deadline)
+            throw Refusal("expected S1F14 with COMMACK 0, got " + got);
+    }
 }
 
 Item Desk::ask(std::uint8_t stream, std::uint8_t function, std::optional<Item> body) {

@@ -43,13 +43,14 @@ class Runner {
             case Action::pause: std::this_thread::sleep_for(step.duration); return {};
             case Action::wait_selected: return wait_selected();
             case Action::wait_closed: return wait_closed();
+            case Action::wait_communicating: return work(&Desk::establish);
             case Action::reconnect:
                 if (host_.reconnect(link_timeout_)) return {};
                 return "expected the link to be selected again, got nothing in " +
                        in_milliseconds(link_timeout_);
             case Action::clear: host_.forget(); return {};
             case Action::timeout: message_timeout_ = step.duration; return {};
-            case Action::command: return command(step);
+            case Action::command: return work([&](Desk& desk) { prepare(step, true)(desk); });
             case Action::quit: return {};
         }
         return {};
@@ -66,9 +67,9 @@ class Runner {
         return "expected the link to be closed, got none of it in " + in_milliseconds(link_timeout_);
     }
 
-    Failure command(const Step& step) {
+    Failure work(const Job& job) {
         try {
-            prepare(step, true)(desk_);
+            job(desk_);
             return {};
         } catch (const std::runtime_error& error) {
             return error.what();

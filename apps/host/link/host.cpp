@@ -24,12 +24,6 @@ hsms::LogFileOptions transcript_file(const std::string& path) {
     return options;
 }
 
-// S1F14 with COMMACK 0, in either direction.
-bool establishes_communication(const sml::Message& message) {
-    const hsms::Item* commack = child(message, 0);
-    return message.stream == 1 && message.function == 14 && commack != nullptr && first_number(*commack) == 0;
-}
-
 }  // namespace
 
 Host::Host(hsms::LinkOptions options, bool automatic, const std::string& transcript, Monitor& monitor)
@@ -79,9 +73,20 @@ bool Host::wait_closed(Milliseconds limit) {
     return wait(lock, limit, [&] { return lost_; });
 }
 
-bool Host::needs_establishing() {
-    const Lock lock(mutex_);
-    return !std::exchange(communicating_, true);
+bool Host::wait_communicating(Milliseconds limit) {
+    Lock lock(mutex_);
+    wait(lock, limit, [&] { return communicating_ || !selected_ || lost_; });
+    return communicating_ && !lost_;
+}
+
+// Function 0 may mean off-line or not communicating, so it says nothing.
+void Host::note_communication(Direction direction, const sml::Message& secondary) {
+    if (secondary.stream == 1 && secondary.function == 14) {
+        const hsms::Item* commack = child(secondary, 0);
+        communicating_ = commack != nullptr && first_number(*commack) == 0;
+    } else if (direction == Direction::received && secondary.function != 0) {
+        communicating_ = true;
+    }
 }
 
 bool Host::usable() const {
@@ -133,7 +138,7 @@ bool Host::reply(const sml::Message& message, const std::string& body, std::uint
                  std::string_view note) {
     if (!link_.reply(message.stream, message.function, body, id)) return false;
     pass(Direction::sent, message, id, note);
-    if (establishes_communication(message)) communicating_ = true;
+    note_communication(Direction::sent, message);
     changed_.notify_all();
     return true;
 }
@@ -220,7 +225,7 @@ void Host::on_reply(const hsms::Header& header, Received received) {
         printer_.about(name_of(received.message) + " answers nothing that is open");
         return;
     }
-    if (establishes_communication(received.message)) communicating_ = true;
+    note_communication(Direction::received, received.message);
     replies_.keep(std::move(received));
 }
 

@@ -47,9 +47,9 @@ class Host {
     bool wait_closed(Milliseconds limit);
     /// Selected, and not closed since the last wait_selected().
     bool usable() const;
-    /// True when the caller has to send S1F13 first: neither side's S1F13 was answered with COMMACK 0 yet,
-    /// and the equipment may refuse everything else. True at most once for each connection.
-    bool needs_establishing();
+    /// True once the equipment communicates: the last S1F14 of either side had COMMACK 0, or it answered a
+    /// primary of the host's other than with function 0. False at once when the link is not usable().
+    bool wait_communicating(Milliseconds limit);
     /// Closes the link if need be, forgets what was received and waits until it is selected again.
     bool reconnect(Milliseconds limit);
 
@@ -91,6 +91,7 @@ class Host {
     void on_primary(const hsms::Header& header, Received received);
     void on_reply_timeout(std::uint32_t id);
 
+    void note_communication(Direction direction, const sml::Message& secondary);
     void pass(Direction direction, const sml::Message& message, std::uint32_t id, std::string_view note);
     Sent send_reply(const sml::Message& message, const std::string& body);
     bool reply(const sml::Message& message, const std::string& body, std::uint32_t id, std::string_view note);
@@ -105,8 +106,8 @@ class Host {
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     bool selected_ = false;
-    bool lost_ = false;           // closed since the last wait_selected()
-    bool communicating_ = false;  // or tried in vain
+    bool lost_ = false;  // closed since the last wait_selected()
+    bool communicating_ = false;
     std::uint64_t closes_ = 0;
     Inbox primaries_, replies_;
     std::deque<Unanswered> unanswered_;

@@ -34,7 +34,10 @@ class Equipment {
     }
     hsms::LinkCallbacks callbacks() {
         hsms::LinkCallbacks callbacks;
-        callbacks.on_selected = [this] { say("S1F13 W <L <A \"CT\"> <A \"1\">>.", {}); };
+        callbacks.on_selected = [this] {
+            denied_ = false;
+            say("S1F13 W <L <A \"CT\"> <A \"1\">>.", {});
+        };
         callbacks.on_message = [this](const auto& header, std::string&& body) { got(header, body); };
         return callbacks;
     }
@@ -53,6 +56,8 @@ class Equipment {
             {{1, 79}, "S9F9."},
             {{5, 5}, "S9F11."},
         };  // S1F75 and others get no answer
+        if (header.stream() == 1 && header.function() == 13)
+            say(std::exchange(denied_, true) ? "S1F14 <L <B 0> <L>>." : "S1F14 <L <B 1> <L>>.", header);
         const auto row = table.find({header.stream(), header.function()});
         if (row != table.end()) say(row->second, header);
         if (header.stream() == 1 && header.function() == 5)
@@ -79,6 +84,7 @@ class Equipment {
         }
     }
 
+    bool denied_ = false;  // the first S1F13 of a connection, the next is accepted
     hsms::Link link_;
 };
 
@@ -152,7 +158,10 @@ TEST_F(HostProgram, Scripts) {
         {"S1F77 W. expect timeout S1F1 W.", 0, "ended by S9F5"},
         {"S1F79 W.", 1, ":1: expected a reply to S1F79, got none within T3"},
         {"alarms", 1, ":1: expected S5F6, got S9F11, data too long"},
-        {"alarms", 1, "--> S1F13 W <L>.\n", "--no-auto"},
+        {"alarms", 1, "<-- S1F14 <L <B 0x00> <L>>.\n", "--no-auto"},  // denied first
+        {"wait communicating", 1, "COMMACK 0, got S1F14 <L <B 0x01> <L>>.", "--no-auto --timeout 0.5"},
+        {"S1F1 W. clock", 1, "no reply to S2F17 within T3 (message 103)", "--no-auto"},  // and no S1F13
+        {"wait communicating S1F1 W. expect S1F2 *.", 0, "(automatic) S1F14"},
         {"expect S1F13 *.", 0, "S1F13 came with device 0, expected 7", "--device 7"},
         {"S1F5 W. expect S1F6 *.", 1, "got a S1F6 whose body of 1 bytes: unknown item format at offset 0"},
         {"S1F7 W.", 1, ":1: expected a reply to S1F7, got a closed link"},

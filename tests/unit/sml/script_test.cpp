@@ -12,18 +12,20 @@ TEST(Script, EveryKindOfStep) {
     const auto steps = sml::parse_script(
         "# a comment\n S1F13 W <L>.   expect S1F14 <L <B 0> ...>. nowait 'S1F1' W. s6f12 <B 0>.\n"
         "await S6F11 <L * <U4 100> *>. // and another\n"
-        "expect timeout wait 500 wait selected wait closed reconnect clear timeout 2000 quit");
+        "expect timeout wait 500 wait selected wait closed wait communicating reconnect clear timeout 2000 "
+        "quit");
     using enum sml::Action;
     std::vector<sml::Action> actions;
     for (const auto& step : steps) actions.push_back(step.action);
-    EXPECT_EQ(actions, (std::vector{send, expect, send_only, send, await, expect_timeout, pause,
-                                    wait_selected, wait_closed, reconnect, clear, timeout, quit}));
+    EXPECT_EQ(actions,
+              (std::vector{send, expect, send_only, send, await, expect_timeout, pause, wait_selected,
+                           wait_closed, wait_communicating, reconnect, clear, timeout, quit}));
     EXPECT_EQ(steps[0].message, sml::parse_message("S1F13 W <L>."));
     EXPECT_EQ(steps[1].pattern.function, 14);
     EXPECT_EQ(steps[1].place.line, 2U);
     EXPECT_EQ(steps[1].place.column, 17U);
     EXPECT_EQ(steps[3].message.function, 12);
-    EXPECT_EQ(steps[6].duration.count() + steps[11].duration.count(), 500 + 2000);
+    EXPECT_EQ(steps[6].duration.count() + steps[12].duration.count(), 500 + 2000);
     EXPECT_TRUE(sml::parse_script(" # only this").empty());
 }
 
