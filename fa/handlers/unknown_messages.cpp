@@ -2,6 +2,7 @@
 #include "fa/handlers/handler_support.h"
 #include "fa/module/bc_fa.h"
 #include "fa/secs/communication_state.h"
+#include "fa/secs/secs_driver.h"
 
 namespace Talwen {
 
@@ -31,7 +32,10 @@ unsigned long BC_FA::recv_SxxF00(void* /*handle*/, unsigned char stream, unsigne
 
 unsigned long BC_FA::reply_SxxF00(void* handle, unsigned char stream, unsigned char /*function*/,
                                   _SECS_ITEM* /*item*/, unsigned long msgid) {
-    return Reply_And_Log(handle, stream, 0, nullptr, msgid);
+    const unsigned long result = Reply_And_Log(handle, stream, 0, nullptr, msgid);
+    SecsDeleteItem(
+        nullptr);  // an owner of nothing frees nothing; the driver is called as for every other answer
+    return result;
 }
 
 }  // namespace Talwen

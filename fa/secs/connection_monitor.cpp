@@ -37,8 +37,13 @@ struct Link_Settings {
     bool enable = false;
 };
 
+/// A controller may have no text.
+std::string text_or_empty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
 Link_Settings mirror_from_gem(QSequence& fa) {
-    Link_Settings s{fa.QIO_Get_GEM_Comm_IP(),
+    Link_Settings s{text_or_empty(fa.QIO_Get_GEM_Comm_IP()),
                     fa.QIO_Get_GEM_Comm_Port(),
                     fa.QIO_Get_GEM_Device_ID(),
                     fa.QIO_Get_GEM_Comm_Try(),
@@ -55,8 +60,12 @@ Link_Settings mirror_from_gem(QSequence& fa) {
 }
 
 Link_Settings mirror_from_fa(QSequence& fa) {
-    Link_Settings s{fa.QFA_Get_Remote_IP(), fa.QFA_Get_Remote_Port(),   fa.QFA_Get_Device_ID(),
-                    fa.QFA_Get_ConnMD(),    fa.QFA_Get_LinkTest() != 0, Enabled_At_Start(fa)};
+    Link_Settings s{text_or_empty(fa.QFA_Get_Remote_IP()),
+                    fa.QFA_Get_Remote_Port(),
+                    fa.QFA_Get_Device_ID(),
+                    fa.QFA_Get_ConnMD(),
+                    fa.QFA_Get_LinkTest() != 0,
+                    Enabled_At_Start(fa)};
     fa.QIO_Set_GEM_Comm_IP(s.ip.c_str());
     fa.QIO_Set_GEM_Comm_Port(s.port);
     fa.QIO_Set_GEM_Device_ID(s.device);

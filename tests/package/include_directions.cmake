@@ -14,7 +14,7 @@ set(rooms
     "winapi/*        | winapi | windows.h"
     "hsms/core/*     | hsms/core"
     "hsms/link/*     | hsms/core hsms/link | asio/"
-    "hsms/log/*      | hsms/log | spdlog/"
+    "hsms/log/*      | hsms/log"
     "hsms/driver/*   | hsms fa/secs/secs_driver.h fa/secs/secs_item.h | malloc.h"
     "sim/os_*        | sim/os.h | .+"
     "sim/*           | sim fa/framework winapi | toml\\+\\+/"
