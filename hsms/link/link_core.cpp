@@ -36,6 +36,7 @@ LinkCore::LinkCore(const LinkOptions& options, std::shared_ptr<const LinkCallbac
                  .log = [this](std::string_view line) { log(line); }}),
       retry_timer_(io_),
       watch_timer_(io_),
+      accepted_(io_, [this](std::uint64_t left_out) { on_left_out(left_out); }),
       last_lane_(predecessor),
       ended_lane_(std::move(predecessor)),
       next_id_(options.first_id) {}
@@ -117,6 +118,7 @@ void LinkCore::begin_stop() {
     asio::post(io_, [this] {
         if (std::exchange(stopping_, true)) return;
         listener_.close();
+        accepted_.end_period();
         connecting_ = nullptr;
         retry_timer_.cancel();
         if (const auto current = connection()) current->separate();
@@ -251,7 +253,9 @@ ConnectionEvents LinkCore::events_of(const std::shared_ptr<Connection>& connecti
         [this, weak] {
             if (const auto closed = weak.lock()) on_gone(closed);
         },
-        [this](std::string_view line) { log(line); },
+        [this](std::string_view line) {
+            if (!quiet_) log(line);
+        },
     };
 }
 
@@ -261,12 +265,14 @@ void LinkCore::adopt(tcp::socket socket) {
     const auto connection = std::make_shared<Connection>(io_, std::move(socket), options_, next_id_, lane);
     ConnectionEvents events = events_of(connection);
     watched_.reserve(watched_.size() + 1);
+    quiet_ = passive() && !accepted_.take();
     connections_.insert(connection);
     try {
         lane->start();
     } catch (const std::exception& error) {
         connections_.erase(connection);
-        return log("connection closed: cannot start its callback thread: ", error.what());
+        if (!quiet_) log("connection closed: cannot start its callback thread: ", error.what());
+        return;
     }
     {
         const std::lock_guard lock(mutex_);
@@ -285,7 +291,14 @@ void LinkCore::on_session_state(SessionState state) {
         state_ = selected ? LinkState::selected : LinkState::connected;
     }
     changed_.notify_all();
-    log(selected ? "selected" : "deselected");
+    if (!quiet_) log(selected ? "selected" : "deselected");
+}
+
+void LinkCore::on_left_out(std::uint64_t connections) {
+    std::string line = std::to_string(connections) + " more connections";
+    if (std::exchange(quiet_, false) && connection())
+        line += ", the last with " + peer() + " is " + std::string(to_text(state_));
+    log(line);
 }
 
 void LinkCore::on_down(Connection& connection) {

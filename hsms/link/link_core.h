@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "hsms/link/connection.h"
+#include "hsms/link/line_limit.h"
 #include "hsms/link/link.h"
 #include "hsms/link/listener.h"
 
@@ -69,6 +70,7 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     std::shared_ptr<CallbackLane> make_lane();
     ConnectionEvents events_of(const std::shared_ptr<Connection>& connection);
     void adopt(tcp::socket socket);
+    void on_left_out(std::uint64_t connections);
     void on_session_state(SessionState state);
     void on_down(Connection& connection);
     void on_gone(const std::shared_ptr<Connection>& connection);
@@ -92,6 +94,8 @@ class LinkCore : public std::enable_shared_from_this<LinkCore> {
     asio::steady_timer watch_timer_;
     std::set<std::shared_ptr<Connection>> connections_;  // sockets that are open, lingering ones included
     std::vector<Watched> watched_;  // closing lanes, in order of `until`; has room for that of current_
+    LineLimit accepted_;
+    bool quiet_ = false;  // nothing about current_ is logged: it is one of a flood
     bool connect_error_logged_ = false;
     bool stopping_ = false;
 

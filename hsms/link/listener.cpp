@@ -9,9 +9,6 @@ namespace {
 
 // Pause after accepting failed (no descriptors, no memory).
 constexpr Milliseconds accept_pause{100};
-// Lines about refused connections in each period; what is beyond is counted.
-constexpr int refused_lines = 10;
-constexpr std::chrono::minutes refused_period{1};
 
 /// The free port this process was given last: a link that is re-created with port 0 gets it again.
 std::atomic<std::uint16_t> last_free_port{0};
@@ -29,7 +26,10 @@ Listener::Listener(asio::io_context& io, const LinkOptions& options, ListenerEve
       events_(std::move(events)),
       acceptor_(io),
       retry_timer_(io),
-      refused_timer_(io),
+      refusals_(io,
+                [this](std::uint64_t left_out) {
+                    events_.log(std::to_string(left_out) + " more connections refused");
+                }),
       port_(options.port) {}
 
 bool Listener::listen() {
@@ -131,24 +131,8 @@ bool Listener::is_allowed(const asio::ip::address& address) const {
            std::any_of(options_.allowed_peers.begin(), options_.allowed_peers.end(), is_it);
 }
 
-/// A flood of connections must not push the history out of the log.
 void Listener::refuse(const asio::ip::address& peer, const std::string& why) {
-    if (++refused_lines_ > refused_lines) {
-        ++left_out_;
-        return;
-    }
-    events_.log("connection from " + peer.to_string() + " refused: " + why);
-    if (refused_lines_ > 1) return;
-    refused_timer_.expires_after(refused_period);
-    refused_timer_.async_wait([this](const ErrorCode& error) {
-        if (!error) log_left_out();
-    });
-}
-
-void Listener::log_left_out() {
-    refused_lines_ = 0;
-    if (const auto count = std::exchange(left_out_, 0); count > 0)
-        events_.log(std::to_string(count) + " more connections refused");
+    if (refusals_.take()) events_.log("connection from " + peer.to_string() + " refused: " + why);
 }
 
 void Listener::close() {
@@ -156,8 +140,7 @@ void Listener::close() {
     ErrorCode ignored;
     acceptor_.close(ignored);
     retry_timer_.cancel();
-    refused_timer_.cancel();
-    log_left_out();
+    refusals_.end_period();
 }
 
 }  // namespace hsms

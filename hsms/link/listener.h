@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "hsms/link/line_limit.h"
 #include "hsms/link/link.h"
 
 namespace hsms {
@@ -49,17 +50,14 @@ class Listener {
     void accept();
     void on_accepted(tcp::socket socket);
     bool is_allowed(const asio::ip::address& address) const;
-    void log_left_out();
 
     const LinkOptions& options_;
     const ListenerEvents events_;
     tcp::acceptor acceptor_;
     asio::steady_timer retry_timer_;
-    asio::steady_timer refused_timer_;
+    LineLimit refusals_;
     std::optional<asio::ip::address> only_peer_;
     std::atomic<std::uint16_t> port_;
-    int refused_lines_ = 0;  // since the timer was started
-    std::uint64_t left_out_ = 0;
     bool accept_error_logged_ = false;
     bool closed_ = false;
 };

@@ -151,6 +151,8 @@ TEST_F(Links, LetAPeerInAgainAtOnceAndLeaveNothingBehind) {
     // The last one's sockets, and its io_context's.
     EXPECT_TRUE(support::eventually([&] { return entries_in("/proc/self/fd") <= files + 5; }));
     EXPECT_TRUE(support::eventually([] { return entries_in("/proc/self/task") <= 8; }));
+    link->stop();
+    EXPECT_EQ(log.wait(0).rbegin()[1], "992 more connections, the last with 127.0.0.1 is selected");
 }
 
 TEST_F(Links, SendWhatWasSaidBeforeStoppingAndTakeTheSameFreePortAgain) {
