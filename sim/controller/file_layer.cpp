@@ -5,7 +5,6 @@
 #include <cstring>
 #include <map>
 #include <mutex>
-#include <regex>
 #include <string_view>
 #include <utility>
 
@@ -43,8 +42,16 @@ fs::path new_name_beside(const fs::path& target) {
 
 /// True for "x.new-1-2" and its like.
 bool is_new_name(const std::string& name) {
-    static const std::regex form(R"(.+\.new-[0-9]+-[0-9]+)");
-    return std::regex_match(name, form);
+    constexpr std::string_view mark = ".new-";
+    const std::size_t at = name.rfind(mark);
+    if (at == std::string::npos || at == 0) return false;
+    const std::string_view numbers = std::string_view(name).substr(at + mark.size());
+    const std::size_t dash = numbers.find('-');
+    const auto is_number = [](std::string_view text) {
+        return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+    };
+    return dash != std::string_view::npos && is_number(numbers.substr(0, dash)) &&
+           is_number(numbers.substr(dash + 1));
 }
 
 std::FILE* open_for_reading(const fs::path& target, const char* mode) {
