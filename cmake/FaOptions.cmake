@@ -30,6 +30,8 @@ endif()
 # Third-party libraries, all from the distribution and all header-only (the packaged spdlog and fmt
 # binaries are not instrumented, so sanitizer builds could not trust them).
 add_library(fa_asio INTERFACE)
-target_compile_definitions(fa_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+# Without the last one, whether Asio allocates by aligned_alloc or by operator new depends on which header a source includes
+# first, and one source's inline functions would free what another's allocated.
+target_compile_definitions(fa_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC)
 add_library(fa_spdlog INTERFACE)
 target_compile_definitions(fa_spdlog INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY)
